@@ -1,0 +1,39 @@
+// Exported functions that reach a camera's device module with raw commands.
+
+#include <stdexcept>
+
+#include "api/call_frame.h"
+#include "kit/qx_camera_handle_class.h"
+#include "quendral_vko_camera_sdk.h"
+
+using qx::kit::qx_camera_handle_class;
+
+extern "C" {
+
+QX_CAMERA_API int _internal_command(void* handle, char* command, int command_size, char* response,
+                                    int response_size) {
+    return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& camera) {
+        camera.run_locked([&] {
+            if (command == nullptr) throw std::invalid_argument("command");
+            if (response == nullptr) throw std::invalid_argument("response");
+            if (response_size == 0) throw std::out_of_range("Response size is too small.");
+            bool supported = true;
+            camera.channel().get_exchange(command, static_cast<std::uint64_t>(command_size), nullptr, 0, response,
+                                          static_cast<std::uint64_t>(response_size), false, supported);
+            qx::kit::check_true(supported, "Command is not supported.");
+        });
+    });
+}
+
+QX_CAMERA_API int _set_image_size_overrides(void* handle, int width, int height) {
+    return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& camera) {
+        camera.run_locked([&] {
+            if (width < 1) throw std::invalid_argument("width");
+            if (height < 1) throw std::invalid_argument("height");
+            camera.properties.image_width_override = width;
+            camera.properties.image_height_override = height;
+        });
+    });
+}
+
+}  // extern "C"

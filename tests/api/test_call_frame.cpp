@@ -1,0 +1,98 @@
+// The exported call frame: what every camera function reports for bad
+// handles and arguments, and discovery's frame of its own.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "support/kit_fixture.h"
+
+namespace {
+
+using qx::test::kit_fixture;
+using qx::test::last_error;
+using qx::test::scripted_module;
+
+using call_frame = kit_fixture;
+
+TEST_F(call_frame, fresh_thread_reads_an_empty_last_error) {
+    std::string seen = "unset";
+    std::thread([&] { seen = qx_camera_get_last_error(); }).join();
+    EXPECT_EQ(seen, "");
+}
+
+TEST_F(call_frame, null_handle_is_reported_before_any_other_argument) {
+    char response[16];
+    EXPECT_EQ(_internal_command(nullptr, nullptr, 0, nullptr, 0), 1004);
+    EXPECT_EQ(last_error(), "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    EXPECT_EQ(_set_image_size_overrides(nullptr, 0, 0), 1004);
+    EXPECT_EQ(last_error(), "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    EXPECT_EQ(_internal_command(nullptr, const_cast<char*>("id"), 3, response, sizeof response), 1004);
+}
+
+TEST_F(call_frame, a_success_keeps_the_previous_failure_text) {
+    EXPECT_EQ(_set_image_size_overrides(nullptr, 1, 1), 1004);
+    const std::string failure = last_error();
+    open_sdk();
+    EXPECT_EQ(last_error(), failure);
+}
+
+TEST_F(call_frame, handle_not_returned_by_open_camera_is_invalid) {
+    open_sdk();
+    // Zero-filled storage is a valid, unlocked mutex at its start, like a
+    // real handle; the registry still refuses it.
+    alignas(64) static unsigned char impostor[4096] = {};
+    EXPECT_EQ(_set_image_size_overrides(impostor, 10, 10), 1004);
+    EXPECT_EQ(last_error(), "Camera handle is invalid. Error: Invalid operation.");
+}
+
+TEST_F(call_frame, argument_failures_name_the_argument) {
+    open_sdk_with_cameras({{"id-1", "SN1"}});
+    void* camera = open_camera("SN1");
+    ASSERT_NE(camera, nullptr);
+    char response[8];
+    char id_command[] = "id";
+    const struct {
+        std::function<int()> call;
+        const char* expected;
+    } cases[] = {
+        {[&] { return _set_image_size_overrides(camera, 0, 10); }, "width Error: Invalid operation."},
+        {[&] { return _set_image_size_overrides(camera, 10, 0); }, "height Error: Invalid operation."},
+        {[&] { return _internal_command(camera, nullptr, 3, response, 8); }, "command Error: Invalid operation."},
+        {[&] { return _internal_command(camera, id_command, 3, nullptr, 8); }, "response Error: Invalid operation."},
+        {[&] { return _internal_command(camera, id_command, 3, response, 0); },
+         "Response size is too small. Error: Invalid operation."},
+    };
+    scripted_module().take_calls();
+    for (const auto& entry : cases) {
+        EXPECT_EQ(entry.call(), 1004);
+        EXPECT_EQ(last_error(), entry.expected);
+    }
+    // Refused before anything reaches the camera.
+    EXPECT_TRUE(scripted_module().take_commands().empty());
+    EXPECT_EQ(_set_image_size_overrides(camera, 10, 20), 0);
+}
+
+TEST_F(call_frame, discovery_reports_its_own_argument_codes) {
+    open_sdk();
+    char buffer[4];
+    EXPECT_EQ(qx_camera_discover_available_cameras(nullptr, 10), 1003);
+    EXPECT_EQ(last_error(),
+              "Serial numbers string must not be null. Error: Invalid parameter. Check documentation for detailed "
+              "parameter information.");
+    EXPECT_EQ(qx_camera_discover_available_cameras(buffer, 0), 1001);
+    EXPECT_EQ(last_error(), "Serial numbers string is too short. Error: Insufficient buffer size.");
+    EXPECT_EQ(qx_camera_discover_available_cameras(buffer, -5), 1001);
+}
+
+TEST_F(call_frame, discovery_failures_carry_the_bare_text_and_code_8) {
+    scripted_module().get_device_ids_status = 3;
+    open_sdk();
+    char buffer[64];
+    EXPECT_EQ(qx_camera_discover_available_cameras(buffer, sizeof buffer), 8);
+    EXPECT_EQ(last_error(), "Error getting camera unique IDs.");
+}
+
+}  // namespace

@@ -1,0 +1,163 @@
+// Admission of device modules and the routing through them.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "kit/device_module_manager.h"
+#include "support/scripted_module_state.h"
+
+namespace {
+
+using qx::kit::Device_module_manager;
+using qx::test::scripted_module_state;
+
+// A scripted module library loaded under its own file name.
+class loaded_module {
+public:
+    loaded_module(const std::string& directory, const std::string& name)
+        : library(dlopen((directory + "/lib" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL)) {
+        if (library == nullptr) throw std::runtime_error(dlerror());
+        auto get_state = reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
+        state = get_state();
+        state->reset();
+    }
+    ~loaded_module() { dlclose(library); }
+    loaded_module(const loaded_module&) = delete;
+    loaded_module& operator=(const loaded_module&) = delete;
+
+    void* library;
+    scripted_module_state* state;
+};
+
+std::string admission_failure(Device_module_manager& manager, const std::string& file_name) {
+    try {
+        manager.Process_device_module(nullptr, file_name);
+    } catch (const std::exception& failure) {
+        return failure.what();
+    }
+    return "";
+}
+
+TEST(device_module_manager, refuses_modules_whose_type_is_not_exactly_device) {
+    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    for (const char* type : {"DEVICES", "device", "DEVIC", ""}) {
+        module.state->module_type = type;
+        Device_module_manager manager;
+        EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
+                  "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type "
+                  "did not return 'DEVICE' and is therefore not considered to be a device module.")
+            << type;
+        EXPECT_TRUE(manager.modules().empty());
+    }
+}
+
+TEST(device_module_manager, refuses_a_blank_name_and_a_blank_file_name) {
+    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    module.state->module_name = "  \t ";
+    Device_module_manager manager;
+    EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
+              "Trimmed string is empty: Device_module_manager::Process_device_module get_module_name did not return "
+              "a name.");
+    EXPECT_EQ(admission_failure(manager, "   "),
+              "Trimmed string is empty: Device_module_manager::Process_device_module expected a shared-library file "
+              "name.");
+    EXPECT_EQ(admission_failure(manager, "not_loaded_anywhere.dll"),
+              "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
+              "library to be already loaded.");
+}
+
+TEST(device_module_manager, reports_missing_required_entry_points) {
+    loaded_module without_type(QX_TEST_VARIANT_DIR, "scripted_module_without_get_type");
+    loaded_module without_initialize(QX_TEST_VARIANT_DIR, "scripted_module_without_initialize");
+    Device_module_manager manager;
+    EXPECT_EQ(admission_failure(manager, "scripted_module_without_get_type.dll"),
+              "Pointer is unexpectedly nullptr: qx_module_get_type not found in shared library.");
+    EXPECT_EQ(admission_failure(manager, "scripted_module_without_initialize.dll"),
+              "Pointer is unexpectedly nullptr: module_obj::module_obj qx_module_initialize not found.");
+    EXPECT_TRUE(manager.modules().empty());
+}
+
+TEST(device_module_manager, a_failing_initialize_refuses_the_module) {
+    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    module.state->initialize_status = 4;
+    Device_module_manager manager;
+    EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
+              "Condition is unexpectedly false: module_obj::module_obj call to qx_module_initialize returned an "
+              "error code.");
+    EXPECT_TRUE(manager.module_names().empty());
+}
+
+TEST(device_module_manager, a_module_without_create_is_admitted_and_creation_fails) {
+    loaded_module module(QX_TEST_VARIANT_DIR, "scripted_module_without_create");
+    module.state->add_camera("id-1", "SN1");
+    Device_module_manager manager;
+    ASSERT_EQ(admission_failure(manager, "scripted_module_without_create.dll"), "");
+    ASSERT_EQ(manager.modules().size(), 1u);
+    EXPECT_EQ(manager.modules().front()->create, nullptr);
+    EXPECT_NE(manager.modules().front()->get_device_ids, nullptr);
+    EXPECT_FALSE(manager.create_device("QUENDRAL_VKO_RALTO_CAMERA_DEVICE", "id-1").has_value());
+}
+
+TEST(device_module_manager, names_list_drops_only_the_final_comma_and_duplicates_reach_the_first) {
+    loaded_module first(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    loaded_module second(QX_TEST_VARIANT_DIR, "scripted_module_without_create");
+    first.state->module_name = "SAME";
+    second.state->module_name = "SAME";
+    first.state->add_camera("first-id", "SN-FIRST");
+    Device_module_manager manager;
+    manager.Process_device_module(nullptr, "quendral_vko_ralto_camera_device.dll");
+    manager.Process_device_module(nullptr, "scripted_module_without_create.dll");
+    EXPECT_EQ(manager.module_names(), "SAME,SAME,");
+    manager.finish_admission();
+    EXPECT_EQ(manager.module_names(), "SAME,SAME");
+    EXPECT_TRUE(manager.create_device("SAME", "first-id").has_value() &&
+                manager.create_device("SAME", "first-id")->destroy_device() == 0);
+    EXPECT_EQ(manager.find_module("SAME"), manager.modules().front());
+    EXPECT_EQ(manager.find_module("same"), nullptr);
+}
+
+TEST(device_module_manager, gathers_ids_per_module_and_checks_the_caller_buffers) {
+    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    module.state->add_camera("a", "S1");
+    module.state->add_camera("b", "S2");
+    Device_module_manager manager;
+    manager.Process_device_module(nullptr, "quendral_vko_ralto_camera_device.dll");
+    char ids[128];
+    char serials[128];
+    ASSERT_EQ(manager.get_device_ids(ids, sizeof ids, serials, sizeof serials), 0);
+    EXPECT_STREQ(ids, "QUENDRAL_VKO_RALTO_CAMERA_DEVICE:a,b,..");
+    EXPECT_STREQ(serials, "QUENDRAL_VKO_RALTO_CAMERA_DEVICE:S1,S2,.");
+    // The text plus its terminator must fit.
+    const int exact = static_cast<int>(std::strlen("QUENDRAL_VKO_RALTO_CAMERA_DEVICE:a,b,..")) + 1;
+    EXPECT_EQ(manager.get_device_ids(ids, exact, serials, sizeof serials), 0);
+    EXPECT_EQ(manager.get_device_ids(ids, exact - 1, serials, sizeof serials), 8);
+    module.state->get_device_ids_status = 1;
+    EXPECT_EQ(manager.get_device_ids(ids, sizeof ids, serials, sizeof serials), 8);
+}
+
+TEST(device_module_manager, routing_codes_and_the_set_asymmetry) {
+    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    module.state->add_camera("a", "S1");
+    Device_module_manager manager;
+    manager.Process_device_module(nullptr, "quendral_vko_ralto_camera_device.dll");
+    auto device = manager.create_device("QUENDRAL_VKO_RALTO_CAMERA_DEVICE", "a");
+    ASSERT_TRUE(device.has_value());
+    char reply[64];
+    module.state->set_reply("bad", "", 3);
+    EXPECT_EQ(device->get_data("bad", 4, nullptr, 0, reply, sizeof reply), 6);
+    // A refused set is reported as a failed get (6), not 7: callers test for zero.
+    EXPECT_EQ(device->set_data("bad", 4, nullptr, 0, reply, sizeof reply), 6);
+    EXPECT_EQ(device->get_data("fine", 5, nullptr, 0, reply, sizeof reply), 0);
+    EXPECT_EQ(manager.get_module_data("NO SUCH MODULE", "version", reply, 0), 6);
+    EXPECT_EQ(manager.set_module_data("NO SUCH MODULE", "x", reply, 0), 7);
+    module.state->module_data["version"] = "9.9";
+    EXPECT_EQ(manager.get_module_data("QUENDRAL_VKO_RALTO_CAMERA_DEVICE", "version", reply, 0), 0);
+    EXPECT_STREQ(reply, "9.9");
+    EXPECT_EQ(device->destroy_device(), 0);
+    EXPECT_THROW(qx::kit::device_handle_class(nullptr, nullptr), std::runtime_error);
+}
+
+}  // namespace

@@ -1,0 +1,89 @@
+// Opening the kit when its companion libraries are missing or refuse to
+// start. A copy of the kit library that sits alone in its directory is
+// loaded, so that only the directories named here are searched.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct isolated_kit {
+    isolated_kit() {
+        library = dlopen(QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so", RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr) throw std::runtime_error(dlerror());
+        open_sdk = reinterpret_cast<int (*)()>(dlsym(library, "qx_camera_open_sdk"));
+        close_sdk = reinterpret_cast<int (*)()>(dlsym(library, "qx_camera_close_sdk"));
+        last_error = reinterpret_cast<const char* (*)()>(dlsym(library, "qx_camera_get_last_error"));
+    }
+    void* library;
+    int (*open_sdk)();
+    int (*close_sdk)();
+    const char* (*last_error)();
+};
+
+isolated_kit& kit() {
+    static isolated_kit instance;
+    return instance;
+}
+
+// A directory holding links to the chosen test libraries only.
+class module_directory {
+public:
+    explicit module_directory(std::initializer_list<const char*> libraries) {
+        char pattern[] = "/tmp/qx_modules_XXXXXX";
+        path = mkdtemp(pattern);
+        for (const char* library : libraries) {
+            fs::create_symlink(fs::path(QX_TEST_MODULE_DIR) / library, fs::path(path) / library);
+        }
+        setenv("QX_CAMERA_MODULE_PATH", path.c_str(), 1);
+    }
+    ~module_directory() {
+        unsetenv("QX_CAMERA_MODULE_PATH");
+        fs::remove_all(path);
+    }
+    module_directory(const module_directory&) = delete;
+    module_directory& operator=(const module_directory&) = delete;
+
+private:
+    std::string path;
+};
+
+constexpr const char* monitor = "libquendral_vko_usb_hotplug_monitor.so";
+constexpr const char* second_family = "libquendral_vko_ralto_camera_device.so";
+
+TEST(missing_companions, without_the_hotplug_monitor_the_kit_does_not_open) {
+    module_directory directory({second_family});
+    ASSERT_EQ(kit().open_sdk(), 1004);
+    EXPECT_STREQ(kit().last_error(), "Hotplug monitor dll not found. Error: Invalid operation.");
+}
+
+TEST(missing_companions, a_monitor_that_fails_to_open_stops_the_kit) {
+    module_directory directory({monitor, second_family});
+    setenv("QX_TEST_MONITOR_OPEN_STATUS", "3", 1);
+    EXPECT_EQ(kit().open_sdk(), 1004);
+    unsetenv("QX_TEST_MONITOR_OPEN_STATUS");
+    EXPECT_STREQ(kit().last_error(), "Cannot open hot plug. Error: Invalid operation.");
+}
+
+TEST(missing_companions, without_the_second_family_module_the_kit_does_not_open) {
+    module_directory directory({monitor});
+    ASSERT_EQ(kit().open_sdk(), 1004);
+    EXPECT_STREQ(kit().last_error(),
+                 "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
+                 "library to be already loaded. Error: Invalid operation.");
+}
+
+TEST(missing_companions, with_both_companions_the_kit_opens_and_closes) {
+    module_directory directory({monitor, second_family});
+    EXPECT_EQ(kit().open_sdk(), 0) << kit().last_error();
+    EXPECT_EQ(kit().close_sdk(), 0) << kit().last_error();
+}
+
+}  // namespace
