@@ -13,13 +13,10 @@ using qx::test::scripted_module_state;
 
 namespace {
 
+// Lives as long as the library: unloading the module releases it.
 scripted_module_state& state() {
-    static scripted_module_state* instance = [] {
-        auto* fresh = new scripted_module_state();
-        fresh->reset();
-        return fresh;
-    }();
-    return *instance;
+    static scripted_module_state instance;
+    return instance;
 }
 
 scripted_call simple_call(const char* function, void* device = nullptr, const char* command = nullptr) {

@@ -46,6 +46,8 @@ public:
     using command_handler = std::function<bool(const scripted_call& call, char* response, std::uint64_t size,
                                                int& status)>;
 
+    scripted_module_state() { reset(); }
+
     void reset() {
         std::lock_guard<std::mutex> guard(mutex);
         module_name = QX_RALTO_DEVICE_TYPE_NAME;

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Builds the SDK and runs every test: the plain build, the AddressSanitizer +
+# UndefinedBehaviorSanitizer build, and the threaded tests under
+# ThreadSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install_dependencies.sh
+jobs="$(nproc)"
+
+run_suite() {
+  local preset="$1"
+  shift
+  echo "== Building and testing: ${preset}"
+  cmake --preset "${preset}" >/dev/null
+  cmake --build --preset "${preset}" -j"${jobs}"
+  ctest --test-dir "build${preset:+-${preset}}" --output-on-failure -j"${jobs}" "$@"
+}
+
+echo "== Building and testing: default"
+cmake --preset default >/dev/null
+cmake --build --preset default -j"${jobs}"
+ctest --test-dir build --output-on-failure -j"${jobs}"
+
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+run_suite asan
+
+export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$(pwd)/tests/tsan.supp"
+run_suite tsan -L threaded
+
+echo "== Building: mingw (Windows cross-build of the libraries)"
+cmake --preset mingw >/dev/null
+cmake --build --preset mingw -j"${jobs}"

@@ -1,0 +1,59 @@
+#include "device_qv/frame_slot_queue_class.h"
+
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+
+namespace qx::device_qv {
+
+void frame_slot_queue_class::push(unsigned char* slot) {
+    if (complete.load()) throw std::runtime_error("Queue is marked complete, so no additional items can be queued.");
+    {
+        std::lock_guard<std::mutex> waiters(waiter_mutex);
+        std::lock_guard<std::mutex> guard(items_mutex);
+        items.push_back(slot);
+    }
+    item_arrived.notify_one();
+}
+
+unsigned char* frame_slot_queue_class::pop(std::int64_t timeout_ms, bool& timed_out) {
+    timed_out = false;
+    if (timeout_ms < 0) throw std::runtime_error("Timeout must be 0 or more milliseconds.");
+    if (complete.load()) return nullptr;
+
+    using clock = std::chrono::steady_clock;
+    // The deadline saturates instead of overflowing: a century is forever.
+    constexpr std::int64_t longest_wait_ms = 100LL * 365 * 24 * 3600 * 1000;
+    const auto deadline = clock::now() + std::chrono::milliseconds(std::min(timeout_ms, longest_wait_ms));
+
+    std::unique_lock<std::mutex> waiters(waiter_mutex);
+    const bool arrived = item_arrived.wait_until(waiters, deadline, [&] {
+        if (complete.load()) return true;
+        std::lock_guard<std::mutex> guard(items_mutex);
+        return !items.empty();
+    });
+    if (complete.load()) return nullptr;
+    if (!arrived) {
+        timed_out = true;
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> guard(items_mutex);
+    unsigned char* slot = items.front();
+    items.pop_front();
+    return slot;
+}
+
+void frame_slot_queue_class::mark_complete() {
+    {
+        std::lock_guard<std::mutex> waiters(waiter_mutex);
+        complete.store(true);
+    }
+    item_arrived.notify_all();
+}
+
+std::size_t frame_slot_queue_class::size() {
+    std::lock_guard<std::mutex> guard(items_mutex);
+    return items.size();
+}
+
+}  // namespace qx::device_qv

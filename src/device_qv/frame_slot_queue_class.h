@@ -1,0 +1,42 @@
+#pragma once
+// A named blocking queue of frame-slot addresses: "free" slots wait for the
+// packet loop, "pending" slots for the kit.
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+
+namespace qx::device_qv {
+
+class frame_slot_queue_class {
+public:
+    explicit frame_slot_queue_class(std::string queue_name) : name(std::move(queue_name)) {}
+
+    // Appends a slot and wakes one waiter. Throws "Queue is marked complete,
+    // so no additional items can be queued." once the queue is complete.
+    void push(unsigned char* slot);
+
+    // The front slot, waiting up to `timeout_ms`; null with `timed_out` set
+    // when none came. A complete queue answers null at once. A negative
+    // time-out throws "Timeout must be 0 or more milliseconds.".
+    unsigned char* pop(std::int64_t timeout_ms, bool& timed_out);
+
+    // Ends the queue: every waiter returns and later pops answer null.
+    void mark_complete();
+
+    const std::string& queue_name() const { return name; }
+    std::size_t size();
+
+private:
+    std::string name;
+    std::mutex waiter_mutex;
+    std::condition_variable item_arrived;
+    std::mutex items_mutex;                   // taken inside waiter_mutex
+    std::deque<unsigned char*> items;         // guarded by items_mutex
+    std::atomic<bool> complete{false};
+};
+
+}  // namespace qx::device_qv

@@ -1,0 +1,185 @@
+#include "device_qv/module_state_class.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "device_qv/qv_camera_class.h"
+#include "usb/usb_driver_base.h"
+
+namespace qx::device_qv {
+
+namespace {
+
+void module_hotplug_callback(int event_code, const char* device_path, void*) {
+    module_state_class::instance().on_hotplug_event(event_code, device_path);
+}
+
+}  // namespace
+
+module_state_class& module_state_class::instance() {
+    // Lives until the library is unloaded; never destroyed before.
+    static module_state_class* state = new module_state_class();
+    return *state;
+}
+
+int module_state_class::initialize(qx_hotplug_record* host) {
+    identity_filter = {};
+    identity_filter.vendor_id = qv_vendor_id;
+    std::copy(std::begin(qv_product_ids), std::end(qv_product_ids), identity_filter.product_ids.begin());
+    initialised = true;
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        hotplug_event = std::make_shared<platform::auto_reset_event_class>();
+    }
+    if (host != nullptr && host->hotplug_event_subscribe != nullptr) {
+        for (const std::uint32_t product : qv_product_ids) {
+            host->hotplug_event_subscribe(qv_vendor_id, product, &module_hotplug_callback, nullptr);
+        }
+    }
+    return 0;
+}
+
+int module_state_class::uninitialize() {
+    std::shared_ptr<platform::auto_reset_event_class> closing;
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        closing = std::move(hotplug_event);
+        hotplug_event.reset();
+    }
+    if (closing) closing->close();
+    return 0;
+}
+
+std::shared_ptr<platform::auto_reset_event_class> module_state_class::current_hotplug_event() {
+    std::lock_guard<std::mutex> guard(hotplug_mutex);
+    return hotplug_event;
+}
+
+void module_state_class::remember_device(const std::string& camera_id, const std::string& device_path) {
+    std::lock_guard<std::mutex> guard(device_paths_mutex);
+    for (auto entry = device_paths.begin(); entry != device_paths.end(); ++entry) {
+        if (entry->first == camera_id || entry->second == device_path) {
+            device_paths.erase(entry);
+            break;
+        }
+    }
+    device_paths[camera_id] = device_path;
+}
+
+int module_state_class::get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers) {
+    if (device_ids == nullptr || serial_numbers == nullptr || device_ids_size < 1) return 1;
+    std::memset(device_ids, 0, static_cast<std::size_t>(device_ids_size));
+    int count = 0;
+    try {
+        count = enumerator.enumerate(identity_filter);
+    } catch (...) {
+        return 1;
+    }
+    // Written with bounds: at most eight cameras of 100-byte ids always fit
+    // the 2,048-byte buffers the kit passes, and nothing ever runs past them.
+    std::string ids;
+    std::string serials;
+    for (int index = 0; index < count; ++index) {
+        char path[usb::device_path_capacity] = {};
+        if (enumerator.get_device_path(index, path, sizeof path) == 0) return 1;
+        const std::string device_path(path, strnlen(path, sizeof path));
+        try {
+            auto transport = usb::open_usb_driver(device_path);
+            qv_camera_class camera(transport.get());
+            ids += camera.id() + ",";
+            serials += camera.serial_number() + ",";
+            remember_device(camera.id(), device_path);
+        } catch (...) {
+            // A camera that cannot be opened, or answers with an empty id,
+            // is left out; the next one is still listed.
+        }
+    }
+    ids += ".";
+    const std::size_t id_room = static_cast<std::size_t>(device_ids_size) - 1;
+    std::memcpy(device_ids, ids.c_str(), std::min(ids.size(), id_room));
+    std::memcpy(serial_numbers, serials.c_str(), serials.size());
+    return 0;
+}
+
+std::string module_state_class::device_path_of(const std::string& camera_id) const {
+    std::lock_guard<std::mutex> guard(device_paths_mutex);
+    const auto entry = device_paths.find(camera_id);
+    return entry == device_paths.end() ? std::string() : entry->second;
+}
+
+void module_state_class::add_open_camera(qv_camera_class* camera) {
+    std::lock_guard<std::mutex> guard(open_cameras_mutex);
+    open_cameras.push_back(camera);
+}
+
+void module_state_class::remove_open_camera(qv_camera_class* camera) {
+    std::lock_guard<std::mutex> guard(open_cameras_mutex);
+    const auto entry = std::find(open_cameras.begin(), open_cameras.end(), camera);
+    if (entry != open_cameras.end()) open_cameras.erase(entry);
+}
+
+std::size_t module_state_class::open_camera_count() {
+    std::lock_guard<std::mutex> guard(open_cameras_mutex);
+    return open_cameras.size();
+}
+
+void module_state_class::on_hotplug_event(int event_code, const char* device_path) {
+    const std::string path = device_path == nullptr ? std::string() : std::string(device_path);
+    auto event = current_hotplug_event();
+    if (event_code == QX_HOTPLUG_EVENT_ARRIVAL) {
+        std::string camera_id;
+        try {
+            auto transport = usb::open_usb_driver(path);
+            qv_camera_class camera(transport.get());
+            camera_id = camera.id();
+        } catch (...) {
+            // An arrival whose camera cannot be read is handed over with an
+            // empty id; the kit's listener refuses it.
+        }
+        {
+            std::lock_guard<std::mutex> guard(hotplug_mutex);
+            pending_event_code = 1;
+            std::memset(event_camera_id, 0, sizeof event_camera_id);
+            std::strncpy(event_camera_id, camera_id.c_str(), sizeof event_camera_id - 1);
+        }
+        if (event) event->set();
+        return;
+    }
+    if (event_code == QX_HOTPLUG_EVENT_DEPARTURE) {
+        {
+            std::scoped_lock guard(hotplug_mutex, device_paths_mutex);
+            pending_event_code = 2;
+            std::memset(event_camera_id, 0, sizeof event_camera_id);
+            for (auto entry = device_paths.begin(); entry != device_paths.end(); ++entry) {
+                if (entry->second == path) {
+                    std::strncpy(event_camera_id, entry->first.c_str(), sizeof event_camera_id - 1);
+                    device_paths.erase(entry);
+                    break;
+                }
+            }
+        }
+        if (event) event->set();
+        return;
+    }
+    std::lock_guard<std::mutex> guard(hotplug_mutex);
+    pending_event_code = 0;
+    std::memset(event_camera_id, 0, sizeof event_camera_id);
+}
+
+int module_state_class::wait_for_hotplug_payload(char* payload) {
+    auto event = current_hotplug_event();
+    if (event) event->wait();
+    std::lock_guard<std::mutex> guard(hotplug_mutex);
+    if (payload == nullptr) return 0;
+    if (pending_event_code == 1) std::snprintf(payload, hotplug_id_capacity + 3, "1,%s", event_camera_id);
+    if (pending_event_code == 2) std::snprintf(payload, hotplug_id_capacity + 3, "0,%s", event_camera_id);
+    return 0;
+}
+
+void module_state_class::release_hotplug_waiter() {
+    if (auto event = current_hotplug_event()) event->set();
+}
+
+}  // namespace qx::device_qv

@@ -1,0 +1,77 @@
+#pragma once
+// Module-wide state of the built-in family: its USB identity, the cameras
+// found by the last enumeration, the map from camera id to device path, the
+// list of open cameras, and the hand-over of hot-plug events.
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/auto_reset_event_class.h"
+#include "quendral_vko_device_module.h"
+#include "usb/device_enumerator_class.h"
+
+namespace qx::device_qv {
+
+class qv_camera_class;
+
+inline constexpr std::uint32_t qv_vendor_id = 10876;
+inline constexpr std::uint32_t qv_product_ids[] = {0x6101, 0x6117, 0x6210, 0x611E};
+inline constexpr std::size_t hotplug_id_capacity = 256;
+
+class module_state_class {
+public:
+    static module_state_class& instance();
+
+    // Sets the identity filter, creates the hot-plug event and subscribes to
+    // the family's devices through the host's monitor.
+    int initialize(qx_hotplug_record* host);
+    int uninitialize();
+
+    // Lists the family's cameras: ids each followed by ',' and a final '.',
+    // serial numbers each followed by ','. A camera that cannot be opened is
+    // left out. 1 when a device path cannot be fetched.
+    int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers);
+
+    // The device path last listed for a camera id; empty when unknown.
+    std::string device_path_of(const std::string& camera_id) const;
+
+    void add_open_camera(qv_camera_class* camera);
+    void remove_open_camera(qv_camera_class* camera);
+    std::size_t open_camera_count();
+
+    // Hot-plug: records an arrival or departure and signals the waiter.
+    void on_hotplug_event(int event_code, const char* device_path);
+    // Blocks until an event is signalled, then writes "1,<id>" or "0,<id>".
+    int wait_for_hotplug_payload(char* payload);
+    void release_hotplug_waiter();
+
+    usb::usb_identity_filter identity_filter;
+
+private:
+    module_state_class() = default;
+    // Enters an id -> path pair, replacing an entry with the same id or path.
+    void remember_device(const std::string& camera_id, const std::string& device_path);
+
+    usb::device_enumerator_class enumerator;
+    // Hot-plug departures prune the map from the monitor's thread while the
+    // kit lists and creates cameras on its own threads.
+    mutable std::mutex device_paths_mutex;
+    std::map<std::string, std::string> device_paths;  // guarded by device_paths_mutex
+
+    std::mutex open_cameras_mutex;
+    std::list<qv_camera_class*> open_cameras;  // guarded by open_cameras_mutex
+
+    std::shared_ptr<platform::auto_reset_event_class> current_hotplug_event();
+
+    bool initialised = false;
+    std::mutex hotplug_mutex;
+    std::shared_ptr<platform::auto_reset_event_class> hotplug_event;  // guarded by hotplug_mutex
+    std::int32_t pending_event_code = 0;                               // guarded by hotplug_mutex
+    char event_camera_id[hotplug_id_capacity] = {};                    // guarded by hotplug_mutex
+};
+
+}  // namespace qx::device_qv

@@ -1,0 +1,130 @@
+// The camera's text channel: two attempts with link recovery, the reply copy
+// and the column-balancing gain update.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "device_qv/qv_camera_class.h"
+#include "support/emulated_camera_fixture.h"
+#include "support/recording_transport.h"
+#include "usb/emulated_fx3_class.h"
+
+namespace {
+
+using qx::device_qv::qv_camera_class;
+using qx::test::recording_transport;
+
+constexpr std::uint32_t short_timeout_ms = 50;
+
+class camera_text_transport : public ::testing::Test {
+protected:
+    void open(const std::string& camera_json) {
+        qx::test::configure_emulator(R"({"cameras":[)" + camera_json + "]}");
+        path = qx::test::emulated_path();
+        transport = std::make_unique<recording_transport>(std::make_unique<qx::usb::emulated_fx3_class>(path));
+        camera = std::make_unique<qv_camera_class>(transport.get());
+        transport->take_operations();
+    }
+    void set_faults(const std::string& faults) {
+        ASSERT_EQ(qx_emu_set_faults(path.c_str(), faults.c_str()), QX_EMU_OK) << qx_emu_get_last_error();
+    }
+    std::string send(const std::string& command, std::uint32_t timeout_ms = short_timeout_ms) {
+        char reply[1024] = {};
+        camera->send_command(command.c_str(), static_cast<std::uint32_t>(command.size() + 1), reply, sizeof reply,
+                             timeout_ms);
+        return reply;
+    }
+    std::string failure_of(const std::string& command) {
+        try {
+            send(command);
+        } catch (const std::exception& failure) {
+            return failure.what();
+        }
+        return "";
+    }
+
+    std::string path;
+    std::unique_ptr<recording_transport> transport;
+    std::unique_ptr<qv_camera_class> camera;
+};
+
+TEST_F(camera_text_transport, construction_reads_the_trimmed_id_and_the_serial) {
+    open(qx::test::small_camera_json("CAM-1", "SER-1", R"("replies":{"id":"  CAM-1 \t"})"));
+    EXPECT_EQ(camera->id(), "CAM-1");
+    EXPECT_EQ(camera->serial_number(), "SER-1");
+}
+
+TEST_F(camera_text_transport, a_blank_id_refuses_the_camera) {
+    qx::test::configure_emulator(R"({"cameras":[)" +
+                                 qx::test::small_camera_json("CAM-1", "SER-1", R"("replies":{"id":"   "})") + "]}");
+    qx::usb::emulated_fx3_class link(qx::test::emulated_path());
+    try {
+        qv_camera_class refused(&link);
+        ADD_FAILURE() << "a blank id was accepted";
+    } catch (const std::exception& failure) {
+        EXPECT_STREQ(failure.what(), "Trimmed string is empty: Error reading camera unique id.");
+    }
+}
+
+TEST_F(camera_text_transport, a_camera_that_never_answers_fails_after_two_attempts_with_recovery) {
+    open(qx::test::small_camera_json("CAM-1", "SER-1"));
+    const auto before = qx::test::emulator_counters(path);
+    set_faults(R"({"reply_timeout":{"rate":1.0}})");
+    EXPECT_EQ(failure_of("exp"), "After 2 attempts, failed to do a Cypress FX3 write + readback.");
+    const std::vector<std::string> expected = {"write exp", "read timed-out", "reset port",
+                                               "write exp", "read timed-out", "reset port"};
+    EXPECT_EQ(transport->take_operations(), expected);
+    EXPECT_EQ(qx::test::emulator_counters(path).commands_received - before.commands_received, 2u);
+}
+
+TEST_F(camera_text_transport, a_first_time_out_then_success_returns_the_second_reply) {
+    open(qx::test::small_camera_json("CAM-1", "SER-1"));
+    set_faults(R"({"reply_timeout":{"commands":[0]}})");
+    EXPECT_EQ(send("sernum"), "SER-1");
+    const std::vector<std::string> expected = {"write sernum", "read timed-out", "reset port", "write sernum",
+                                               "read"};
+    EXPECT_EQ(transport->take_operations(), expected);
+}
+
+TEST_F(camera_text_transport, a_stalled_endpoint_is_unstalled_instead_of_resetting_the_port) {
+    open(qx::test::small_camera_json("CAM-1", "SER-1"));
+    set_faults(R"({"stall_command":{"commands":[0],"endpoint":"out"}})");
+    EXPECT_EQ(send("sernum"), "SER-1");
+    const std::vector<std::string> expected = {"write sernum stalled", "stalled 0x02", "unstall 0x02",
+                                               "write sernum", "read"};
+    EXPECT_EQ(transport->take_operations(), expected);
+}
+
+TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminator) {
+    open(qx::test::small_camera_json("CAM-1", "SERIAL-NUMBER"));
+    char reply[16];
+    std::memset(reply, '#', sizeof reply);
+    camera->send_command("sernum", 7, reply, 4, short_timeout_ms);
+    EXPECT_EQ(std::string(reply, 6), "SERI##");
+}
+
+TEST_F(camera_text_transport, gain_commands_update_the_active_column_gain_set_only_with_correction_on) {
+    const std::string column_gains = R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
+                                     R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],)"
+                                     R"("replies":{"gain 3":"3 dB","gain 2":"Success"})";
+    open(qx::test::small_camera_json("CAM-1", "SER-1", column_gains));
+    ASSERT_TRUE(camera->column_balancing.enabled);
+
+    send("gain 3");
+    EXPECT_EQ(camera->cached_gain, 3);
+
+    // A reply that does not begin with a number is retried, then refused, and
+    // correction is switched off.
+    transport->take_operations();
+    EXPECT_EQ(failure_of("gain 2"), "After 2 attempts, failed to do a Cypress FX3 write + readback.");
+    const std::vector<std::string> expected = {"write gain 2", "read", "write gain 2", "read"};
+    EXPECT_EQ(transport->take_operations(), expected);
+    EXPECT_FALSE(camera->column_balancing.enabled);
+    EXPECT_EQ(camera->cached_gain, 3);
+
+    // With correction off the reply is not read.
+    EXPECT_EQ(send("gain 2"), "Success");
+}
+
+}  // namespace

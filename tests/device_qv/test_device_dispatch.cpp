@@ -1,0 +1,146 @@
+// The module's answers to the kit's get and set commands.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "device_qv/module_entry_points.h"
+#include "support/emulated_camera_fixture.h"
+
+namespace {
+
+class device_dispatch : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(qx_module_initialize(nullptr), 0);
+        qx::test::configure_emulator(
+            R"({"cameras":[)" +
+            qx::test::small_camera_json("ID-D", "SER-D", R"json("replies":{"stop":"Camera running (parameter cannot be set while in this mode)"})json") +
+            "]}");
+        path = qx::test::emulated_path();
+        std::vector<char> ids(2048, '\0');
+        std::vector<char> serials(2048, '\0');
+        ASSERT_EQ(get_device_ids(ids.data(), 2048, serials.data(), 2048), 0);
+        ASSERT_EQ(create("ID-D", &device), 0);
+    }
+    void TearDown() override {
+        if (device != nullptr) destroy(device);
+        qx_module_uninitialize();
+    }
+
+    int get(const std::string& command, std::string& reply, const void* data = nullptr, std::uint64_t data_size = 0) {
+        char buffer[1024];
+        std::memset(buffer, '#', sizeof buffer);
+        buffer[sizeof buffer - 1] = '\0';
+        const int status = get_data__returns_zero_for_success(device, command.c_str(), command.size() + 1, data,
+                                                              data_size, buffer, sizeof buffer);
+        reply = buffer;
+        return status;
+    }
+    int set(const std::string& command, const char* value = nullptr) {
+        char buffer[1024] = {};
+        char data[256] = {};
+        if (value != nullptr) std::strncpy(data, value, sizeof data - 1);
+        return set_data__returns_zero_for_success(device, command.c_str(), command.size() + 1,
+                                                  value != nullptr ? data : nullptr, value != nullptr ? 256 : 0,
+                                                  buffer, sizeof buffer);
+    }
+    std::uint64_t commands_received() { return qx::test::emulator_counters(path).commands_received; }
+
+    std::string path;
+    void* device = nullptr;
+};
+
+TEST_F(device_dispatch, local_words_are_recognised_after_trimming_and_only_whole) {
+    std::string reply;
+    EXPECT_EQ(get("  image_metadata \t", reply), 0);
+    EXPECT_EQ(reply, "off");
+    // One more character and it is the camera's business.
+    EXPECT_EQ(get("image_metadatax", reply), 0);
+    EXPECT_EQ(reply, "Invalid command");
+    EXPECT_EQ(get("usb_speed", reply), 0);
+    EXPECT_EQ(reply, "USB 3.0");
+    EXPECT_EQ(get("usb_speed and more", reply), 0);
+    EXPECT_EQ(reply, "USB 3.0");
+}
+
+TEST_F(device_dispatch, metadata_flag_is_on_only_for_exactly_on) {
+    std::string reply;
+    const struct {
+        const char* value;
+        const char* expected;
+    } cases[] = {{"on", "on"}, {"On", "off"}, {"on", "on"}, {"1", "off"}, {"on ", "off"}, {"ON", "off"}};
+    for (const auto& entry : cases) {
+        EXPECT_EQ(set("image_metadata", entry.value), 0);
+        EXPECT_EQ(get("image_metadata", reply), 0);
+        EXPECT_EQ(reply, entry.expected) << "value '" << entry.value << "'";
+    }
+}
+
+TEST_F(device_dispatch, frame_size_counts_two_bytes_per_pixel_plus_the_metadata_block) {
+    std::string reply;
+    EXPECT_EQ(get("acquisition_bytes_per_frame", reply), 0);
+    EXPECT_EQ(reply, std::to_string(64 * 8 * 2));
+    EXPECT_EQ(set("image_metadata", "on"), 0);
+    EXPECT_EQ(get("acquisition_bytes_per_frame", reply), 0);
+    EXPECT_EQ(reply, std::to_string(64 * 8 * 2 + 16384));
+}
+
+TEST_F(device_dispatch, column_correction_switches_and_unimplemented_words) {
+    std::string reply;
+    EXPECT_EQ(get("ccon", reply), 0);
+    EXPECT_EQ(reply, "on");
+    EXPECT_EQ(get("ccoff", reply), 0);
+    EXPECT_EQ(reply, "off");
+    EXPECT_EQ(get("ccload", reply), 1);
+    EXPECT_EQ(reply, "error not supported");
+    EXPECT_EQ(get("ccdump", reply), 1);
+    EXPECT_EQ(reply, "error not supported");
+}
+
+TEST_F(device_dispatch, gain_is_read_and_written_through_the_module) {
+    std::string reply;
+    EXPECT_EQ(set("gain 0012"), 0);
+    EXPECT_EQ(get("gain", reply), 0);
+    EXPECT_EQ(reply, "12");
+    const auto before = commands_received();
+    EXPECT_EQ(set("gain abc"), 1);
+    EXPECT_EQ(set("gain 12345678901"), 1);
+    EXPECT_EQ(commands_received(), before);
+}
+
+TEST_F(device_dispatch, frame_requests_need_a_data_pointer) {
+    std::string reply;
+    EXPECT_EQ(get("image_poll", reply), 1);
+    EXPECT_EQ(get("image_wait_per_frame", reply), 1);
+    std::uint64_t frame = 12345;
+    EXPECT_EQ(set("image_poll_timeout_ms", "5"), 0);
+    EXPECT_EQ(get("image_poll_timeout_ms", reply), 0);
+    EXPECT_EQ(reply, "5");
+    // Not armed: no frame, after the poll time-out.
+    EXPECT_EQ(get("image_poll", reply, &frame, 1), 0);
+    EXPECT_EQ(frame, 0u);
+}
+
+TEST_F(device_dispatch, stop_and_disarm_succeed_whatever_the_camera_replies) {
+    const auto before = commands_received();
+    EXPECT_EQ(set("disarm"), 0);
+    EXPECT_EQ(set("stop"), 0);
+    EXPECT_EQ(commands_received() - before, 2u);
+    EXPECT_EQ(set("unblock_image_wait_for_frame"), 0);
+}
+
+TEST_F(device_dispatch, other_commands_pass_through_with_the_callers_size) {
+    std::string reply;
+    EXPECT_EQ(get("sernum", reply), 0);
+    EXPECT_EQ(reply, "SER-D");
+    char small[4];
+    std::memset(small, '#', sizeof small);
+    EXPECT_EQ(get_data__returns_zero_for_success(device, "sernum", 7, nullptr, 0, small, sizeof small), 0);
+    EXPECT_EQ(std::string(small, 4), "SER-");
+    EXPECT_EQ(get_data__returns_zero_for_success(nullptr, "sernum", 7, nullptr, 0, small, sizeof small), 1);
+}
+
+}  // namespace
