@@ -139,6 +139,363 @@ QX_CAMERA_API int qx_camera_close_camera(void* handle);
 QX_CAMERA_API const char* qx_camera_get_last_error(void);
 /** @} */
 
+/** @name Camera parameters
+ *
+ *  Every getter writes its output only when it succeeds (the text getters
+ *  and the user-memory read excepted: see there); a null output fails with
+ *  the parameter's name (for example "exposure"). A range getter needs
+ *  both outputs: with both null it fails with
+ *  "Pointer(s) for receiving the value(s) must be provided.", with one null
+ *  it fails with that output's name. A feature missing from the camera's
+ *  feature list (read when the camera is opened) fails before anything is
+ *  sent, with a text naming the feature. A reply that the SDK
+ *  does not recognise fails with a text naming what was expected; no getter
+ *  succeeds without writing its output, except
+ *  qx_camera_convert_decibels_to_gain (see there). Numbers that do not parse
+ *  fail with the conversion's text, for example "invalid stoi argument" or
+ *  "stoll argument out of range".
+ *  @{ */
+
+/** Exposure time in microseconds ("exp"). */
+QX_CAMERA_API int qx_camera_get_exposure_time(void* handle, long long* exposure);
+/** Sets the exposure time in microseconds; a negative value fails with "exposure". */
+QX_CAMERA_API int qx_camera_set_exposure_time(void* handle, long long exposure);
+/** Smallest and largest exposure time in microseconds. */
+QX_CAMERA_API int qx_camera_get_exposure_time_range(void* handle, long long* exposure_min_us,
+                                                    long long* exposure_max_us);
+
+/** Black level; fails "Black level is not supported." on a camera without one. */
+QX_CAMERA_API int qx_camera_get_black_level(void* handle, int* black_level);
+/** Sets the black level; fails "Black level is not supported." on a camera without one. */
+QX_CAMERA_API int qx_camera_set_black_level(void* handle, int black_level);
+/** Smallest and largest black level. */
+QX_CAMERA_API int qx_camera_get_black_level_range(void* handle, int* black_level_min, int* black_level_max);
+
+/** Gain index; fails "Gain is not supported." on a camera without gain. */
+QX_CAMERA_API int qx_camera_get_gain(void* handle, int* gain);
+/** Sets the gain index; a negative index fails with "gain". */
+QX_CAMERA_API int qx_camera_set_gain(void* handle, int gain);
+/** Smallest and largest gain index. */
+QX_CAMERA_API int qx_camera_get_gain_range(void* handle, int* gain_min, int* gain_max);
+/**
+ * Decibels of a gain index, from the camera's gain table, or index / 10 on a
+ * camera whose gain is linear. On a camera with a table, an index outside it
+ * fails with "Gain index is outside the gain table.".
+ */
+QX_CAMERA_API int qx_camera_convert_gain_to_decibels(void* handle, int gain, double* decibels);
+/**
+ * The gain index within the gain range nearest to @p decibels: on a linear
+ * camera decibels x 10 rounded half away from zero and clamped into the
+ * range; with a gain table the nearest entry, a tie going to the higher
+ * index. A camera reporting a minimum above its maximum gets no answer (the
+ * output stays unwritten, status 0). A decibel value that is not a number
+ * fails with "decibels".
+ */
+QX_CAMERA_API int qx_camera_convert_decibels_to_gain(void* handle, double decibels, int* index_to_gain);
+
+/** Horizontal binning factor ("hbin"); 1 is no binning. */
+QX_CAMERA_API int qx_camera_get_binx(void* handle, int* binx);
+/** Sets the horizontal binning; a factor below 1 fails with "binx". */
+QX_CAMERA_API int qx_camera_set_binx(void* handle, int binx);
+/** Smallest and largest horizontal binning. */
+QX_CAMERA_API int qx_camera_get_binx_range(void* handle, int* binx_min, int* binx_max);
+/** Vertical binning factor ("vbin"); 1 is no binning. */
+QX_CAMERA_API int qx_camera_get_biny(void* handle, int* biny);
+/** Sets the vertical binning; a factor below 1 fails with "biny". */
+QX_CAMERA_API int qx_camera_set_biny(void* handle, int biny);
+/** Smallest and largest vertical binning. */
+QX_CAMERA_API int qx_camera_get_biny_range(void* handle, int* biny_min, int* biny_max);
+
+/**
+ * Region of interest in sensor pixels, both corners inclusive. A camera
+ * reply with fewer than four numbers fails with
+ * "ROI reply holds fewer than four integers.".
+ */
+QX_CAMERA_API int qx_camera_get_roi(void* handle, int* upper_left_x, int* upper_left_y, int* lower_right_x,
+                                    int* lower_right_y);
+/**
+ * Sets the region of interest. A negative value fails with its name; the
+ * camera refuses corners that are out of order, out of range or not aligned.
+ */
+QX_CAMERA_API int qx_camera_set_roi(void* handle, int upper_left_x, int upper_left_y, int lower_right_x,
+                                    int lower_right_y);
+/** The smallest and the largest region of interest, four corners each. */
+QX_CAMERA_API int qx_camera_get_roi_range(void* handle, int* upper_left_x_min, int* upper_left_y_min,
+                                          int* lower_right_x_min, int* lower_right_y_min, int* upper_left_x_max,
+                                          int* upper_left_y_max, int* lower_right_x_max, int* lower_right_y_max);
+
+/** Width of the delivered image in pixels. */
+QX_CAMERA_API int qx_camera_get_image_width(void* handle, int* width_pixels);
+/** Smallest and largest image width. */
+QX_CAMERA_API int qx_camera_get_image_width_range(void* handle, int* image_width_min, int* image_width_max);
+/** Height of the delivered image in pixels. */
+QX_CAMERA_API int qx_camera_get_image_height(void* handle, int* height_pixels);
+/** Smallest and largest image height. */
+QX_CAMERA_API int qx_camera_get_image_height_range(void* handle, int* image_height_min, int* image_height_max);
+/** Sensor width in pixels: the largest region's lower-right x plus one. */
+QX_CAMERA_API int qx_camera_get_sensor_width(void* handle, int* width_pixels);
+/** Sensor height in pixels: the largest region's lower-right y plus one. */
+QX_CAMERA_API int qx_camera_get_sensor_height(void* handle, int* height_pixels);
+/** Width of one sensor pixel in micrometres. */
+QX_CAMERA_API int qx_camera_get_sensor_pixel_width(void* handle, double* pixel_width_um);
+/** Height of one sensor pixel in micrometres. */
+QX_CAMERA_API int qx_camera_get_sensor_pixel_height(void* handle, double* pixel_height_um);
+/** Bytes per delivered pixel. */
+QX_CAMERA_API int qx_camera_get_sensor_pixel_size_bytes(void* handle, int* sensor_pixel_size_bytes);
+/** Bits per pixel. */
+QX_CAMERA_API int qx_camera_get_bit_depth(void* handle, int* bit_depth);
+/** Sensor readout time in nanoseconds. */
+QX_CAMERA_API int qx_camera_get_sensor_readout_time(void* handle, int* sensor_readout_time_ns);
+/** Frame time in microseconds. */
+QX_CAMERA_API int qx_camera_get_frame_time(void* handle, int* frame_time_us);
+/** Frequency in hertz of the clock that time-stamps frames. */
+QX_CAMERA_API int qx_camera_get_timestamp_clock_frequency(void* handle, int* timestamp_clock_frequency);
+
+/** Frames per trigger; 0 means unlimited. */
+QX_CAMERA_API int qx_camera_get_frames_per_trigger_zero_for_unlimited(void* handle, int* number_of_frames);
+/** Sets the frames per trigger, sent as an unsigned number; 0 means unlimited. */
+QX_CAMERA_API int qx_camera_set_frames_per_trigger_zero_for_unlimited(void* handle, int number_of_frames);
+/** Smallest and largest frames per trigger. */
+QX_CAMERA_API int qx_camera_get_frames_per_trigger_range(void* handle, int* nframes_min, int* nframes_max);
+
+/** Hot-pixel correction threshold. */
+QX_CAMERA_API int qx_camera_get_hot_pixel_correction_threshold(void* handle, int* hot_pixel_correction_threshold);
+/** Sets the threshold; a negative value fails with "hot_pixel_correction_threshold". */
+QX_CAMERA_API int qx_camera_set_hot_pixel_correction_threshold(void* handle, int hot_pixel_correction_threshold);
+/** Smallest and largest threshold. */
+QX_CAMERA_API int qx_camera_get_hot_pixel_correction_threshold_range(void* handle,
+                                                                     int* hot_pixel_correction_threshold_min,
+                                                                     int* hot_pixel_correction_threshold_max);
+/** 1 unless the camera reports the correction "off". */
+QX_CAMERA_API int qx_camera_get_is_hot_pixel_correction_enabled(void* handle, int* is_hot_pixel_correction_enabled);
+/** Switches the correction on (non-zero) or off (0). */
+QX_CAMERA_API int qx_camera_set_is_hot_pixel_correction_enabled(void* handle, int is_hot_pixel_correction_enabled);
+
+/**
+ * 1 when frame-rate control is on. Every frame-rate control function fails
+ * "Camera does not support frame-rate control." on a camera without it.
+ */
+QX_CAMERA_API int qx_camera_get_is_frame_rate_control_enabled(void* handle, int* is_enabled);
+/** Switches frame-rate control on (non-zero) or off (0). */
+QX_CAMERA_API int qx_camera_set_is_frame_rate_control_enabled(void* handle, int is_enabled);
+/** The controlled frame rate in frames per second (kept in thousandths by the camera). */
+QX_CAMERA_API int qx_camera_get_frame_rate_control_value(void* handle, double* frame_rate_fps);
+/**
+ * Sets the controlled frame rate. It must be above 0 and at most
+ * 2147483647, else "Frame rate parameter is out of range."; the camera gets
+ * the value x 1000 cut toward zero, and a product beyond 2147483647 is sent
+ * as -2147483648, which the camera refuses.
+ */
+QX_CAMERA_API int qx_camera_set_frame_rate_control_value(void* handle, double frame_rate_fps);
+/** Smallest and largest controlled frame rate in frames per second. */
+QX_CAMERA_API int qx_camera_get_frame_rate_control_value_range(void* handle, double* frame_rate_fps_min,
+                                                               double* frame_rate_fps_max);
+
+/** Operation mode: 0 software triggered, 1 hardware triggered, 2 bulb. */
+QX_CAMERA_API int qx_camera_get_operation_mode(void* handle, int* operation_mode);
+/**
+ * Sets the operation mode, keeping the trigger polarity; another value fails
+ * "Unknown operation mode." before anything is sent.
+ */
+QX_CAMERA_API int qx_camera_set_operation_mode(void* handle, int operation_mode);
+/**
+ * Whether the camera offers an operation mode: mode 0 always, modes 1 and 2
+ * as the camera's I/O setup says (a reply it does not recognise fails with
+ * "I/O setup reply not recognized."), other modes never.
+ */
+QX_CAMERA_API int qx_camera_get_is_operation_mode_supported(void* handle, int operation_mode,
+                                                            int* is_operation_mode_supported);
+/**
+ * Trigger polarity: 0 active high, 1 active low. A camera whose trigger
+ * state is not exactly a mode and a polarity word fails with "hwtrig".
+ */
+QX_CAMERA_API int qx_camera_get_trigger_polarity(void* handle, int* trigger_polarity_enum);
+/**
+ * Sets the trigger polarity, keeping the operation mode; a value other than
+ * 0 or 1 fails with "trigger_polarity" before anything is sent.
+ */
+QX_CAMERA_API int qx_camera_set_trigger_polarity(void* handle, int trigger_polarity);
+
+/** 1 when the camera has the EEP mode. */
+QX_CAMERA_API int qx_camera_get_is_eep_supported(void* handle, int* is_eep_supported);
+/** EEP status: 0 disabled, 1 enabled and active, 2 enabled and inactive, 3 enabled in bulb. */
+QX_CAMERA_API int qx_camera_get_eep_status(void* handle, int* eep_status_enum);
+/** Switches EEP on (non-zero) or off (0). */
+QX_CAMERA_API int qx_camera_set_is_eep_enabled(void* handle, int is_eep_enabled);
+
+/** 1 when the camera has selectable taps. */
+QX_CAMERA_API int qx_camera_get_is_taps_supported(void* handle, int* is_taps_supported);
+/** Tap setting 0, 1 or 2. */
+QX_CAMERA_API int qx_camera_get_taps(void* handle, int* taps);
+/** Sets the taps; a value above 2 fails with "taps". */
+QX_CAMERA_API int qx_camera_set_taps(void* handle, int taps);
+/** 1 when tap balancing is on. */
+QX_CAMERA_API int qx_camera_get_tap_balance_enable(void* handle, int* tap_balance_enable);
+/** Switches tap balancing on (non-zero) or off (0). */
+QX_CAMERA_API int qx_camera_set_tap_balance_enable(void* handle, int tap_balance_enable);
+
+/** Data rate: 0 and 1 readout-frequency settings, 2 30 frames per second, 3 50 frames per second. */
+QX_CAMERA_API int qx_camera_get_data_rate(void* handle, int* data_rate);
+/** Sets the data rate; another value fails "Unexpected data rate." before anything is sent. */
+QX_CAMERA_API int qx_camera_set_data_rate(void* handle, int data_rate);
+/** 1 when the camera offers the data rate. */
+QX_CAMERA_API int qx_camera_get_is_data_rate_supported(void* handle, int data_rate, int* is_supported);
+
+/** 1 when the camera has a status LED. */
+QX_CAMERA_API int qx_camera_get_is_led_supported(void* handle, int* is_led_supported);
+/** 1 unless the camera reports the LED exactly "off". */
+QX_CAMERA_API int qx_camera_get_is_led_on(void* handle, int* is_led_on);
+/** Switches the LED on (non-zero) or off (0). */
+QX_CAMERA_API int qx_camera_set_is_led_on(void* handle, int is_led_on);
+
+/** 1 when the camera has powered cooling. */
+QX_CAMERA_API int qx_camera_get_is_cooling_supported(void* handle, int* is_cooling_supported);
+/** 1 when the cooling is on; fails "Powered cooling is not supported." without it. */
+QX_CAMERA_API int qx_camera_get_is_cooling_enabled(void* handle, int* is_cooling_enabled);
+
+/** Non-zero (1 or -1) when the camera has the near-infrared boost, 0 when not. */
+QX_CAMERA_API int qx_camera_get_is_nir_boost_supported(void* handle, int* is_nir_boost_supported);
+/** The near-infrared boost setting; fails "Camera does not support NIR boost mode." without it. */
+QX_CAMERA_API int qx_camera_get_nir_boost_enable(void* handle, int* nir_boost_enable);
+/** Switches the near-infrared boost on (non-zero) or off (0). */
+QX_CAMERA_API int qx_camera_set_nir_boost_enable(void* handle, int nir_boost_enable);
+
+/** The camera's interface: always 2 (USB). */
+QX_CAMERA_API int qx_camera_get_communication_interface(void* handle, int* communication_interface);
+/** The USB connection: 0 USB 1.0, 1 USB 2.0, 2 USB 3.0. */
+QX_CAMERA_API int qx_camera_get_usb_port_type(void* handle, int* usb_port_type);
+
+/** Sensor type: 0 monochrome, 1 colour, 2 monochrome polarized. */
+QX_CAMERA_API int qx_camera_get_camera_sensor_type(void* handle, int* camera_sensor_type);
+/**
+ * Colour filter array phase: 0 red first, 1 blue first, 2 green left of
+ * red, 3 green left of blue.
+ */
+QX_CAMERA_API int qx_camera_get_color_filter_array_phase(void* handle, int* color_filter_array_phase);
+/**
+ * Polarizer phase: 0, 1, 2, 3 for 0, 45, 90, 135 degrees; fails
+ * "Polar phase is not supported." on a camera without polarizers.
+ */
+QX_CAMERA_API int qx_camera_get_polar_phase(void* handle, int* polar_phase);
+/**
+ * The recommended colour correction matrix: @p matrix holds 9 floats (3 x 3,
+ * row after row). The camera's numbers are stored in order; at most 9 are
+ * stored, and a reply with fewer leaves the remaining entries untouched.
+ */
+QX_CAMERA_API int qx_camera_get_color_correction_matrix(void* handle, float* matrix);
+/** The default white balance matrix: 9 floats, as for the colour correction matrix. */
+QX_CAMERA_API int qx_camera_get_default_white_balance_matrix(void* handle, float* matrix);
+/**
+ * The colour space the correction matrix produces, as text. @p text must
+ * hold 64 bytes; a longer name is cut to 63 characters, and the text is
+ * always terminated.
+ */
+QX_CAMERA_API int qx_camera_get_camera_color_correction_matrix_output_color_space(void* handle, char* text);
+
+/**
+ * The firmware version text. A text exactly @p text_size characters long
+ * fills the buffer without a terminator; a longer one fails with
+ * "Command response size is too small." and leaves a terminated prefix.
+ * A @p text_size below 1 fails with "str_length". The same holds for the
+ * model, name and serial number.
+ */
+QX_CAMERA_API int qx_camera_get_firmware_version(void* handle, char* text, int text_size);
+/** The model text. */
+QX_CAMERA_API int qx_camera_get_model(void* handle, char* text, int text_size);
+/** The camera's settable name. */
+QX_CAMERA_API int qx_camera_get_name(void* handle, char* text, int text_size);
+/** The serial number text. */
+QX_CAMERA_API int qx_camera_get_serial_number(void* handle, char* text, int text_size);
+/** Shortest and longest model text. */
+QX_CAMERA_API int qx_camera_get_model_string_length_range(void* handle, int* model_min, int* model_max);
+/** Shortest and longest name. */
+QX_CAMERA_API int qx_camera_get_name_string_length_range(void* handle, int* name_min, int* name_max);
+/** Shortest and longest serial number text. */
+QX_CAMERA_API int qx_camera_get_serial_number_string_length_range(void* handle, int* serial_number_min,
+                                                                  int* serial_number_max);
+/** Sets the camera's name; the camera refuses names it cannot keep. */
+QX_CAMERA_API int qx_camera_set_name(void* handle, char* name);
+/** @} */
+
+/** @name User memory
+ *  A small non-volatile memory in the camera for the application's bytes.
+ *  @{ */
+
+/** Size of the user memory in bytes. */
+QX_CAMERA_API int qx_camera_get_user_memory_maximum_size(void* handle, long long* maximum_size_bytes);
+/**
+ * Reads @p size bytes from @p offset into @p data. A failure part-way leaves
+ * the bytes read so far in @p data.
+ */
+QX_CAMERA_API int qx_camera_get_user_memory(void* handle, unsigned char* data, long long size, long long offset);
+/**
+ * Erases @p size bytes from @p offset, then writes @p data there. A failure
+ * part-way leaves the erased range partly written.
+ */
+QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, long long size, long long offset);
+/** @} */
+
+/** @name Image acquisition
+ *  A camera streams into a buffer that the SDK allocates when it is armed.
+ *  With a frame callback registered, a frame-loop thread calls it for every
+ *  frame; without one, the application polls with
+ *  `qx_camera_get_pending_frame_or_null`. With n buffered frames the camera
+ *  can run at most n - 1 frames ahead of the application; further frames are
+ *  dropped whole, never delivered damaged.
+ *  @{ */
+
+/**
+ * Arms the camera: switches the frame metadata on and makes room for
+ * @p number_of_frames_to_buffer frames (2 or more). The buffer is kept and
+ * reused by later arms of the same size. Starts the frame loop when a
+ * callback is registered. Fails while already armed.
+ */
+QX_CAMERA_API int qx_camera_arm(void* handle, int number_of_frames_to_buffer);
+
+/** Stops the camera ("stop") and ends the frame loop; succeeds when not armed. */
+QX_CAMERA_API int qx_camera_disarm(void* handle);
+
+/** Starts the configured number of frames (see frames per trigger). */
+QX_CAMERA_API int qx_camera_issue_software_trigger(void* handle);
+
+/** Writes 1 when armed, else 0. */
+QX_CAMERA_API int qx_camera_get_is_armed(void* handle, int* is_armed);
+
+/**
+ * Registers the frame callback (null switches to polling) and its context.
+ * Refused while armed.
+ */
+QX_CAMERA_API int qx_camera_set_frame_available_callback(void* handle, frame_available_callback callback,
+                                                         void* context);
+
+/** Reads the registered frame callback. */
+QX_CAMERA_API int qx_camera_get_frame_available_callback(void* handle, frame_available_callback* callback);
+
+/**
+ * Takes the next frame, waiting at most the poll time-out. With no frame
+ * pending it succeeds with null pointers and zeros. The frame stays valid
+ * until the next call. Refused while a callback is registered.
+ * @param image_data    receives the 16-bit pixels
+ * @param frame_count   receives the camera's frame counter
+ * @param metadata      receives the frame's metadata record
+ * @param metadata_size receives its size in bytes
+ */
+QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned short** image_data, int* frame_count,
+                                                      unsigned char** metadata, int* metadata_size);
+
+/** Reads the poll time-out in milliseconds (100 after opening). */
+QX_CAMERA_API int qx_camera_get_image_poll_timeout(void* handle, int* milliseconds);
+
+/** Sets the poll time-out in milliseconds. */
+QX_CAMERA_API int qx_camera_set_image_poll_timeout(void* handle, int milliseconds);
+
+/**
+ * Frames per second handed to the callback, measured over the last full
+ * second; 0 until a second has passed.
+ */
+QX_CAMERA_API int qx_camera_get_measured_frame_rate(void* handle, double* frames_per_second);
+/** @} */
+
 /** @name Raw commands
  *  @{ */
 

@@ -1,16 +1,328 @@
 #include "acquisition/frame_acquisition_class.h"
 
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "camera/firmware_phrases.h"
+#include "camera/number_conversion.h"
+#include "kit/checks.h"
+#include "kit/kit_registry_class.h"
 #include "kit/qx_camera_handle_class.h"
+#include "platform/thread_name.h"
 
 namespace qx::acquisition {
 
+namespace {
+
+constexpr std::size_t reply_buffer_size = 1024;
+constexpr std::size_t data_text_size = 256;
+constexpr int record_pair_limit = 2048;
+constexpr const char* not_supported_text = "Command is not supported.";
+
+// The frame loops' and the polls' reply buffers. Nothing reads them but the
+// firmware-phrase scan right after each call, so each thread has its own and
+// concurrent cameras never write the same bytes.
+thread_local char frame_loop_reply[reply_buffer_size];
+thread_local char poll_reply[reply_buffer_size];
+
+constexpr std::uint32_t tag(const char (&text)[5]) {
+    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[0])) |
+           static_cast<std::uint32_t>(static_cast<unsigned char>(text[1])) << 8 |
+           static_cast<std::uint32_t>(static_cast<unsigned char>(text[2])) << 16 |
+           static_cast<std::uint32_t>(static_cast<unsigned char>(text[3])) << 24;
+}
+
+std::uint32_t word_at(const unsigned char* slot, std::size_t index) {
+    std::uint32_t word;
+    std::memcpy(&word, slot + index * 4, sizeof word);
+    return word;
+}
+
+double now_in_seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+// A text of up to 255 characters in a zero-filled 256-byte block: how
+// values travel as an exchange's data.
+struct data_text {
+    explicit data_text(std::string_view text) {
+        std::memcpy(bytes, text.data(), text.size() < sizeof bytes - 1 ? text.size() : sizeof bytes - 1);
+    }
+    char bytes[data_text_size] = {};
+};
+
+}  // namespace
+
+frame_record scan_frame_record(unsigned char* slot) {
+    frame_record record;
+    if (word_at(slot, 0) != tag("VKO\0")) {
+        record.image_data = reinterpret_cast<unsigned short*>(slot);
+        return record;
+    }
+    bool offset_seen = false;
+    for (int pair = 0; pair < record_pair_limit && pair * 2 < 4095; ++pair) {
+        const std::uint32_t key = word_at(slot, static_cast<std::size_t>(pair) * 2);
+        const std::uint32_t value = word_at(slot, static_cast<std::size_t>(pair) * 2 + 1);
+        if (key == tag("FCNT")) record.frame_count = static_cast<int>(value);
+        if (key == tag("IOFF")) {
+            offset_seen = true;
+            record.metadata_size = static_cast<int>(value * 8);
+            record.image_data = reinterpret_cast<unsigned short*>(slot + static_cast<std::size_t>(value) * 8);
+        }
+        if (key == tag("ENDT")) break;
+    }
+    record.metadata = slot;
+    if (!offset_seen) {
+        record.image_data = nullptr;
+        record.metadata_size = 0;
+    }
+    return record;
+}
+
+frame_acquisition_class::~frame_acquisition_class() { stop_remaining_frame_loop(); }
+
+void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer) {
+    handle.run_locked([&] {
+        if (number_of_frames_to_buffer < 2) throw std::invalid_argument("number_of_frames_to_buffer");
+        kit::check_false(armed, "Camera is already armed.");
+
+        auto& channel = handle.channel();
+        const data_text metadata_on("on");
+        channel.set_exchange("image_metadata", 15, metadata_on.bytes, data_text_size, handle.response,
+                             static_cast<std::int32_t>(kit::handle_response_size), false);
+
+        bool supported = true;
+        channel.get_exchange("acquisition_bytes_per_frame", 28, nullptr, 0, handle.response,
+                             kit::handle_response_size, true, supported);
+        kit::check_true(supported, not_supported_text);
+        const int bytes_per_frame = camera::to_int(handle.response);
+
+        const std::int64_t wanted = static_cast<std::int64_t>(number_of_frames_to_buffer) * bytes_per_frame;
+        if (wanted <= 0 || wanted > INT32_MAX) throw std::out_of_range("Frame buffer size is out of range.");
+        // The old block stays alive until the device has taken the new one,
+        // so no slot of it is written after it is freed.
+        std::unique_ptr<unsigned char[]> replaced;
+        if (wanted != frame_buffer_size) {
+            auto fresh = std::make_unique<unsigned char[]>(static_cast<std::size_t>(wanted));
+            replaced = std::exchange(frame_buffer, std::move(fresh));
+            frame_buffer_size = static_cast<std::int32_t>(wanted);
+        }
+        channel.set_exchange("arm", 4, frame_buffer.get(), static_cast<std::uint64_t>(frame_buffer_size),
+                             handle.response, static_cast<std::int32_t>(kit::handle_response_size), false);
+
+        if (frame_loop) stop_frame_loop();
+        if (callback != nullptr) start_frame_loop(handle);
+        armed = true;
+    });
+}
+
 void frame_acquisition_class::disarm(kit::qx_camera_handle_class& handle) {
+    std::unique_ptr<std::thread> running;
     handle.run_locked([&] {
         // Cleared before "stop" is sent, so a refused "stop" still leaves the
         // handle disarmed.
         armed = false;
-        handle.channel().set("stop");
+        handle.channel().set_exchange("stop", 5, nullptr, 0, handle.response,
+                                      static_cast<std::int32_t>(kit::handle_response_size), false);
+        running = std::move(frame_loop);
     });
+    // Joined without the handle mutex: the frame loop takes it for every frame.
+    if (running) {
+        stop_requested.exchange(true);
+        running->join();
+    }
+}
+
+void frame_acquisition_class::issue_software_trigger(kit::qx_camera_handle_class& handle) {
+    handle.run_locked([&] {
+        handle.channel().set_exchange("start", 6, nullptr, 0, handle.response,
+                                      static_cast<std::int32_t>(kit::handle_response_size), false);
+    });
+}
+
+void frame_acquisition_class::set_frame_available_callback(kit::qx_camera_handle_class& handle,
+                                                           frame_available_callback new_callback, void* context) {
+    handle.run_locked([&] {
+        kit::check_false(armed, "Callback cannot be set while the camera is armed.");
+        callback = new_callback;
+        callback_context = context;
+    });
+}
+
+void frame_acquisition_class::get_frame_available_callback(kit::qx_camera_handle_class& handle,
+                                                           frame_available_callback* stored) {
+    handle.run_locked([&] {
+        kit::check_argument(stored, "pointer_to_pointer_to_frame_available_callback");
+        *stored = callback;
+    });
+}
+
+void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& handle, unsigned short** image_data,
+                                                int* frame_count, unsigned char** metadata, int* metadata_size) {
+    handle.run_locked([&] {
+        kit::check_argument(image_data, "image_buffer_param");
+        kit::check_argument(frame_count, "frame_count");
+        kit::check_argument(metadata, "metadata");
+        kit::check_argument(metadata_size, "metadata_size_in_bytes");
+        kit::check_pointer_null(reinterpret_cast<void*>(callback),
+                                "This polling function can only be used when no callback is registered.");
+
+        std::uint64_t frame = 0;
+        poll_reply[0] = '\0';
+        bool supported = true;
+        handle.channel().get_exchange("image_poll", 11, &frame, 1, poll_reply, reply_buffer_size, false, supported);
+        kit::check_true(supported, not_supported_text);
+        if (frame == 0) {
+            *image_data = nullptr;
+            *frame_count = 0;
+            *metadata = nullptr;
+            *metadata_size = 0;
+            return;
+        }
+        const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame));
+        *image_data = record.image_data;
+        *frame_count = record.frame_count;
+        *metadata = record.metadata;
+        *metadata_size = record.metadata_size;
+        kit::check_false(record.image_data != nullptr && record.metadata == nullptr,
+                         "Expected metadata with the frame.");
+    });
+}
+
+void frame_acquisition_class::set_image_poll_timeout(kit::qx_camera_handle_class& handle, int milliseconds) {
+    handle.run_locked([&] {
+        const data_text value(std::to_string(milliseconds));
+        char reply[reply_buffer_size] = {};
+        handle.channel().set_exchange("image_poll_timeout_ms", 22, value.bytes, data_text_size, reply,
+                                      static_cast<std::int32_t>(reply_buffer_size), false);
+    });
+}
+
+void frame_acquisition_class::get_image_poll_timeout(kit::qx_camera_handle_class& handle, int* milliseconds) {
+    handle.run_locked([&] {
+        kit::check_argument(milliseconds, "image_poll_timeout_ms");
+        *milliseconds = camera::to_int(handle.channel().get("image_poll_timeout_ms"));
+    });
+}
+
+void frame_acquisition_class::get_is_armed(kit::qx_camera_handle_class& handle, int* is_armed) {
+    handle.run_locked([&] {
+        kit::check_argument(is_armed, "is_armed__param");
+        *is_armed = armed ? 1 : 0;
+    });
+}
+
+void frame_acquisition_class::get_measured_frame_rate(kit::qx_camera_handle_class& handle,
+                                                      double* frames_per_second) {
+    handle.run_locked([&] {
+        kit::check_argument(frames_per_second, "measured_frames_per_second_param");
+        *frames_per_second = measured_frame_rate.load();
+    });
+}
+
+void frame_acquisition_class::start_frame_loop(kit::qx_camera_handle_class& handle) {
+    std::lock_guard<std::recursive_mutex> registry(kit::kit_registry_class::instance().mutex());
+    kit::check_pointer_null(frame_loop.get(), "Acquisition thread is already running.");
+    kit::check_pointer_set(reinterpret_cast<void*>(callback), "Expected a callback to be registered.");
+    stop_requested.exchange(false);
+    try {
+        frame_loop = std::make_unique<std::thread>([this, &handle] { run_frame_loop(handle); });
+    } catch (const std::system_error&) {
+        throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+    }
+    std::unique_lock<std::mutex> waiting(handshake_mutex);
+    handshake.wait(waiting, [&] { return loop_started; });
+    loop_started = false;
+}
+
+void frame_acquisition_class::stop_frame_loop() {
+    kit::check_pointer_set(frame_loop.get(), "Acquisition thread not running.");
+    stop_requested.exchange(true);
+    // std::thread::join raises the standard errors: not joinable, a join from
+    // the loop itself (would deadlock), or no such thread.
+    frame_loop->join();
+    frame_loop.reset();
+}
+
+void frame_acquisition_class::stop_remaining_frame_loop() noexcept {
+    try {
+        if (!frame_loop) return;
+        stop_requested.exchange(true);
+        if (frame_loop->get_id() == std::this_thread::get_id()) {
+            frame_loop->detach();
+        } else if (frame_loop->joinable()) {
+            frame_loop->join();
+        }
+        frame_loop.reset();
+    } catch (...) {
+        // Closing never fails.
+    }
+}
+
+void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle) {
+    platform::name_current_thread("ACQUISITION FRAME LOOP");
+    {
+        std::lock_guard<std::mutex> guard(handshake_mutex);
+        loop_started = true;
+    }
+    handshake.notify_all();
+
+    try {
+        int frames = 0;
+        double interval_start = now_in_seconds();
+        for (;;) {
+            if (stop_requested.load()) return;
+            const double now = now_in_seconds();
+            const double elapsed = now - interval_start;
+            if (elapsed >= 1.0) {
+                measured_frame_rate.store(frames / elapsed);
+                frames = 0;
+                interval_start = now;
+            }
+
+            std::uint64_t frame = 0;
+            frame_loop_reply[0] = '\0';
+            static constexpr char wait_command[] = "image_wait_per_frame";
+            if (handle.device().get_data(wait_command, sizeof wait_command, &frame, 0, frame_loop_reply,
+                                         reply_buffer_size) != 0) {
+                throw std::runtime_error(handle.channel().context_text(wait_command, sizeof wait_command, 0,
+                                                                       reply_buffer_size) +
+                                         "Error getting data.");
+            }
+            const std::string_view reply(frame_loop_reply, strnlen(frame_loop_reply, reply_buffer_size));
+            if (const auto phrase = camera::find_firmware_phrase(reply)) {
+                kit::check_true(reply.find(camera::invalid_command_phrase) == std::string_view::npos,
+                                not_supported_text);
+                throw std::runtime_error(handle.channel().context_text(wait_command, sizeof wait_command, 0,
+                                                                       reply_buffer_size) +
+                                         std::string(reply.substr(*phrase)) + "'");
+            }
+            if (frame == 0) continue;
+
+            // Wait for the handle, but give way to a stop: an arm or a close
+            // may hold the handle while it waits for this loop to end.
+            std::unique_lock<std::recursive_timed_mutex> guard(handle.handle_mutex, std::defer_lock);
+            while (!guard.try_lock_for(std::chrono::milliseconds(10))) {
+                if (stop_requested.load()) return;
+            }
+            const frame_available_callback current = callback;
+            if (current == nullptr) continue;
+            const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame));
+            void* context = callback_context;
+            guard.unlock();
+
+            current(&handle, record.image_data, record.frame_count, record.metadata, record.metadata_size, context);
+            ++frames;
+        }
+    } catch (const std::exception& failure) {
+        std::printf("Error in the frame-level acquisition loop: %s\n", failure.what());
+    }
 }
 
 }  // namespace qx::acquisition

@@ -1,7 +1,19 @@
 #pragma once
-// The kit side of image acquisition for one camera handle.
+// The kit side of image acquisition for one camera handle: arming, the frame
+// loop thread that hands every frame to the application's callback, polling,
+// and the measured frame rate.
+//
+// Locks, in the order they nest: the handle mutex, then the registry mutex
+// (starting the frame loop), then handshake_mutex.
 
 #include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "quendral_vko_camera_sdk.h"
 
 namespace qx::kit {
 class qx_camera_handle_class;
@@ -9,16 +21,65 @@ class qx_camera_handle_class;
 
 namespace qx::acquisition {
 
+// What the frame record at a slot says about its frame.
+struct frame_record {
+    unsigned short* image_data = nullptr;
+    int frame_count = 0;
+    unsigned char* metadata = nullptr;
+    int metadata_size = 0;
+};
+
+// Reads a frame slot: a "VKO\0" record gives the metadata, the frame count
+// and where the pixels start; anything else is taken as pixels alone.
+frame_record scan_frame_record(unsigned char* slot);
+
 class frame_acquisition_class {
 public:
-    // Clears the armed flag, then sends "stop". The caller holds the handle
-    // mutex.
+    frame_acquisition_class() = default;
+    // Frees the frame buffer; the frame loop must already be stopped.
+    ~frame_acquisition_class();
+
+    frame_acquisition_class(const frame_acquisition_class&) = delete;
+    frame_acquisition_class& operator=(const frame_acquisition_class&) = delete;
+
+    // Each of these takes the handle mutex and validates the handle.
+    void arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer);
+    // Clears the armed flag, sends "stop", then joins the frame loop outside
+    // the handle mutex.
     void disarm(kit::qx_camera_handle_class& handle);
+    void issue_software_trigger(kit::qx_camera_handle_class& handle);
+    void set_frame_available_callback(kit::qx_camera_handle_class& handle, frame_available_callback callback,
+                                      void* context);
+    void get_frame_available_callback(kit::qx_camera_handle_class& handle, frame_available_callback* callback);
+    void get_pending_frame(kit::qx_camera_handle_class& handle, unsigned short** image_data, int* frame_count,
+                           unsigned char** metadata, int* metadata_size);
+    void set_image_poll_timeout(kit::qx_camera_handle_class& handle, int milliseconds);
+    void get_image_poll_timeout(kit::qx_camera_handle_class& handle, int* milliseconds);
+    void get_is_armed(kit::qx_camera_handle_class& handle, int* is_armed);
+    void get_measured_frame_rate(kit::qx_camera_handle_class& handle, double* frames_per_second);
+
+    // Stops a frame loop that is still running (closing a handle). Never throws.
+    void stop_remaining_frame_loop() noexcept;
 
     bool is_armed() const { return armed; }
 
 private:
-    bool armed = false;  // guarded by the handle mutex
+    void start_frame_loop(kit::qx_camera_handle_class& handle);
+    void stop_frame_loop();
+    void run_frame_loop(kit::qx_camera_handle_class& handle);
+
+    bool armed = false;                       // guarded by the handle mutex
+    std::unique_ptr<unsigned char[]> frame_buffer;  // guarded by the handle mutex
+    std::int32_t frame_buffer_size = 0;       // guarded by the handle mutex
+    frame_available_callback callback = nullptr;  // guarded by the handle mutex
+    void* callback_context = nullptr;         // guarded by the handle mutex
+
+    std::unique_ptr<std::thread> frame_loop;  // guarded by the handle mutex
+    std::atomic<bool> stop_requested{false};
+    std::mutex handshake_mutex;
+    std::condition_variable handshake;
+    bool loop_started = false;                // guarded by handshake_mutex
+    std::atomic<double> measured_frame_rate{0.0};
 };
 
 }  // namespace qx::acquisition

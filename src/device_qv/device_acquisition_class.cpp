@@ -1,6 +1,7 @@
 #include "device_qv/device_acquisition_class.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -22,6 +23,7 @@ constexpr std::size_t metadata_scan_words = 4095;
 constexpr std::size_t packed_source_offset = 56;
 constexpr std::size_t packet_buffer_size = 32768;
 constexpr std::uint32_t query_copy_length = 256;
+constexpr auto failed_read_pause = std::chrono::milliseconds(10);
 
 constexpr std::uint32_t tag(const char (&text)[5]) {
     return static_cast<std::uint32_t>(static_cast<unsigned char>(text[0])) |
@@ -223,6 +225,9 @@ void device_acquisition_class::run_packet_loop() {
             bool failed = false;
             bool stall = false;
             camera.transport()->read_image_data(packet.get(), packet_timeout_ms, timed_out, failed, stall);
+            if (timed_out || failed || stall) {
+                if (loop_stop_requested.load()) break;
+            }
 
             // The packet is handled under the loop's lock, so that arming
             // never replaces the queues or the geometry in the middle of it;
@@ -236,6 +241,9 @@ void device_acquisition_class::run_packet_loop() {
             }
             if (timed_out || failed) {
                 frame.reset();
+                // A failing link (an unplugged camera) fails every read at
+                // once; pause so that the loop does not spin.
+                if (failed && !timed_out) std::this_thread::sleep_for(failed_read_pause);
                 continue;
             }
 

@@ -33,6 +33,7 @@ qx_camera_handle_class::~qx_camera_handle_class() {
                 throw std::runtime_error(std::string("Error setting sending ") + unblock_command + ".");
             }
         });
+        acquisition.stop_remaining_frame_loop();
     }
     collect([&] { device_link.destroy_device(); });
     kit_registry_class::instance().remove_handle(this);

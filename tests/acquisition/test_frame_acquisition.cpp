@@ -1,0 +1,405 @@
+// Image acquisition end to end: the kit's arm, trigger, frame loop and
+// polling over the built-in module, its packet assembly and the emulated
+// USB transport, checked pixel by pixel against the emulator's pattern.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "support/sdk_camera_fixture.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using qx::test::frame_geometry;
+using qx::test::gradient_mismatches;
+
+constexpr std::uint32_t near_wrap = 0xFFFFFFFEu;
+
+std::string camera_json(const std::string& packing, int bits, const std::string& extra = "", int width = 64,
+                        int height = 8) {
+    return R"({"id":"ACQ-1","serial":"SN-ACQ","sensor_width":)" + std::to_string(width) +
+           R"(,"sensor_height":)" + std::to_string(height) + R"(,"pacing":"fast",)"
+           R"("pattern":"gradient","bit_depth":)" +
+           std::to_string(bits) + R"(,"packing":")" + packing + R"(","frame_count_start":)" +
+           std::to_string(near_wrap) + (extra.empty() ? "" : "," + extra) + "}";
+}
+
+// One polled frame, copied out of the kit's buffer.
+struct polled_frame {
+    std::uint32_t frame_count = 0;
+    int metadata_size = 0;
+    std::vector<unsigned short> pixels;
+};
+
+class frame_acquisition : public qx::test::sdk_camera_fixture {
+protected:
+    // Polls until a frame arrives or `attempts` polls found nothing.
+    bool poll(polled_frame& frame, std::size_t pixel_count, int attempts = 50) {
+        for (int attempt = 0; attempt < attempts; ++attempt) {
+            unsigned short* image = nullptr;
+            int count = 0;
+            unsigned char* metadata = nullptr;
+            int metadata_size = 0;
+            EXPECT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size), 0)
+                << qx_camera_get_last_error();
+            if (image == nullptr) continue;
+            frame.frame_count = static_cast<std::uint32_t>(count);
+            frame.metadata_size = metadata_size;
+            frame.pixels.assign(image, image + pixel_count);
+            EXPECT_EQ(reinterpret_cast<unsigned char*>(image), metadata + metadata_size);
+            return true;
+        }
+        return false;
+    }
+
+    // Arms, triggers `frames` frames and polls every one of them.
+    std::vector<polled_frame> capture(int frames, std::size_t pixel_count, int buffered = 4) {
+        command("nframes " + std::to_string(frames));
+        EXPECT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0) << qx_camera_get_last_error();
+        EXPECT_EQ(qx_camera_arm(camera, buffered), 0) << qx_camera_get_last_error();
+        EXPECT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
+        std::vector<polled_frame> captured;
+        polled_frame frame;
+        while (static_cast<int>(captured.size()) < frames && poll(frame, pixel_count, 10)) captured.push_back(frame);
+        EXPECT_EQ(qx_camera_disarm(camera), 0) << qx_camera_get_last_error();
+        return captured;
+    }
+};
+
+struct encoding {
+    const char* packing;
+    int bits;
+};
+
+class frame_encodings : public frame_acquisition, public ::testing::WithParamInterface<encoding> {};
+
+TEST_P(frame_encodings, every_pixel_of_every_frame_is_exact) {
+    open_camera_with(camera_json(GetParam().packing, GetParam().bits));
+    const frame_geometry geometry{0, 0, 64, 8, 1, 1, GetParam().bits};
+    const auto frames = capture(5, 64 * 8);
+    ASSERT_EQ(frames.size(), 5u);
+    for (std::size_t index = 0; index < frames.size(); ++index) {
+        // The counter starts near wrap-around and wraps within the run.
+        EXPECT_EQ(frames[index].frame_count, static_cast<std::uint32_t>(near_wrap + index));
+        EXPECT_EQ(frames[index].metadata_size, 56);
+        EXPECT_EQ(gradient_mismatches(frames[index].pixels.data(), frames[index].frame_count, geometry), 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(stream, frame_encodings,
+                         ::testing::Values(encoding{"none", 12}, encoding{"none", 16}, encoding{"12", 12},
+                                           encoding{"10", 10}),
+                         [](const ::testing::TestParamInfo<encoding>& info) {
+                             return std::string("packing_") + info.param.packing + "_" +
+                                    std::to_string(info.param.bits) + "_bits";
+                         });
+
+TEST_F(frame_acquisition, region_of_interest_and_binning_shape_the_frame) {
+    open_camera_with(camera_json("12", 12));
+    command("roi 8 2 39 5");
+    command("hbin 2");
+    int width = 0;
+    char reply[64] = {};
+    char query[] = "image_width";
+    ASSERT_EQ(_internal_command(camera, query, sizeof query, reply, sizeof reply), 0);
+    width = std::atoi(reply);
+    ASSERT_EQ(width, 16);
+    const frame_geometry geometry{8, 2, 16, 4, 2, 1, 12};
+    const auto frames = capture(3, 16 * 4);
+    ASSERT_EQ(frames.size(), 3u);
+    for (const auto& frame : frames) EXPECT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, geometry), 0);
+}
+
+TEST_F(frame_acquisition, a_software_trigger_gives_exactly_nframes_frames) {
+    open_camera_with(camera_json("none", 12));
+    const auto frames = capture(7, 64 * 8, 16);
+    EXPECT_EQ(frames.size(), 7u);
+    EXPECT_EQ(counters().frames_completed, 7u);
+}
+
+TEST_F(frame_acquisition, with_n_slots_frames_beyond_them_are_lost_until_the_kit_polls) {
+    open_camera_with(camera_json("none", 12));
+    command("nframes 10");
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 3), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    // Let the camera send all ten frames before the kit asks for any.
+    for (int wait = 0; wait < 200 && counters().frames_completed < 10; ++wait) std::this_thread::sleep_for(10ms);
+    ASSERT_EQ(counters().frames_completed, 10u);
+    std::this_thread::sleep_for(50ms);
+    polled_frame frame;
+    std::vector<std::uint32_t> counts;
+    while (poll(frame, 64 * 8, 2)) counts.push_back(frame.frame_count);
+    const std::vector<std::uint32_t> expected = {near_wrap, near_wrap + 1, near_wrap + 2};
+    EXPECT_EQ(counts, expected);
+}
+
+TEST_F(frame_acquisition, polling_without_frames_returns_nothing_after_the_time_out) {
+    open_camera_with(camera_json("none", 12));
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 20), 0);
+    int timeout = 0;
+    ASSERT_EQ(qx_camera_get_image_poll_timeout(camera, &timeout), 0) << qx_camera_get_last_error();
+    EXPECT_EQ(timeout, 20);
+    ASSERT_EQ(qx_camera_arm(camera, 2), 0);
+    unsigned short* image = reinterpret_cast<unsigned short*>(1);
+    int count = -1;
+    unsigned char* metadata = reinterpret_cast<unsigned char*>(1);
+    int metadata_size = -1;
+    ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size), 0);
+    EXPECT_EQ(image, nullptr);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(metadata, nullptr);
+    EXPECT_EQ(metadata_size, 0);
+}
+
+TEST_F(frame_acquisition, arming_rules_and_their_texts) {
+    open_camera_with(camera_json("none", 12));
+    EXPECT_EQ(qx_camera_arm(camera, 1), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(), "number_of_frames_to_buffer Error: Invalid operation.");
+    EXPECT_EQ(qx_camera_arm(camera, -3), 1004);
+    ASSERT_EQ(qx_camera_arm(camera, 2), 0);
+    EXPECT_EQ(qx_camera_arm(camera, 2), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(),
+                 "Condition is unexpectedly true: Camera is already armed. Error: Invalid operation.");
+    int armed = 0;
+    ASSERT_EQ(qx_camera_get_is_armed(camera, &armed), 0);
+    EXPECT_EQ(armed, 1);
+    auto callback = [](void*, unsigned short*, int, unsigned char*, int, void*) {};
+    EXPECT_EQ(qx_camera_set_frame_available_callback(camera, callback, nullptr), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(),
+                 "Condition is unexpectedly true: Callback cannot be set while the camera is armed. Error: Invalid "
+                 "operation.");
+    ASSERT_EQ(qx_camera_disarm(camera), 0);
+    ASSERT_EQ(qx_camera_get_is_armed(camera, &armed), 0);
+    EXPECT_EQ(armed, 0);
+    // A disarm of a disarmed camera still sends "stop" and succeeds.
+    EXPECT_EQ(qx_camera_disarm(camera), 0);
+
+    ASSERT_EQ(qx_camera_set_frame_available_callback(camera, callback, nullptr), 0);
+    unsigned short* image = nullptr;
+    int count = 0;
+    unsigned char* metadata = nullptr;
+    int size = 0;
+    EXPECT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &size), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(),
+                 "Expected pointer to be nullptr: This polling function can only be used when no callback is "
+                 "registered. Error: Invalid operation.");
+    EXPECT_EQ(qx_camera_get_pending_frame_or_null(camera, nullptr, &count, &metadata, &size), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(), "image_buffer_param Error: Invalid operation.");
+    EXPECT_EQ(qx_camera_get_is_armed(camera, nullptr), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(), "is_armed__param Error: Invalid operation.");
+    EXPECT_EQ(qx_camera_get_measured_frame_rate(camera, nullptr), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(), "measured_frames_per_second_param Error: Invalid operation.");
+    EXPECT_EQ(qx_camera_get_frame_available_callback(camera, nullptr), 1004);
+    EXPECT_STREQ(qx_camera_get_last_error(),
+                 "pointer_to_pointer_to_frame_available_callback Error: Invalid operation.");
+    frame_available_callback stored = nullptr;
+    ASSERT_EQ(qx_camera_get_frame_available_callback(camera, &stored), 0);
+    EXPECT_EQ(stored, +callback);
+}
+
+// Collects what the frame callback sees.
+struct callback_log {
+    std::mutex mutex;
+    std::vector<std::uint32_t> counts;  // guarded by mutex
+    int mismatched_frames = 0;          // guarded by mutex
+    int handle_calls_failed = 0;        // guarded by mutex
+    frame_geometry geometry{0, 0, 64, 8, 1, 1, 12};
+    bool call_back_into_handle = false;
+
+    static void on_frame(void* handle, unsigned short* image, int count, unsigned char*, int, void* context) {
+        auto* log = static_cast<callback_log*>(context);
+        const int mismatches = gradient_mismatches(image, static_cast<std::uint32_t>(count), log->geometry);
+        int failed = 0;
+        if (log->call_back_into_handle) {
+            int armed = 0;
+            double rate = 0;
+            if (qx_camera_get_is_armed(handle, &armed) != 0 || armed != 1) ++failed;
+            if (qx_camera_get_measured_frame_rate(handle, &rate) != 0) ++failed;
+        }
+        std::lock_guard<std::mutex> guard(log->mutex);
+        log->counts.push_back(static_cast<std::uint32_t>(count));
+        if (mismatches != 0) ++log->mismatched_frames;
+        log->handle_calls_failed += failed;
+    }
+    std::size_t received() {
+        std::lock_guard<std::mutex> guard(mutex);
+        return counts.size();
+    }
+};
+
+TEST_F(frame_acquisition, ten_thousand_streamed_frames_arrive_in_order_and_intact) {
+    open_camera_with(camera_json("12", 12));
+    callback_log log;
+    log.call_back_into_handle = true;
+    ASSERT_EQ(qx_camera_set_frame_available_callback(camera, &callback_log::on_frame, &log), 0);
+    command("nframes 10000");
+    ASSERT_EQ(qx_camera_arm(camera, 8), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    for (int wait = 0; wait < 6000 && log.received() < 10000; ++wait) std::this_thread::sleep_for(10ms);
+    ASSERT_EQ(qx_camera_disarm(camera), 0) << qx_camera_get_last_error();
+
+    std::lock_guard<std::mutex> guard(log.mutex);
+    ASSERT_EQ(log.counts.size(), 10000u);
+    for (std::size_t index = 0; index < log.counts.size(); ++index) {
+        ASSERT_EQ(log.counts[index], static_cast<std::uint32_t>(near_wrap + index)) << "frame " << index;
+    }
+    EXPECT_EQ(log.mismatched_frames, 0);
+    EXPECT_EQ(log.handle_calls_failed, 0);
+}
+
+TEST_F(frame_acquisition, arm_and_disarm_a_thousand_times_reusing_the_buffer) {
+    open_camera_with(camera_json("none", 12));
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
+    command("nframes 1");
+    const unsigned short* first_image = nullptr;
+    for (int round = 0; round < 1000; ++round) {
+        ASSERT_EQ(qx_camera_arm(camera, 2), 0) << "round " << round << ": " << qx_camera_get_last_error();
+        if (round % 100 == 0) {
+            ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+            polled_frame frame;
+            unsigned short* image = nullptr;
+            int count = 0;
+            unsigned char* metadata = nullptr;
+            int size = 0;
+            for (int attempt = 0; attempt < 10 && image == nullptr; ++attempt) {
+                ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &size), 0);
+            }
+            ASSERT_NE(image, nullptr) << "round " << round;
+            // The same buffer serves every arm of the same size: the first
+            // slot's pixels are always at the same address.
+            if (first_image == nullptr) first_image = image;
+            EXPECT_EQ(image, first_image) << "round " << round;
+        }
+        ASSERT_EQ(qx_camera_disarm(camera), 0) << "round " << round << ": " << qx_camera_get_last_error();
+    }
+}
+
+TEST_F(frame_acquisition, closing_while_streaming_does_not_hang) {
+    open_camera_with(camera_json("none", 12));
+    callback_log log;
+    ASSERT_EQ(qx_camera_set_frame_available_callback(camera, &callback_log::on_frame, &log), 0);
+    command("nframes 0");
+    ASSERT_EQ(qx_camera_arm(camera, 4), 0);
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    for (int wait = 0; wait < 500 && log.received() < 20; ++wait) std::this_thread::sleep_for(10ms);
+    EXPECT_GE(log.received(), 20u);
+    ASSERT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
+    camera = nullptr;
+}
+
+TEST_F(frame_acquisition, the_measured_frame_rate_follows_the_camera) {
+    // 50 frames per second, paced by the camera.
+    open_camera_with(R"({"id":"ACQ-1","serial":"SN-ACQ","sensor_width":64,"sensor_height":8,"pacing":"frame_time",)"
+                     R"("frame_time_us":20000})");
+    callback_log log;
+    ASSERT_EQ(qx_camera_set_frame_available_callback(camera, &callback_log::on_frame, &log), 0);
+    double rate = -1;
+    ASSERT_EQ(qx_camera_get_measured_frame_rate(camera, &rate), 0);
+    EXPECT_EQ(rate, 0.0);
+    command("nframes 0");
+    ASSERT_EQ(qx_camera_arm(camera, 4), 0);
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    std::this_thread::sleep_for(2500ms);
+    ASSERT_EQ(qx_camera_get_measured_frame_rate(camera, &rate), 0);
+    ASSERT_EQ(qx_camera_disarm(camera), 0);
+    // A loose band: the figure is measured, the machine is shared.
+    EXPECT_GT(rate, 25.0);
+    EXPECT_LT(rate, 75.0);
+}
+
+}  // namespace
+
+namespace {
+
+// A fault on one frame of a run: exactly that frame is missing, every other
+// frame arrives pixel-exact, and the stream recovers at the next frame.
+struct fault_case {
+    const char* name;
+    const char* faults;
+    qx_emu_fault_kind kind;
+};
+
+class frame_faults : public frame_acquisition, public ::testing::WithParamInterface<fault_case> {};
+
+// 512 x 64 packed 12-bit pixels and the metadata make four packets a frame.
+constexpr int fault_width = 512;
+constexpr int fault_height = 64;
+
+TEST_P(frame_faults, exactly_the_damaged_frame_is_missing) {
+    open_camera_with(camera_json("12", 12, "", fault_width, fault_height));
+    constexpr int run_length = 8;
+    constexpr int damaged_index = 3;
+    command("nframes " + std::to_string(run_length));
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 300), 0);
+    ASSERT_EQ(qx_camera_arm(camera, run_length + 2), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_emu_set_faults(device_path.c_str(), GetParam().faults), QX_EMU_OK) << qx_emu_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+
+    std::vector<std::uint32_t> counts;
+    polled_frame frame;
+    const frame_geometry geometry{0, 0, fault_width, fault_height, 1, 1, 12};
+    while (poll(frame, fault_width * fault_height, 5)) {
+        counts.push_back(frame.frame_count);
+        EXPECT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, geometry), 0)
+            << "frame " << frame.frame_count;
+    }
+    std::vector<std::uint32_t> expected;
+    for (int index = 0; index < run_length; ++index) {
+        if (index != damaged_index) expected.push_back(near_wrap + static_cast<std::uint32_t>(index));
+    }
+    EXPECT_EQ(counts, expected);
+    const auto sent = counters();
+    EXPECT_EQ(sent.faults_by_kind[GetParam().kind], 1u);
+    EXPECT_EQ(sent.frames_started, static_cast<std::uint64_t>(run_length));
+    EXPECT_EQ(counts.size(), sent.frames_started - sent.faults_injected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    injected, frame_faults,
+    ::testing::Values(
+        fault_case{"dropped_packet", R"({"drop_packet":{"frames":[3],"packet":2}})", QX_EMU_FAULT_DROP_PACKET},
+        fault_case{"dropped_first_packet", R"({"drop_packet":{"frames":[3],"packet":0}})", QX_EMU_FAULT_DROP_PACKET},
+        fault_case{"dropped_last_packet", R"({"drop_packet":{"frames":[3],"packet":3}})", QX_EMU_FAULT_DROP_PACKET},
+        fault_case{"skipped_sequence", R"({"sequence_gap":{"frames":[3],"packet":1,"mode":"skip"}})",
+                   QX_EMU_FAULT_SEQUENCE_GAP},
+        fault_case{"repeated_sequence", R"({"sequence_gap":{"frames":[3],"packet":3,"mode":"repeat"}})",
+                   QX_EMU_FAULT_SEQUENCE_GAP},
+        fault_case{"corrupted_first_header", R"({"corrupt_header":{"frames":[3],"packet":0}})",
+                   QX_EMU_FAULT_CORRUPT_HEADER},
+        fault_case{"corrupted_header", R"({"corrupt_header":{"frames":[3],"packet":1}})",
+                   QX_EMU_FAULT_CORRUPT_HEADER},
+        fault_case{"stall_mid_frame", R"({"stall_image":{"frames":[3],"packet":1}})", QX_EMU_FAULT_STALL_IMAGE}),
+    [](const ::testing::TestParamInfo<fault_case>& info) { return std::string(info.param.name); });
+
+TEST_F(frame_acquisition, an_unplug_mid_frame_ends_the_stream_without_a_hang) {
+    open_camera_with(camera_json("12", 12, "", fault_width, fault_height));
+    command("nframes 8");
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 300), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 10), 0);
+    ASSERT_EQ(qx_emu_set_faults(device_path.c_str(), R"({"unplug":{"frames":[3],"packet":1}})"), QX_EMU_OK);
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    std::vector<std::uint32_t> counts;
+    polled_frame frame;
+    const frame_geometry geometry{0, 0, fault_width, fault_height, 1, 1, 12};
+    while (poll(frame, fault_width * fault_height, 3)) {
+        counts.push_back(frame.frame_count);
+        EXPECT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, geometry), 0);
+    }
+    const std::vector<std::uint32_t> expected = {near_wrap, near_wrap + 1, near_wrap + 2};
+    EXPECT_EQ(counts, expected);
+    // The camera is gone: commands fail, and closing still works.
+    char reply[64];
+    char query[] = "sernum";
+    EXPECT_EQ(_internal_command(camera, query, sizeof query, reply, sizeof reply), 1004);
+    EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
+    camera = nullptr;
+}
+
+}  // namespace
