@@ -3,6 +3,12 @@
 add_compile_options(-Wall -Wextra -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-Wno-psabi)
+  if(CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12 AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # At -O3 (Release) g++ 12 reports overlapping copies inside its own
+    # inlined std::string concatenation ("[" + std::to_string(n)), a known
+    # false positive of that compiler series.
+    add_compile_options(-Wno-restrict)
+  endif()
 endif()
 
 if(QX_SANITIZE)
@@ -16,5 +22,15 @@ endif()
 function(qx_symbolic_library target)
   if(NOT WIN32)
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,--no-undefined)
+  endif()
+endfunction()
+
+# Exports exactly the symbols a linker version script lists (on top of
+# hidden visibility, which leaves the C++ runtime's template instantiations
+# exported).
+function(qx_export_only target map_file)
+  if(NOT WIN32)
+    target_link_options(${target} PRIVATE -Wl,--version-script=${map_file})
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map_file})
   endif()
 endfunction()

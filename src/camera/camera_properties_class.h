@@ -32,7 +32,7 @@ enum class feature {
 extern const std::array<std::string_view, static_cast<std::size_t>(feature::count)> feature_words;
 
 class camera_properties_class {
-public:
+  public:
     // Clears every flag, then sets the flag of each token of the reply that
     // is exactly one of the feature words; unknown tokens are ignored.
     void set_features_from_discover_reply(std::string_view reply);
@@ -48,7 +48,7 @@ public:
     int image_width_override = 0;
     int image_height_override = 0;
 
-private:
+  private:
     std::array<bool, static_cast<std::size_t>(feature::count)> flags{};
 };
 

@@ -28,14 +28,15 @@ std::string_view reply_text(const char* response, std::uint64_t response_size) {
 }  // namespace
 
 std::string command_channel_class::context_text(const char* command, std::uint64_t command_size,
-                                                 std::uint64_t data_size, std::int64_t response_size) const {
+                                                std::uint64_t data_size, std::int64_t response_size) const {
     // The apostrophe before "response_size_bytes_up_to_1024" closes no quote;
     // callers match this text as it stands.
     std::ostringstream text;
     text << "Error: qx_camera_handle=" << reinterpret_cast<std::uintptr_t>(&handle) << ", command='"
-         << (command == nullptr ? "" : command) << "', command_size_bytes_including_any_null_terminator = "
-         << command_size << ", data_size_bytes = " << data_size << "', response_size_bytes_up_to_1024 = "
-         << response_size << ": ";
+         << (command == nullptr ? "" : command)
+         << "', command_size_bytes_including_any_null_terminator = " << command_size
+         << ", data_size_bytes = " << data_size << "', response_size_bytes_up_to_1024 = " << response_size
+         << ": ";
     return text.str();
 }
 
@@ -45,10 +46,14 @@ void command_channel_class::get_exchange(const char* command, std::uint64_t comm
     supported = true;
     handle.response[0] = ' ';
     handle.response[1] = '\0';
-    if (command == nullptr) throw std::invalid_argument("command");
-    if (response == nullptr) throw std::invalid_argument("response");
-    if (command_size == 0) throw std::out_of_range("command_size_bytes_including_any_null_terminator");
-    if (response_size == 0) throw std::out_of_range("response_size_bytes_up_to_1024");
+    if (command == nullptr)
+        throw std::invalid_argument("command");
+    if (response == nullptr)
+        throw std::invalid_argument("response");
+    if (command_size == 0)
+        throw std::out_of_range("command_size_bytes_including_any_null_terminator");
+    if (response_size == 0)
+        throw std::out_of_range("response_size_bytes_up_to_1024");
 
     response[0] = '\0';
     const auto context = [&] {
@@ -57,11 +62,13 @@ void command_channel_class::get_exchange(const char* command, std::uint64_t comm
     if (handle.device().get_data(command, command_size, data, data_size, response, response_size) != 0) {
         throw std::runtime_error(context() + error_getting_data);
     }
-    if (response_required && response[0] == '\0') throw std::runtime_error(context() + response_required_text);
+    if (response_required && response[0] == '\0')
+        throw std::runtime_error(context() + response_required_text);
 
     const std::string_view reply = reply_text(response, response_size);
     const auto phrase = find_firmware_phrase(reply);
-    if (!phrase) return;
+    if (!phrase)
+        return;
     if (reply.find(invalid_command_phrase) != std::string_view::npos) {
         supported = false;
         return;
@@ -73,12 +80,16 @@ void command_channel_class::set_exchange(const char* command, std::uint64_t comm
                                          std::uint64_t data_size, char* response, std::int32_t response_size,
                                          bool response_required) {
     handle.run_locked([&] {
-        if (command == nullptr) throw std::invalid_argument("command");
-        if (response == nullptr) throw std::invalid_argument("response");
+        if (command == nullptr)
+            throw std::invalid_argument("command");
+        if (response == nullptr)
+            throw std::invalid_argument("response");
         // An invalid argument here where the get exchange raises a range
         // failure for the same fault: callers tell the two apart.
-        if (command_size == 0) throw std::invalid_argument("command_size_bytes_including_any_null_terminator");
-        if (response_size < 1) throw std::invalid_argument("response_size");
+        if (command_size == 0)
+            throw std::invalid_argument("command_size_bytes_including_any_null_terminator");
+        if (response_size < 1)
+            throw std::invalid_argument("response_size");
 
         response[0] = '\0';
         const auto context = [&] { return context_text(command, command_size, data_size, response_size); };
@@ -97,16 +108,17 @@ void command_channel_class::set_exchange(const char* command, std::uint64_t comm
     });
 }
 
-void command_channel_class::read_string(const char* command, std::uint64_t command_size, bool response_required,
-                                        char* destination, int destination_size) {
+void command_channel_class::read_string(const char* command, std::uint64_t command_size,
+                                        bool response_required, char* destination, int destination_size) {
     bool supported = true;
-    get_exchange(command, command_size, nullptr, 0, handle.response, kit::handle_response_size, response_required,
-                 supported);
+    get_exchange(command, command_size, nullptr, 0, handle.response, kit::handle_response_size,
+                 response_required, supported);
     const std::size_t size = static_cast<std::size_t>(destination_size);
     std::strncpy(destination, handle.response, size);
     if (strnlen(handle.response, kit::handle_response_size) > size) {
         destination[size - 1] = '\0';
-        throw std::runtime_error(context_text(command, command_size, 0, destination_size) + response_too_small_text);
+        throw std::runtime_error(context_text(command, command_size, 0, destination_size) +
+                                 response_too_small_text);
     }
 }
 
@@ -124,13 +136,15 @@ std::string command_channel_class::get(std::string_view command) {
     return reply;
 }
 
-void command_channel_class::set(std::string_view command) {
+void command_channel_class::set(std::string_view command, bool response_required) {
     const std::string text(command);
     set_exchange(text.c_str(), text.size() + 1, nullptr, 0, handle.response,
-                 static_cast<std::int32_t>(kit::handle_response_size), false);
+                 static_cast<std::int32_t>(kit::handle_response_size), response_required);
 }
 
-std::string build_command(std::string_view word, long long value) { return build_command(word, &value, 1); }
+std::string build_command(std::string_view word, long long value) {
+    return build_command(word, &value, 1);
+}
 
 std::string build_command(std::string_view word, const long long* values, int count) {
     std::ostringstream text;

@@ -26,7 +26,8 @@ const std::array<std::string_view, 18> firmware_phrases = {
 std::optional<std::size_t> find_firmware_phrase(std::string_view reply) {
     for (std::size_t index = 1; index < firmware_phrases.size(); ++index) {
         const auto position = reply.find(firmware_phrases[index]);
-        if (position != std::string_view::npos) return position;
+        if (position != std::string_view::npos)
+            return position;
     }
     return std::nullopt;
 }

@@ -7,7 +7,8 @@ namespace qx::camera {
 void load_gain_table(kit::qx_camera_handle_class& handle) {
     const std::string description = handle.channel().get("gain.disc");
     constexpr std::size_t shortest_table_description = 5;
-    if (description.size() < shortest_table_description || description.find("table") == std::string::npos) return;
+    if (description.size() < shortest_table_description || description.find("table") == std::string::npos)
+        return;
 
     const std::string table = handle.channel().get("gain.table");
     if (table == "not applicable") {
@@ -17,9 +18,11 @@ void load_gain_table(kit::qx_camera_handle_class& handle) {
     std::size_t start = 0;
     while (start <= table.size()) {
         auto end = table.find(' ', start);
-        if (end == std::string::npos) end = table.size();
+        if (end == std::string::npos)
+            end = table.size();
         // Runs of blanks separate entries; they do not make empty ones.
-        if (end > start) handle.properties.gain_table.push_back(table.substr(start, end - start));
+        if (end > start)
+            handle.properties.gain_table.push_back(table.substr(start, end - start));
         start = end + 1;
     }
 }

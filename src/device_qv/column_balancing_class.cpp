@@ -10,6 +10,11 @@
 #include "device_qv/qv_camera_class.h"
 #include "device_qv/reply_lexer.h"
 
+#if defined(__x86_64__) || defined(_M_X64)
+#include <immintrin.h>
+#define QX_HAVE_X86_SIMD 1
+#endif
+
 namespace qx::device_qv {
 
 namespace {
@@ -60,6 +65,94 @@ std::uint16_t corrected_pixel(std::uint16_t pixel, float factor) {
     if (!(product > -2147483648.0f && product < 2147483648.0f)) return static_cast<std::uint16_t>(corrected_full_scale);
     const auto truncated = static_cast<std::uint32_t>(static_cast<std::int32_t>(product));
     return static_cast<std::uint16_t>(truncated > corrected_full_scale ? corrected_full_scale : truncated);
+}
+
+void correct_row_scalar(std::uint16_t* pixels, const float* factors, int count) {
+    for (int column = 0; column < count; ++column) pixels[column] = corrected_pixel(pixels[column], factors[column]);
+}
+
+#if defined(QX_HAVE_X86_SIMD)
+namespace {
+
+// Truncation of an out-of-range or NaN product yields 0x80000000, which an
+// unsigned minimum with 1023 turns into 1023: the scalar rule exactly.
+__attribute__((target("avx2"))) void correct_row_avx2(std::uint16_t* pixels, const float* factors, int count) {
+    const __m256i full_scale = _mm256_set1_epi32(static_cast<int>(corrected_full_scale));
+    int column = 0;
+    for (; column + 8 <= count; column += 8) {
+        const __m128i raw = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + column));
+        const __m256 values = _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(raw));
+        const __m256 products = _mm256_mul_ps(values, _mm256_loadu_ps(factors + column));
+        const __m256i clamped = _mm256_min_epu32(_mm256_cvttps_epi32(products), full_scale);
+        const __m128i packed = _mm_packus_epi32(_mm256_castsi256_si128(clamped), _mm256_extracti128_si256(clamped, 1));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + column), packed);
+    }
+    correct_row_scalar(pixels + column, factors + column, count - column);
+}
+
+__attribute__((target("sse4.1"))) void correct_row_sse41(std::uint16_t* pixels, const float* factors, int count) {
+    const __m128i full_scale = _mm_set1_epi32(static_cast<int>(corrected_full_scale));
+    int column = 0;
+    for (; column + 8 <= count; column += 8) {
+        const __m128i raw = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + column));
+        const __m128 low = _mm_cvtepi32_ps(_mm_cvtepu16_epi32(raw));
+        const __m128 high = _mm_cvtepi32_ps(_mm_cvtepu16_epi32(_mm_srli_si128(raw, 8)));
+        const __m128i low_result =
+            _mm_min_epu32(_mm_cvttps_epi32(_mm_mul_ps(low, _mm_loadu_ps(factors + column))), full_scale);
+        const __m128i high_result =
+            _mm_min_epu32(_mm_cvttps_epi32(_mm_mul_ps(high, _mm_loadu_ps(factors + column + 4))), full_scale);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + column), _mm_packus_epi32(low_result, high_result));
+    }
+    correct_row_scalar(pixels + column, factors + column, count - column);
+}
+
+enum class correction_level { scalar, sse41, avx2 };
+
+correction_level processor_correction_level() {
+    static const correction_level level = __builtin_cpu_supports("avx2")     ? correction_level::avx2
+                                          : __builtin_cpu_supports("sse4.1") ? correction_level::sse41
+                                                                             : correction_level::scalar;
+    return level;
+}
+
+}  // namespace
+#endif
+
+void correct_row(std::uint16_t* pixels, const float* factors, int count) {
+#if defined(QX_HAVE_X86_SIMD)
+    switch (processor_correction_level()) {
+        case correction_level::avx2:
+            return correct_row_avx2(pixels, factors, count);
+        case correction_level::sse41:
+            return correct_row_sse41(pixels, factors, count);
+        case correction_level::scalar:
+            break;
+    }
+#endif
+    correct_row_scalar(pixels, factors, count);
+}
+
+const char* correction_implementation_name() {
+#if defined(QX_HAVE_X86_SIMD)
+    switch (processor_correction_level()) {
+        case correction_level::avx2:
+            return "avx2";
+        case correction_level::sse41:
+            return "sse4.1";
+        case correction_level::scalar:
+            break;
+    }
+#endif
+    return "scalar";
+}
+
+void column_balancing_class::set_working_row(int set, const float* factors, int count) {
+    if (set < 0 || set >= column_gain_sets || count < 0 || count > column_gain_columns) {
+        throw std::out_of_range("Column-gain row out of range.");
+    }
+    std::memcpy(working[static_cast<std::size_t>(set)].data(), factors, static_cast<std::size_t>(count) * sizeof(float));
+    if (set > loaded_gain_max) loaded_gain_max = set;
+    correction_max = count;
 }
 
 bool column_balancing_class::load_tables(qv_camera_class& camera) {
@@ -160,15 +253,11 @@ void column_balancing_class::correct_frame(unsigned char* slot, int width, int h
     }
     if (gain_set < 0 || gain_set > loaded_gain_max) throw std::runtime_error("Gain out of range.");
     const float* factors = working[static_cast<std::size_t>(gain_set)].data();
-    unsigned char* pixels = slot + corrected_pixel_offset;
+    // Slots start on an allocation boundary, so pixels 56 bytes in are
+    // 16-bit aligned.
+    auto* pixels = reinterpret_cast<std::uint16_t*>(slot + corrected_pixel_offset);
     for (int row = 0; row < height; ++row) {
-        unsigned char* line = pixels + static_cast<std::size_t>(row) * static_cast<std::size_t>(width) * 2;
-        for (int column = 0; column < width; ++column) {
-            std::uint16_t pixel;
-            std::memcpy(&pixel, line + column * 2, sizeof pixel);
-            pixel = corrected_pixel(pixel, factors[column]);
-            std::memcpy(line + column * 2, &pixel, sizeof pixel);
-        }
+        correct_row(pixels + static_cast<std::size_t>(row) * static_cast<std::size_t>(width), factors, width);
     }
 }
 

@@ -35,6 +35,10 @@ public:
     // width x height 16-bit pixels starting 56 bytes into the slot.
     void correct_frame(unsigned char* slot, int width, int height, std::int32_t gain_set) const;
 
+    // Sets one working row directly, e.g. for tools that apply a table of
+    // their own; the correction then expects frames `count` pixels wide.
+    void set_working_row(int set, const float* factors, int count);
+
     bool enabled = false;      // guarded by the camera's command lock
     bool tables_loaded = false;
 
@@ -53,6 +57,13 @@ private:
     int loaded_width = 0;
     int correction_max = 0;
 };
+
+// Corrects one row of pixels in place; the same bits as corrected_pixel for
+// each, using the widest instructions the processor has.
+void correct_row(std::uint16_t* pixels, const float* factors, int count);
+// The scalar definition of correct_row.
+void correct_row_scalar(std::uint16_t* pixels, const float* factors, int count);
+const char* correction_implementation_name();
 
 // One pixel of the correction, as every implementation must compute it:
 // pixel times factor, truncated toward zero; anything above 1023 (negative

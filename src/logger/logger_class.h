@@ -12,7 +12,7 @@
 namespace qx {
 
 class logger_class {
-public:
+  public:
     // Never fails: every missing piece leaves the logger disabled.
     logger_class(const char* module_name, const char* group_name);
     // Frees the log object and unloads the library; never throws.
@@ -28,7 +28,7 @@ public:
     void write_message(int level, const char* file, int line, const char* function, const char* format,
                        va_list arguments) noexcept;
 
-private:
+  private:
     platform::library_handle logging_library_ = nullptr;
     void* log_object_ = nullptr;
     vko_log_t log_function_ = nullptr;

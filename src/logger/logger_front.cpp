@@ -44,7 +44,8 @@ logger_key make_key(const char* module_name, const char* group_name) {
 
 void forward_message(void* logger, int level, const char* file, int line, const char* function,
                      const char* format, va_list arguments) {
-    if (logger == nullptr) return;
+    if (logger == nullptr)
+        return;
     static_cast<qx::logger_class*>(logger)->write_message(level, file, line, function, format, arguments);
 }
 
@@ -58,7 +59,8 @@ QX_CAMERA_API void* t_get_logger(const char* module_name, const char* group_name
         auto& registry = get_registry();
         std::lock_guard<std::mutex> lock(registry.registry_mutex);
         auto [position, inserted] = registry.loggers.try_emplace(make_key(module_name, group_name), nullptr);
-        if (inserted) position->second = std::move(built);
+        if (inserted)
+            position->second = std::move(built);
         // A logger already stored under the key wins; the new one is
         // discarded when `built` goes out of scope.
         return position->second.get();
@@ -74,15 +76,16 @@ QX_CAMERA_API int t_free_logger(const char* module_name, const char* group_name)
         auto& registry = get_registry();
         std::lock_guard<std::mutex> lock(registry.registry_mutex);
         const auto found = registry.loggers.find(make_key(module_name, group_name));
-        if (found == registry.loggers.end()) return 0;
+        if (found == registry.loggers.end())
+            return 0;
         removed = std::move(found->second);
         registry.loggers.erase(found);
     }
     return 1;
 }
 
-QX_CAMERA_API void t_log_error(void* logger, const char* file, int line, const char* function, const char* format,
-                               ...) {
+QX_CAMERA_API void t_log_error(void* logger, const char* file, int line, const char* function,
+                               const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     forward_message(logger, QX_LOG_LEVEL_ERROR, file, line, function, format, arguments);
@@ -97,8 +100,8 @@ QX_CAMERA_API void t_log_information(void* logger, const char* file, int line, c
     va_end(arguments);
 }
 
-QX_CAMERA_API void t_log_trace(void* logger, const char* file, int line, const char* function, const char* format,
-                               ...) {
+QX_CAMERA_API void t_log_trace(void* logger, const char* file, int line, const char* function,
+                               const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     forward_message(logger, QX_LOG_LEVEL_TRACE, file, line, function, format, arguments);

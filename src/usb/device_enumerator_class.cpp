@@ -1,10 +1,10 @@
 #include "usb/device_enumerator_class.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstring>
 
 #include "quendral_vko_camera_emulator.h"
+#include "usb/usb_device_path.h"
 
 namespace qx::usb {
 
@@ -16,30 +16,15 @@ void to_upper_ascii(std::string& text) {
     }
 }
 
-// Reads the (at most) four characters after a marker as hexadecimal,
-// stopping at the first character that is not a hexadecimal digit.
-std::optional<std::uint32_t> id_after(const std::string& path, const char* marker) {
-    const auto position = path.find(marker);
-    if (position == std::string::npos) return std::nullopt;
-    std::uint32_t value = 0;
-    for (std::size_t index = position + std::strlen(marker); index < path.size() && index < position + 8; ++index) {
-        const char c = path[index];
-        if (!std::isxdigit(static_cast<unsigned char>(c))) break;
-        value = value * 16 + static_cast<std::uint32_t>(std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
-                                                                                                    : c - 'A' + 10);
-    }
-    return value;
-}
-
 }  // namespace
 
 void device_enumerator_class::filter_candidates(const std::vector<std::string>& candidates,
                                                 const usb_identity_filter& filter) {
     for (std::string path : candidates) {
         to_upper_ascii(path);
-        const auto vendor = id_after(path, "VID_");
+        const auto vendor = usb_id_after(path, "VID_");
         if (!vendor) continue;
-        const auto product = id_after(path, "PID_");
+        const auto product = usb_id_after(path, "PID_");
         if (!product) continue;
         if (*vendor != filter.vendor_id) continue;
         // Unused entries are 0, so a product id of 0 matches them.

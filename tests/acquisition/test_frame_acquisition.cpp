@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <mutex>
 #include <thread>
@@ -400,6 +401,62 @@ TEST_F(frame_acquisition, an_unplug_mid_frame_ends_the_stream_without_a_hang) {
     EXPECT_EQ(_internal_command(camera, query, sizeof query, reply, sizeof reply), 1004);
     EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
     camera = nullptr;
+}
+
+}  // namespace
+
+namespace {
+
+// Column balancing end to end: a flat frame multiplied by the camera's
+// column gains of the active gain setting, cut to the region.
+TEST_F(frame_acquisition, frames_arrive_column_balanced_pixel_by_pixel) {
+    open_camera_with(
+        R"({"id":"CB-1","serial":"SN-CB","sensor_width":64,"sensor_height":8,"pacing":"fast","pattern":"flat",)"
+        R"("flat_value":900,"gain_min":0,"gain_max":4,"column_gains":[{"ramp":[0.5,1.5]},{"constant":2.0},)"
+        R"({"constant":0.25},{"ramp":[1.0,-1.0]},{"constant":1.0}]})");
+    command("roi 8 0 39 7");
+    for (const int gain : {0, 2, 3}) {
+        SCOPED_TRACE("gain " + std::to_string(gain));
+        command("gain " + std::to_string(gain));
+        const auto frames = capture(2, 32 * 8);
+        ASSERT_EQ(frames.size(), 2u);
+        for (const auto& frame : frames) {
+            int mismatches = 0;
+            for (int row = 0; row < 8; ++row) {
+                for (int column = 0; column < 32; ++column) {
+                    const int x = 8 + column;
+                    const double factor = gain == 0   ? static_cast<float>(0.5 + 1.0 * x / 63)
+                                          : gain == 2 ? 0.25
+                                                      : static_cast<float>(1.0 - 2.0 * x / 63);
+                    const double product = 900.0 * static_cast<float>(factor);
+                    const double truncated = std::trunc(static_cast<float>(product));
+                    const int expected = truncated < 0 || truncated > 1023 ? 1023 : static_cast<int>(truncated);
+                    if (frame.pixels[static_cast<std::size_t>(row * 32 + column)] != expected) ++mismatches;
+                }
+            }
+            EXPECT_EQ(mismatches, 0);
+        }
+    }
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(frame_acquisition, a_hardware_trigger_pulse_starts_frames_in_triggered_mode) {
+    open_camera_with(camera_json("none", 12));
+    command("hwtrig std hi");
+    command("nframes 2");
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 100), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 6), 0) << qx_camera_get_last_error();
+    polled_frame frame;
+    // Nothing comes until the trigger input is pulsed.
+    EXPECT_FALSE(poll(frame, 64 * 8, 2));
+    ASSERT_EQ(qx_emu_pulse_hardware_trigger(device_path.c_str()), QX_EMU_OK) << qx_emu_get_last_error();
+    std::vector<std::uint32_t> counts;
+    while (poll(frame, 64 * 8, 5)) counts.push_back(frame.frame_count);
+    const std::vector<std::uint32_t> expected = {near_wrap, near_wrap + 1};
+    EXPECT_EQ(counts, expected);
 }
 
 }  // namespace

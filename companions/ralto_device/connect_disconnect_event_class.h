@@ -1,0 +1,38 @@
+#pragma once
+// The hand-over of hot-plug events to the kit's listener, which blocks on
+// the module data key "connect_disconnect": an auto-reset signal plus the
+// last event's code and camera id. Events that arrive while nobody waits are
+// not queued: the signal remembers one, the id only the last.
+
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace qx {
+
+class connect_disconnect_event_class {
+  public:
+    // Longest camera id kept (the rest is cut), so a payload always fits the
+    // kit's reply buffer.
+    static constexpr std::size_t camera_id_capacity = 255;
+
+    // Records an arrival (1) or departure (2) and signals it. Any other code
+    // clears the pending event without signalling.
+    void report_event(int event_code, const std::string& camera_id);
+    // Signals without changing the pending event, so that a blocked wait
+    // returns (and repeats the last payload).
+    void release_waiter();
+    // Blocks until signalled, consumes the signal, and returns "1,<id>" for a
+    // pending arrival, "0,<id>" for a departure, nothing otherwise.
+    std::optional<std::string> wait_for_payload();
+
+  private:
+    std::mutex event_mutex_;  // a leaf lock: nothing else is taken while it is held
+    std::condition_variable signal_changed_;
+    bool signalled_ = false;  // guarded by event_mutex_
+    int pending_code_ = 0;    // guarded by event_mutex_
+    std::string camera_id_;   // guarded by event_mutex_
+};
+
+}  // namespace qx

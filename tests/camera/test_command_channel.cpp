@@ -1,0 +1,191 @@
+// The command channel as every parameter function meets it: the get and set
+// exchanges, the firmware phrases, the context text, the string read and
+// _internal_command.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "camera/parameter_fixture.h"
+
+namespace {
+
+using namespace qx::test;
+
+using command_channel = parameter_fixture;
+
+// The firmware's error phrases, searched in this order (index 0, "Success",
+// never is).
+const std::vector<std::string> searched_phrases = {
+    "Command not found",
+    "Too many arguments",
+    "Not enough arguments",
+    "Invalid command",
+    "Duplicate command",
+    "Command missing in JSON structure",
+    "Initializing",
+    "Command option not supported",
+    "FPGA not programmed",
+    "Width must start even, end odd and be multiple of 4",
+    "Height and/or width out of range",
+    "Parameter out of range",
+    "Command locked",
+    "Camera running (parameter cannot be set while in this mode)",
+    "Roi and bin combination invalid",
+    "Image data sync failure",
+    "Camera Running",
+};
+
+TEST_F(command_channel, every_phrase_fails_a_get_with_a_closing_apostrophe_and_a_set_without) {
+    for (const auto& phrase : searched_phrases) {
+        if (phrase == "Invalid command")
+            continue;
+        const std::string reply = "leading words " + phrase + " and the rest";
+        const std::string from_phrase = phrase + " and the rest";
+        run_reply_cases("", {{reading(qx_camera_get_exposure_time), "exp", reply,
+                              fails_with(context_of("exp") + from_phrase + "'")}});
+        run_reply_cases("",
+                        {{writing(qx_camera_set_exposure_time, 5LL), "exp 5", reply,
+                          fails_with(context_of("exp 5") + from_phrase)}},
+                        "set");
+    }
+}
+
+TEST_F(command_channel, get_and_set_exchanges) {
+    const auto get = reading(qx_camera_get_exposure_time);
+    const auto set = writing(qx_camera_set_exposure_time, 5LL);
+    const std::string lost =
+        "Response required, but not received, possibly due to USB stall. Please try again.";
+    run_reply_cases("", {
+                            // The first phrase of the table wins over the first in the text.
+                            {get, "exp", "Camera Running, Parameter out of range",
+                             fails_with(context_of("exp") + "Parameter out of range'")},
+                            {get, "exp", "Invalid command", fails_with(not_supported)},
+                            // "Invalid command" anywhere, even after another phrase, means unsupported.
+                            {get, "exp", "Command not found; Invalid command", fails_with(not_supported)},
+                            {get, "exp", "", fails_with(context_of("exp") + lost)},
+                            // "Success" is no failure phrase.
+                            {get, "exp", "Success 12", fails_with("invalid stoll argument")},
+                        });
+    run_reply_cases(
+        "",
+        {
+            {set, "exp 5", "Invalid command", fails_with(context_of("exp 5") + "Invalid command")},
+            {set, "exp 5", "", yields("")},
+            {set, "exp 5", "OK exp 5", yields("")},
+        },
+        "set");
+}
+
+TEST_F(command_channel, a_failing_module_call_names_handle_command_and_sizes) {
+    void* camera = open_scripted_camera("", {});
+    scripted_module().set_reply("exp", "12", 1);
+    long long exposure = 0;
+    EXPECT_EQ(qx_camera_get_exposure_time(camera, &exposure), 1004);
+    // The handle's address in decimal, and the stray apostrophe after the
+    // data size, exactly as callers match them.
+    const std::string address = std::to_string(reinterpret_cast<std::uintptr_t>(camera));
+    EXPECT_EQ(last_error(),
+              "Error: qx_camera_handle=" + address +
+                  ", command='exp', command_size_bytes_including_any_null_terminator = 4, "
+                  "data_size_bytes = 0', response_size_bytes_up_to_1024 = 1024: Error getting data. "
+                  "Error: Invalid operation.");
+    scripted_module().set_reply("exp 7", "", 3);
+    EXPECT_EQ(qx_camera_set_exposure_time(camera, 7), 1004);
+    EXPECT_EQ(last_error(),
+              with_handle(context_of("exp 7"), camera) + "Error setting data. Error: Invalid operation.");
+}
+
+TEST_F(command_channel, string_read_boundary) {
+    void* camera = open_scripted_camera("", {{"model", "ABCDEFGHIJ"}});
+    // Exactly as long as the buffer: copied whole, no terminator, success.
+    char exact[11];
+    std::memset(exact, '#', sizeof exact);
+    ASSERT_EQ(qx_camera_get_model(camera, exact, 10), 0) << last_error();
+    EXPECT_EQ(std::string(exact, 10), "ABCDEFGHIJ");
+    EXPECT_EQ(exact[10], '#');
+    // One byte short: a terminated prefix and a failure naming the buffer.
+    char short_buffer[10];
+    std::memset(short_buffer, '#', sizeof short_buffer);
+    EXPECT_EQ(qx_camera_get_model(camera, short_buffer, 9), 1004);
+    EXPECT_EQ(std::string(short_buffer, 9), std::string("ABCDEFGH") + '\0');
+    EXPECT_EQ(short_buffer[9], '#');
+    EXPECT_EQ(last_error(), as_last_error(with_handle(context_of("model", 6, 0, 9), camera) +
+                                          "Command response size is too small."));
+    // A shorter reply is padded with NULs to the buffer's size.
+    char padded[8];
+    std::memset(padded, '#', sizeof padded);
+    scripted_module().set_reply("model", "AB");
+    ASSERT_EQ(qx_camera_get_model(camera, padded, 6), 0);
+    EXPECT_EQ(std::string(padded, 8), std::string("AB\0\0\0\0##", 8));
+    EXPECT_EQ(sent_commands(), (std::vector<std::string>{"get model", "get model", "get model"}));
+}
+
+TEST_F(command_channel, string_read_copies_an_unknown_command_reply_as_text) {
+    // The string read does not look at "Invalid command": the reply is the text.
+    void* camera = open_scripted_camera("", {{"ver", "Invalid command"}});
+    char text[32] = {};
+    ASSERT_EQ(qx_camera_get_firmware_version(camera, text, sizeof text), 0) << last_error();
+    EXPECT_STREQ(text, "Invalid command");
+}
+
+TEST_F(command_channel, internal_command_passes_the_callers_bytes_and_buffer) {
+    void* camera = open_scripted_camera("", {{"id", "camera 7"}});
+    char command[] = "id\0junk";
+    char response[32];
+    std::memset(response, '#', sizeof response);
+    ASSERT_EQ(_internal_command(camera, command, 8, response, 12), 0) << last_error();
+    EXPECT_STREQ(response, "camera 7");
+    const auto calls = scripted_module().take_calls();
+    ASSERT_EQ(calls.size(), 1u);
+    EXPECT_EQ(calls[0].function, "get_data");
+    EXPECT_EQ(std::string(calls[0].command_bytes.begin(), calls[0].command_bytes.end()),
+              std::string(command, 8));
+    EXPECT_EQ(calls[0].command_size, 8u);
+    EXPECT_EQ(calls[0].response_size, 12u);
+
+    // No response is required, so an empty reply is fine.
+    scripted_module().set_reply("id", "");
+    EXPECT_EQ(_internal_command(camera, command, 3, response, 12), 0) << last_error();
+    EXPECT_STREQ(response, "");
+
+    const struct {
+        const char* reply;
+        int command_size;
+        int response_size;
+        std::string expected;
+    } failures[] = {
+        {"Invalid command", 3, 32, not_supported},
+        {"x Command locked", 3, 32, context_of("id", 3, 0, 32) + "Command locked'"},
+        {"ok", 0, 32, "command_size_bytes_including_any_null_terminator"},
+        {"ok", 3, 0, "Response size is too small."},
+    };
+    for (const auto& failure : failures) {
+        scripted_module().set_reply("id", failure.reply);
+        EXPECT_EQ(_internal_command(camera, command, failure.command_size, response, failure.response_size),
+                  1004);
+        EXPECT_EQ(last_error(), as_last_error(with_handle(failure.expected, camera)));
+    }
+}
+
+TEST_F(command_channel, handle_and_output_checks_come_before_any_exchange) {
+    void* camera = open_scripted_camera("", {});
+    long long exposure = 0;
+    EXPECT_EQ(qx_camera_get_exposure_time(nullptr, &exposure), 1004);
+    EXPECT_EQ(last_error(),
+              "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    // A null handle is reported before a null output.
+    EXPECT_EQ(qx_camera_get_exposure_time(nullptr, nullptr), 1004);
+    EXPECT_EQ(last_error(),
+              "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    EXPECT_EQ(qx_camera_get_exposure_time(camera, nullptr), 1004);
+    EXPECT_EQ(last_error(), "exposure Error: Invalid operation.");
+    alignas(64) static unsigned char impostor[4096] = {};
+    EXPECT_EQ(qx_camera_set_exposure_time(impostor, 1), 1004);
+    EXPECT_EQ(last_error(), "Camera handle is invalid. Error: Invalid operation.");
+    EXPECT_TRUE(sent_commands().empty());
+}
+
+}  // namespace

@@ -1,0 +1,175 @@
+// Region of interest, sensor size, binning and the image size overrides.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "camera/parameter_fixture.h"
+
+namespace {
+
+using namespace qx::test;
+
+using region_of_interest = parameter_fixture;
+
+// The four corners, as "x y x y".
+parameter_call reading_roi() {
+    return [](void* camera) {
+        std::array<int, 4> corner;
+        corner.fill(untouched_marker);
+        const int status = qx_camera_get_roi(camera, &corner[0], &corner[1], &corner[2], &corner[3]);
+        return call_outcome{status, values_text(corner)};
+    };
+}
+
+// The minimum's four corners, then the maximum's.
+parameter_call reading_roi_range() {
+    return [](void* camera) {
+        std::array<int, 8> corner;
+        corner.fill(untouched_marker);
+        const int status = qx_camera_get_roi_range(camera, &corner[0], &corner[1], &corner[2], &corner[3],
+                                                   &corner[4], &corner[5], &corner[6], &corner[7]);
+        return call_outcome{status, values_text(corner)};
+    };
+}
+
+parameter_call setting_roi(int upper_left_x, int upper_left_y, int lower_right_x, int lower_right_y) {
+    return status_of([=](void* camera) {
+        return qx_camera_set_roi(camera, upper_left_x, upper_left_y, lower_right_x, lower_right_y);
+    });
+}
+
+const std::string fewer_than_four = "ROI reply holds fewer than four integers.";
+
+TEST_F(region_of_interest, roi_get_set_and_range) {
+    run_reply_cases("", {
+                            {reading_roi(), "roi", "0 0 1919 1079", yields("0 0 1919 1079")},
+                            {reading_roi(), "roi", "8 4 1927 1083 extra 99", yields("8 4 1927 1083")},
+                            {reading_roi(), "roi", "0 0 1919", fails_with(fewer_than_four)},
+                            {reading_roi(), "roi", "0 0 x 1079", fails_with(fewer_than_four)},
+                            {reading_roi(), "roi", "Invalid command", fails_with(not_supported)},
+                        });
+    run_send_cases("", {
+                           {setting_roi(0, 0, 1919, 1079), "roi 0 0 1919 1079", yields("")},
+                           // Order, evenness and limits are the camera's to refuse.
+                           {setting_roi(100, 100, 0, 0), "roi 100 100 0 0", yields("")},
+                           {setting_roi(-1, 0, 10, 10), "", fails_with("upper_left_x")},
+                           {setting_roi(0, -1, 10, 10), "", fails_with("upper_left_y")},
+                           {setting_roi(0, 0, -10, 10), "", fails_with("lower_right_x")},
+                           {setting_roi(0, 0, 10, -10), "", fails_with("lower_right_y")},
+                           {setting_roi(0, -1, -1, -1), "", fails_with("upper_left_y")},
+                       });
+    const std::string refusal = "Width must start even, end odd and be multiple of 4";
+    run_case({"refused",
+              "",
+              {{"roi 1 0 1919 1079", refusal}},
+              setting_roi(1, 0, 1919, 1079),
+              {"set roi 1 0 1919 1079"},
+              fails_with(context_of("roi 1 0 1919 1079") + refusal)});
+    run_case({"range",
+              "",
+              {{"roi.min", "0 0 63 1"}, {"roi.max", "0 0 2447 2047"}},
+              reading_roi_range(),
+              {"get roi.min", "get roi.max"},
+              yields("0 0 63 1 0 0 2447 2047")});
+    run_case({"range with a short maximum",
+              "",
+              {{"roi.min", "0 0 63 1"}, {"roi.max", "0 0"}},
+              reading_roi_range(),
+              {"get roi.min", "get roi.max"},
+              fails_with(fewer_than_four)});
+}
+
+TEST_F(region_of_interest, sensor_size_comes_from_the_largest_region) {
+    run_reply_cases("",
+                    {
+                        {reading(qx_camera_get_sensor_width), "roi.max", "0 0 2447 2047", yields("2448")},
+                        {reading(qx_camera_get_sensor_height), "roi.max", "0 0 2447 2047", yields("2048")},
+                        {reading(qx_camera_get_sensor_width), "roi.max", "2447", fails_with(fewer_than_four)},
+                        {reading(qx_camera_get_sensor_width), "roi.max", "0 0 2147483647 10",
+                         fails_with("Sensor size is out of range.")},
+                    });
+}
+
+TEST_F(region_of_interest, binning) {
+    run_reply_cases("", {
+                            {reading(qx_camera_get_binx), "hbin", "2", yields("2")},
+                            {reading(qx_camera_get_biny), "vbin", "4", yields("4")},
+                            {reading(qx_camera_get_binx), "hbin", "x2", fails_with("invalid stoi argument")},
+                        });
+    run_send_cases("", {
+                           {writing(qx_camera_set_binx, 1), "hbin 1", yields("")},
+                           {writing(qx_camera_set_biny, 2), "vbin 2", yields("")},
+                           {writing(qx_camera_set_binx, 0), "", fails_with("binx")},
+                           {writing(qx_camera_set_biny, 0), "", fails_with("biny")},
+                       });
+    run_case({"refused with the region",
+              "",
+              {{"vbin 8", "Roi and bin combination invalid"}},
+              writing(qx_camera_set_biny, 8),
+              {"set vbin 8"},
+              fails_with(context_of("vbin 8") + "Roi and bin combination invalid")});
+    run_case({"horizontal range",
+              "",
+              {{"hbin.min", "1"}, {"hbin.max", "4"}},
+              reading_pair(qx_camera_get_binx_range),
+              {"get hbin.min", "get hbin.max"},
+              yields("1 4")});
+    run_case({"vertical range",
+              "",
+              {{"vbin.min", "1"}, {"vbin.max", "8"}},
+              reading_pair(qx_camera_get_biny_range),
+              {"get vbin.min", "get vbin.max"},
+              yields("1 8")});
+}
+
+TEST_F(region_of_interest, missing_outputs_are_named_in_order) {
+    // Each call leaves out the named output, and only that one.
+    const auto roi_without = [](int missing) {
+        return [missing](void* camera) {
+            int value[4] = {};
+            int* output[4] = {&value[0], &value[1], &value[2], &value[3]};
+            output[missing] = nullptr;
+            return qx_camera_get_roi(camera, output[0], output[1], output[2], output[3]);
+        };
+    };
+    const auto range_without = [](int missing) {
+        return [missing](void* camera) {
+            int value[8] = {};
+            int* output[8];
+            for (int index = 0; index < 8; ++index) output[index] = &value[index];
+            output[missing] = nullptr;
+            return qx_camera_get_roi_range(camera, output[0], output[1], output[2], output[3], output[4],
+                                           output[5], output[6], output[7]);
+        };
+    };
+    expect_named_failures(
+        "", {
+                {[](void* camera) { return qx_camera_get_roi(camera, nullptr, nullptr, nullptr, nullptr); },
+                 "upper_left_x"},
+                {roi_without(1), "upper_left_y"},
+                {roi_without(2), "lower_right_x"},
+                {roi_without(3), "lower_right_y"},
+                {range_without(0), "upper_left_x_min"},
+                {range_without(1), "upper_left_y_min"},
+                {range_without(2), "lower_right_x_min"},
+                {range_without(3), "lower_right_y_min"},
+                {range_without(4), "upper_left_x_max"},
+                {range_without(5), "upper_left_y_max"},
+                {range_without(6), "lower_right_x_max"},
+                {range_without(7), "lower_right_y_max"},
+                {without_output(qx_camera_get_sensor_width), "width_pixels"},
+                {without_output(qx_camera_get_sensor_height), "height_pixels"},
+                {without_output(qx_camera_get_binx), "binx"},
+                {without_output(qx_camera_get_biny), "biny"},
+                {without_minimum(qx_camera_get_binx_range), "binx_min"},
+                {without_maximum(qx_camera_get_biny_range), "biny_max"},
+                {[](void* camera) { return _set_image_size_overrides(camera, 0, 10); }, "width"},
+                {[](void* camera) { return _set_image_size_overrides(camera, 10, 0); }, "height"},
+            });
+}
+
+}  // namespace

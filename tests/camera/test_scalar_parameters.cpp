@@ -1,0 +1,344 @@
+// The scalar parameter catalogue through the exported functions: what each
+// getter asks and how it reads the reply, what each setter sends, the
+// ranges, the text parameters, the feature flags and the refusals.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "camera/parameter_fixture.h"
+
+namespace {
+
+using namespace qx::test;
+
+using scalar_parameters = parameter_fixture;
+
+// A text getter given a buffer of `size` bytes (of 64 available); the value
+// is the text up to its terminator.
+parameter_call reading_text(int (*getter)(void*, char*, int), int size) {
+    return [getter, size](void* camera) {
+        std::vector<char> buffer(64, '#');
+        const int status = getter(camera, buffer.data(), size);
+        const std::string text(buffer.data(), strnlen(buffer.data(), buffer.size()));
+        return call_outcome{status, text == std::string(64, '#') ? "untouched" : text};
+    };
+}
+
+TEST_F(scalar_parameters, getters_read_typical_boundary_and_malformed_replies) {
+    const auto exposure = reading(qx_camera_get_exposure_time);
+    const auto frames = reading(qx_camera_get_frames_per_trigger_zero_for_unlimited);
+    const auto usb = reading(qx_camera_get_usb_port_type);
+    run_reply_cases(
+        "",
+        {
+            {exposure, "exp", "12345", yields("12345")},
+            {exposure, "exp", "9223372036854775807us", yields("9223372036854775807")},
+            {exposure, "exp", "9223372036854775808", fails_with("stoll argument out of range")},
+            {exposure, "exp", "abc", fails_with("invalid stoll argument")},
+            {reading(qx_camera_get_frame_time), "frametime", "33333", yields("33333")},
+            {reading(qx_camera_get_frame_time), "frametime", "2147483648",
+             fails_with("stoi argument out of range")},
+            {reading(qx_camera_get_frame_time), "frametime", "Invalid command", fails_with(not_supported)},
+            {reading(qx_camera_get_bit_depth), "pixel_bit_depth", " 12 bits", yields("12")},
+            {reading(qx_camera_get_bit_depth), "pixel_bit_depth", "twelve",
+             fails_with("invalid stoi argument")},
+            {frames, "nframes", "0", yields("0")},
+            {frames, "nframes", "4294967295", yields("-1")},
+            {frames, "nframes", "4294967296", fails_with("stoul argument out of range")},
+            {frames, "nframes", "many", fails_with("invalid stoul argument")},
+            {reading(qx_camera_get_hot_pixel_correction_threshold), "hot_pixel_correction threshold", "50",
+             yields("50")},
+            {reading(qx_camera_get_image_width), "image_width", "1920", yields("1920")},
+            {reading(qx_camera_get_image_height), "image_height", "1080", yields("1080")},
+            {reading(qx_camera_get_sensor_pixel_width), "pixel_width_nm", "5500", yields("5.5")},
+            {reading(qx_camera_get_sensor_pixel_height), "pixel_height_nm", "3250", yields("3.25")},
+            {reading(qx_camera_get_sensor_pixel_width), "pixel_width_nm", "n/a",
+             fails_with("invalid stod argument")},
+            {reading(qx_camera_get_sensor_pixel_size_bytes), "pixel_size", "2", yields("2")},
+            {reading(qx_camera_get_sensor_readout_time), "sensor_readout_time", "12500000",
+             yields("12500000")},
+            {reading(qx_camera_get_timestamp_clock_frequency), "pixel_clock_count_base", "1000000000",
+             yields("1000000000")},
+            {usb, "usb_speed", "USB 1.0", yields("0")},
+            {usb, "usb_speed", "USB 2.0", yields("1")},
+            {usb, "usb_speed", "USB 3.0", yields("2")},
+            {usb, "usb_speed", "USB 3.1", fails_with("Unexpected USB speed.")},
+            {usb, "usb_speed", "USB 3.0 ", fails_with("Unexpected USB speed.")},
+        });
+    run_send_cases("", {{reading(qx_camera_get_communication_interface), "", yields("2")}});
+}
+
+TEST_F(scalar_parameters, switches_read_their_own_words) {
+    const auto hot_pixels = reading(qx_camera_get_is_hot_pixel_correction_enabled);
+    const auto led = reading(qx_camera_get_is_led_on);
+    const auto cooling = reading(qx_camera_get_is_cooling_enabled);
+    const auto frame_rate_control = reading(qx_camera_get_is_frame_rate_control_enabled);
+    run_reply_cases("statustec sfr", {
+                                         {hot_pixels, "hot_pixel_correction", "off", yields("0")},
+                                         {hot_pixels, "hot_pixel_correction", "off ", yields("1")},
+                                         {led, "statusled", "off", yields("0")},
+                                         {led, "statusled", "OFF", yields("1")},
+                                         {led, "statusled", "on", yields("1")},
+                                         {cooling, "statustec", "on", yields("1")},
+                                         {cooling, "statustec", "on ", yields("0")},
+                                         {cooling, "statustec", "off", yields("0")},
+                                         {frame_rate_control, "sfr", "on 30000", yields("1")},
+                                         {frame_rate_control, "sfr", "off on", yields("0")},
+                                         {frame_rate_control, "sfr", "ON 30000", yields("0")},
+                                     });
+}
+
+TEST_F(scalar_parameters, setters_send_word_and_argument) {
+    run_send_cases(
+        "blklvl sfr",
+        {
+            {writing(qx_camera_set_exposure_time, 0LL), "exp 0", yields("")},
+            {writing(qx_camera_set_exposure_time, 5000000000LL), "exp 5000000000", yields("")},
+            {writing(qx_camera_set_exposure_time, -1LL), "", fails_with("exposure")},
+            {writing(qx_camera_set_black_level, 42), "blklvl 42", yields("")},
+            {writing(qx_camera_set_black_level, -3), "blklvl -3", yields("")},
+            {writing(qx_camera_set_frames_per_trigger_zero_for_unlimited, 0), "nframes 0", yields("")},
+            {writing(qx_camera_set_frames_per_trigger_zero_for_unlimited, -1), "nframes 4294967295",
+             yields("")},
+            {writing(qx_camera_set_hot_pixel_correction_threshold, 10), "hot_pixel_correction threshold 10",
+             yields("")},
+            {writing(qx_camera_set_hot_pixel_correction_threshold, -1), "",
+             fails_with("hot_pixel_correction_threshold")},
+            {writing(qx_camera_set_is_hot_pixel_correction_enabled, 7), "hot_pixel_correction on",
+             yields("")},
+            {writing(qx_camera_set_is_hot_pixel_correction_enabled, 0), "hot_pixel_correction off",
+             yields("")},
+            {writing(qx_camera_set_is_led_on, 1), "statusled on", yields("")},
+            {writing(qx_camera_set_is_led_on, 0), "statusled off", yields("")},
+            {writing(qx_camera_set_is_frame_rate_control_enabled, 1), "sfr on", yields("")},
+            {writing(qx_camera_set_is_frame_rate_control_enabled, 0), "sfr off", yields("")},
+        });
+    run_case({"a camera refusal",
+              "",
+              {{"exp 5", "Parameter out of range"}},
+              writing(qx_camera_set_exposure_time, 5LL),
+              {"set exp 5"},
+              fails_with(context_of("exp 5") + "Parameter out of range")});
+}
+
+TEST_F(scalar_parameters, missing_features_fail_before_anything_is_sent) {
+    const auto no_black_level = fails_with("Black level is not supported.");
+    const auto no_sfr = fails_with("Camera does not support frame-rate control.");
+    run_send_cases("", {
+                           {reading(qx_camera_get_black_level), "", no_black_level},
+                           {writing(qx_camera_set_black_level, 1), "", no_black_level},
+                           {reading(qx_camera_get_is_cooling_enabled), "",
+                            fails_with("Powered cooling is not supported.")},
+                           {reading(qx_camera_get_is_frame_rate_control_enabled), "", no_sfr},
+                           {writing(qx_camera_set_is_frame_rate_control_enabled, 1), "", no_sfr},
+                           {reading(qx_camera_get_frame_rate_control_value), "", no_sfr},
+                           {writing(qx_camera_set_frame_rate_control_value, 0.0), "", no_sfr},
+                           {reading_pair(qx_camera_get_frame_rate_control_value_range), "", no_sfr},
+                       });
+    // Features are whole words of the "discover" reply.
+    run_send_cases("blklvl.min sfr2 statustec_x", {{reading(qx_camera_get_black_level), "", no_black_level}});
+    run_reply_cases("blklvl", {{reading(qx_camera_get_black_level), "blklvl", "100", yields("100")}});
+}
+
+TEST_F(scalar_parameters, feature_queries_answer_from_the_discover_reply) {
+    const struct {
+        int (*query)(void*, int*);
+        std::string feature;
+    } queries[] = {
+        {qx_camera_get_is_cooling_supported, "statustec"},
+        {qx_camera_get_is_eep_supported, "eep"},
+        {qx_camera_get_is_led_supported, "statusled"},
+        {qx_camera_get_is_taps_supported, "taps"},
+    };
+    for (const auto& query : queries) {
+        run_send_cases("color " + query.feature + " gain", {{reading(query.query), "", yields("1")}});
+        run_send_cases("color gain exp", {{reading(query.query), "", yields("0")}});
+    }
+}
+
+TEST_F(scalar_parameters, ranges_ask_min_then_max) {
+    const struct {
+        parameter_call call;
+        std::string word;
+        std::string minimum;
+        std::string maximum;
+        expected_outcome expected;
+    } ranges[] = {
+        {reading_pair(qx_camera_get_exposure_time_range), "exp", "10", "10000000000",
+         yields("10 10000000000")},
+        {reading_pair(qx_camera_get_exposure_time_range), "exp", "10", "x",
+         fails_with("invalid stoll argument")},
+        {reading_pair(qx_camera_get_black_level_range), "blklvl", "0", "255", yields("0 255")},
+        {reading_pair(qx_camera_get_frames_per_trigger_range), "nframes", "0", "-1", yields("0 -1")},
+        {reading_pair(qx_camera_get_frames_per_trigger_range), "nframes", "0", "4294967296",
+         fails_with("stoul argument out of range")},
+        {reading_pair(qx_camera_get_hot_pixel_correction_threshold_range), "hot_pixel_correction", "1",
+         "4095", yields("1 4095")},
+        {reading_pair(qx_camera_get_image_width_range), "image_width", "64", "2448", yields("64 2448")},
+        {reading_pair(qx_camera_get_image_height_range), "image_height", "2", "2048", yields("2 2048")},
+        {reading_pair(qx_camera_get_model_string_length_range), "model", "1", "32", yields("1 32")},
+        {reading_pair(qx_camera_get_name_string_length_range), "name", "0", "63", yields("0 63")},
+        {reading_pair(qx_camera_get_serial_number_string_length_range), "sernum", "8", "8", yields("8 8")},
+        {reading_pair(qx_camera_get_frame_rate_control_value_range), "sfr", "1000", "120500",
+         yields("1 120.5")},
+    };
+    for (const auto& range : ranges) {
+        run_case({range.word + " range",
+                  "sfr",
+                  {{range.word + ".min", range.minimum}, {range.word + ".max", range.maximum}},
+                  range.call,
+                  {"get " + range.word + ".min", "get " + range.word + ".max"},
+                  range.expected});
+    }
+    run_case({"an unknown minimum stops there",
+              "",
+              {{"exp.min", "Invalid command"}},
+              reading_pair(qx_camera_get_exposure_time_range),
+              {"get exp.min"},
+              fails_with(not_supported)});
+}
+
+TEST_F(scalar_parameters, text_parameters_use_the_string_read) {
+    run_reply_cases(
+        "",
+        {
+            {reading_text(qx_camera_get_firmware_version, 64), "ver", "1.2.3 build 7",
+             yields("1.2.3 build 7")},
+            {reading_text(qx_camera_get_model, 64), "model", "QV-2448M", yields("QV-2448M")},
+            {reading_text(qx_camera_get_serial_number, 64), "sernum", "SN1", yields("SN1")},
+            {reading_text(qx_camera_get_name, 64), "name", "left eye", yields("left eye")},
+            {reading_text(qx_camera_get_name, 64), "name", "",
+             fails_with(context_of("name") +
+                        "Response required, but not received, possibly due to USB stall. Please try again.")},
+        });
+    run_send_cases("", {
+                           {reading_text(qx_camera_get_model, 0), "", fails_with("str_length")},
+                           {reading_text(qx_camera_get_serial_number, -4), "", fails_with("str_length")},
+                       });
+}
+
+TEST_F(scalar_parameters, nir_boost_asks_the_camera_whether_it_has_it) {
+    const auto supported = reading(qx_camera_get_is_nir_boost_supported);
+    run_reply_cases("", {
+                            {supported, "NIR_boost.max", "0", yields("0")},
+                            {supported, "NIR_boost.max", "1", yields("1")},
+                            {supported, "NIR_boost.max", "00", yields("1")},
+                            {supported, "NIR_boost.max", "-1", yields("-1")},
+                            {supported, "NIR_boost.max", "Invalid command", fails_with(not_supported)},
+                            {reading(qx_camera_get_nir_boost_enable), "NIR_boost.max", "0",
+                             fails_with("Camera does not support NIR boost mode.")},
+                            {writing(qx_camera_set_nir_boost_enable, 1), "NIR_boost.max", "0",
+                             fails_with("Camera does not support NIR boost mode.")},
+                        });
+    const std::vector<std::pair<std::string, std::string>> boost = {{"NIR_boost.max", "1"},
+                                                                    {"NIR_boost", "1"}};
+    run_cases({
+        {"enable read",
+         "",
+         boost,
+         reading(qx_camera_get_nir_boost_enable),
+         {"get NIR_boost.max", "get NIR_boost"},
+         yields("1")},
+        {"switch on",
+         "",
+         boost,
+         writing(qx_camera_set_nir_boost_enable, 5),
+         {"get NIR_boost.max", "set NIR_boost 1"},
+         yields("")},
+        {"switch off",
+         "",
+         boost,
+         writing(qx_camera_set_nir_boost_enable, 0),
+         {"get NIR_boost.max", "set NIR_boost 0"},
+         yields("")},
+    });
+}
+
+TEST_F(scalar_parameters, frame_rate_value_travels_in_thousandths) {
+    const auto value = reading(qx_camera_get_frame_rate_control_value);
+    const auto set = [](double frames_per_second) {
+        return writing(qx_camera_set_frame_rate_control_value, frames_per_second);
+    };
+    const auto out_of_range = fails_with("Frame rate parameter is out of range.");
+    run_reply_cases("sfr", {
+                               {value, "sfr", "on 30500", yields("30.5")},
+                               {value, "sfr", "off 12abc", yields("0.012")},
+                               {value, "sfr", "on abc", yields("0")},
+                               {value, "sfr", "on", fails_with("Frame rate control value not recognized.")},
+                           });
+    run_send_cases("sfr", {
+                              {set(30.5), "sfr 30500", yields("")},
+                              {set(0.0019), "sfr 1", yields("")},
+                              {set(2147483.0), "sfr 2147483000", yields("")},
+                              // Passes the check but overflows the thousandths.
+                              {set(2147484.0), "sfr -2147483648", yields("")},
+                              {set(2147483647.0), "sfr -2147483648", yields("")},
+                              {set(2147483648.0), "", out_of_range},
+                              {set(0.0), "", out_of_range},
+                              {set(-5.0), "", out_of_range},
+                              {set(std::numeric_limits<double>::quiet_NaN()), "", out_of_range},
+                          });
+}
+
+TEST_F(scalar_parameters, every_output_is_named) {
+    const std::string both = "Pointer(s) for receiving the value(s) must be provided.";
+    expect_named_failures(
+        "blklvl sfr statustec",
+        {
+            {without_output(qx_camera_get_exposure_time), "exposure"},
+            {without_output(qx_camera_get_frame_time), "frame_time_us"},
+            {without_output(qx_camera_get_bit_depth), "bit_depth"},
+            {without_output(qx_camera_get_black_level), "black_level"},
+            {without_output(qx_camera_get_frames_per_trigger_zero_for_unlimited), "number_of_frames"},
+            {without_output(qx_camera_get_hot_pixel_correction_threshold), "hot_pixel_correction_threshold"},
+            {without_output(qx_camera_get_is_hot_pixel_correction_enabled),
+             "is_hot_pixel_correction_enabled"},
+            {without_output(qx_camera_get_image_width), "width_pixels"},
+            {without_output(qx_camera_get_image_height), "height_pixels"},
+            {without_output(qx_camera_get_sensor_pixel_width), "pixel_width_um"},
+            {without_output(qx_camera_get_sensor_pixel_height), "pixel_height_um"},
+            {without_output(qx_camera_get_sensor_pixel_size_bytes), "sensor_pixel_size_bytes"},
+            {without_output(qx_camera_get_sensor_readout_time), "sensor_readout_time_ns"},
+            {without_output(qx_camera_get_timestamp_clock_frequency), "timestamp_clock_frequency"},
+            {without_output(qx_camera_get_is_frame_rate_control_enabled), "is_enabled"},
+            {without_output(qx_camera_get_frame_rate_control_value), "frame_rate_fps"},
+            {without_output(qx_camera_get_is_cooling_enabled), "is_cooling_enabled"},
+            {without_output(qx_camera_get_is_led_on), "is_led_on"},
+            {without_output(qx_camera_get_is_nir_boost_supported), "is_nir_boost_supported"},
+            {without_output(qx_camera_get_nir_boost_enable), "nir_boost_enable"},
+            {without_output(qx_camera_get_communication_interface), "communication_interface"},
+            {without_output(qx_camera_get_usb_port_type), "usb_port_type"},
+            {without_output(qx_camera_get_is_cooling_supported), "is_cooling_supported"},
+            {without_output(qx_camera_get_is_eep_supported), "is_eep_supported"},
+            {without_output(qx_camera_get_is_led_supported), "is_led_supported"},
+            {without_output(qx_camera_get_is_taps_supported), "is_taps_supported"},
+            {[](void* camera) { return qx_camera_get_firmware_version(camera, nullptr, 8); },
+             "firmware_version"},
+            {[](void* camera) { return qx_camera_get_model(camera, nullptr, 8); }, "model"},
+            {[](void* camera) { return qx_camera_get_serial_number(camera, nullptr, 8); }, "serial_number"},
+            {[](void* camera) { return qx_camera_get_name(camera, nullptr, 8); }, "name"},
+            {[](void* camera) { return qx_camera_get_exposure_time_range(camera, nullptr, nullptr); }, both},
+            {[](void* camera) {
+                 return qx_camera_get_frame_rate_control_value_range(camera, nullptr, nullptr);
+             },
+             both},
+            {without_minimum(qx_camera_get_exposure_time_range), "exposure_min_us"},
+            {without_maximum(qx_camera_get_exposure_time_range), "exposure_max_us"},
+            {without_maximum(qx_camera_get_black_level_range), "black_level_max"},
+            {without_minimum(qx_camera_get_frames_per_trigger_range), "nframes_min"},
+            {without_minimum(qx_camera_get_hot_pixel_correction_threshold_range),
+             "hot_pixel_correction_threshold_min"},
+            {without_maximum(qx_camera_get_image_width_range), "image_width_max"},
+            {without_minimum(qx_camera_get_image_height_range), "image_height_min"},
+            {without_maximum(qx_camera_get_model_string_length_range), "model_max"},
+            {without_minimum(qx_camera_get_name_string_length_range), "name_min"},
+            {without_maximum(qx_camera_get_serial_number_string_length_range), "serial_number_max"},
+            {without_maximum(qx_camera_get_frame_rate_control_value_range), "frame_rate_fps_max"},
+        });
+}
+
+}  // namespace

@@ -1,0 +1,187 @@
+// Operation mode and trigger polarity through "hwtrig", the I/O setup, EEP,
+// taps, tap balance and the data rate.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "camera/parameter_fixture.h"
+
+namespace {
+
+using namespace qx::test;
+
+using trigger_and_modes = parameter_fixture;
+
+TEST_F(trigger_and_modes, operation_mode_and_polarity_share_hwtrig) {
+    const auto mode = reading(qx_camera_get_operation_mode);
+    const auto polarity = reading(qx_camera_get_trigger_polarity);
+    run_reply_cases("",
+                    {
+                        {mode, "hwtrig", "none", yields("0")},
+                        {mode, "hwtrig", "std hi", yields("1")},
+                        {mode, "hwtrig", "bulb lo", yields("2")},
+                        {mode, "hwtrig", "edge hi", fails_with("Operation mode not recognized.")},
+                        {mode, "hwtrig", "Invalid command", fails_with(not_supported)},
+                        {polarity, "hwtrig", "std lo", yields("1")},
+                        {polarity, "hwtrig", "std hi", yields("0")},
+                        {polarity, "hwtrig", "std LO", yields("0")},
+                        {polarity, "hwtrig", "none", fails_with("hwtrig")},
+                        {polarity, "hwtrig", "std lo x", fails_with("hwtrig")},
+                        {writing(qx_camera_set_operation_mode, 1), "hwtrig", "none", fails_with("hwtrig")},
+                        {writing(qx_camera_set_trigger_polarity, 1), "hwtrig", "none", fails_with("hwtrig")},
+                    });
+    run_send_cases("",
+                   {
+                       {writing(qx_camera_set_operation_mode, 0), "hwtrig none", yields("")},
+                       {writing(qx_camera_set_operation_mode, 3), "", fails_with("Unknown operation mode.")},
+                       {writing(qx_camera_set_operation_mode, -1), "", fails_with("Unknown operation mode.")},
+                       {writing(qx_camera_set_trigger_polarity, 2), "", fails_with("trigger_polarity")},
+                   });
+    // Setting one word keeps the other.
+    const struct {
+        parameter_call call;
+        std::string current;
+        std::string sent;
+    } keeping[] = {
+        {writing(qx_camera_set_operation_mode, 1), "none hi", "hwtrig std hi"},
+        {writing(qx_camera_set_operation_mode, 2), "std lo", "hwtrig bulb lo"},
+        {writing(qx_camera_set_trigger_polarity, 1), "std hi", "hwtrig std lo"},
+        {writing(qx_camera_set_trigger_polarity, 0), "bulb lo", "hwtrig bulb hi"},
+    };
+    for (const auto& entry : keeping) {
+        run_case({entry.sent,
+                  "",
+                  {{"hwtrig", entry.current}},
+                  entry.call,
+                  {"get hwtrig", "set " + entry.sent},
+                  yields("")});
+    }
+    run_case({"refused while running",
+              "",
+              {{"hwtrig", "std hi"}, {"hwtrig std lo", "Camera Running"}},
+              writing(qx_camera_set_trigger_polarity, 1),
+              {"get hwtrig", "set hwtrig std lo"},
+              fails_with(context_of("hwtrig std lo") + "Camera Running")});
+}
+
+TEST_F(trigger_and_modes, operation_mode_support_from_the_io_setup) {
+    const auto mode = [](int value) { return reading_for(qx_camera_get_is_operation_mode_supported, value); };
+    run_send_cases("", {{mode(0), "", yields("1")}, {mode(3), "", yields("0")}, {mode(-1), "", yields("0")}});
+    run_reply_cases("", {
+                            {mode(1), "iosetup", "ts", yields("1")},
+                            {mode(2), "iosetup", "!t!s", yields("0")},
+                            {mode(1), "iosetup", "Invalid command", yields("1")},
+                            {mode(1), "iosetup", "t", fails_with("I/O setup reply not recognized.")},
+                        });
+}
+
+TEST_F(trigger_and_modes, eep) {
+    const auto status = reading(qx_camera_get_eep_status);
+    run_reply_cases("eep", {
+                               {status, "eep", "off", yields("0")},
+                               {status, "eep", "on active", yields("1")},
+                               {status, "eep", "on inactive", yields("2")},
+                               {status, "eep", "on bulb", yields("3")},
+                               {status, "eep", "on", fails_with("EEP status not recognized.")},
+                           });
+    run_send_cases("eep", {
+                              {writing(qx_camera_set_is_eep_enabled, 1), "eep on", yields("")},
+                              {writing(qx_camera_set_is_eep_enabled, 0), "eep off", yields("")},
+                          });
+    // The setter's text lacks the getter's "is".
+    run_send_cases("",
+                   {
+                       {status, "", fails_with("EEP mode is not supported.")},
+                       {writing(qx_camera_set_is_eep_enabled, 1), "", fails_with("EEP mode not supported.")},
+                   });
+}
+
+TEST_F(trigger_and_modes, taps_and_tap_balance) {
+    const auto taps = reading(qx_camera_get_taps);
+    const auto balance = reading(qx_camera_get_tap_balance_enable);
+    run_reply_cases(
+        "taps", {
+                    {taps, "taps", "0", yields("0")},
+                    {taps, "taps", "2", yields("2")},
+                    {taps, "taps", "3", fails_with("Taps value not recognized.")},
+                    {taps, "taps", "1 ", fails_with("Taps value not recognized.")},
+                    {balance, "tap_balance_enable", "on", yields("1")},
+                    {balance, "tap_balance_enable", "off", yields("0")},
+                    {balance, "tap_balance_enable", "yes", fails_with("Tap balance value not recognized.")},
+                });
+    run_send_cases("taps",
+                   {
+                       {writing(qx_camera_set_taps, 2), "taps 2", yields("")},
+                       {writing(qx_camera_set_taps, 3), "", fails_with("taps")},
+                       {writing(qx_camera_set_tap_balance_enable, 1), "tap_balance_enable on", yields("")},
+                       {writing(qx_camera_set_tap_balance_enable, 0), "tap_balance_enable off", yields("")},
+                   });
+    const auto no_taps = fails_with("Camera does not support taps.");
+    run_send_cases("", {
+                           {writing(qx_camera_set_taps, 3), "", fails_with("taps")},
+                           {taps, "", no_taps},
+                           {writing(qx_camera_set_taps, 1), "", no_taps},
+                           {balance, "", no_taps},
+                           {writing(qx_camera_set_tap_balance_enable, 1), "", no_taps},
+                       });
+}
+
+TEST_F(trigger_and_modes, data_rate) {
+    const auto rate = reading(qx_camera_get_data_rate);
+    const auto set = [](int data_rate) { return writing(qx_camera_set_data_rate, data_rate); };
+    const auto supported = [](int data_rate) {
+        return reading_for(qx_camera_get_is_data_rate_supported, data_rate);
+    };
+    run_reply_cases("fps readout_frequency", {
+                                                 {rate, "fps", "30", yields("2")},
+                                                 {rate, "fps", "50", yields("3")},
+                                                 {rate, "fps", "25", fails_with("Unexpected data rate.")},
+                                                 {rate, "fps", "fast", fails_with("invalid stoi argument")},
+                                             });
+    run_reply_cases("readout_frequency",
+                    {
+                        {rate, "readout_frequency", "0", yields("0")},
+                        {rate, "readout_frequency", "1", yields("1")},
+                        {rate, "readout_frequency", "2", fails_with("Unexpected readout frequency.")},
+                    });
+    run_send_cases("", {{rate, "", fails_with("Neither fps nor readout frequency is supported.")}});
+    run_send_cases("readout_frequency", {
+                                            {set(0), "readout_frequency 0", yields("")},
+                                            {set(1), "readout_frequency 1", yields("")},
+                                            {set(2), "", fails_with("FPS is not supported.")},
+                                            {set(4), "", fails_with("Unexpected data rate.")},
+                                            {supported(0), "", yields("1")},
+                                            {supported(1), "", yields("1")},
+                                            {supported(2), "", yields("0")},
+                                            {supported(4), "", yields("0")},
+                                            {supported(-1), "", yields("0")},
+                                        });
+    run_send_cases("fps", {
+                              {set(2), "fps 30", yields("")},
+                              {set(3), "fps 50", yields("")},
+                              {set(0), "", fails_with("Readout frequency is not supported.")},
+                              {supported(3), "", yields("1")},
+                              {supported(0), "", yields("0")},
+                          });
+}
+
+TEST_F(trigger_and_modes, missing_outputs_are_named) {
+    expect_named_failures(
+        "eep taps fps",
+        {
+            {without_output(qx_camera_get_operation_mode), "operation_mode"},
+            {without_output(qx_camera_get_trigger_polarity), "trigger_polarity_enum"},
+            {[](void* camera) { return qx_camera_get_is_operation_mode_supported(camera, 1, nullptr); },
+             "is_operation_mode_supported"},
+            {without_output(qx_camera_get_eep_status), "eep_status_enum"},
+            {without_output(qx_camera_get_taps), "taps"},
+            {without_output(qx_camera_get_tap_balance_enable), "tap_balance_enable"},
+            {without_output(qx_camera_get_data_rate), "data_rate"},
+            {[](void* camera) { return qx_camera_get_is_data_rate_supported(camera, 2, nullptr); },
+             "is_supported"},
+        });
+}
+
+}  // namespace

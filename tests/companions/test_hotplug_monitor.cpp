@@ -1,0 +1,206 @@
+// The hot-plug monitor library as the kit loads it: reference-counted
+// opening, subscriptions, and the arrivals and departures it reports (here
+// from the camera emulator's virtual cameras; real USB devices come through
+// libusb the same way).
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "hotplug_test_support.h"
+#if defined(QX_HAVE_EMULATOR)
+#include "quendral_vko_camera_emulator.h"
+#endif
+
+namespace {
+
+using namespace std::chrono_literals;
+
+class hotplug_monitor_test : public testing::Test {
+  protected:
+    qx::test::hotplug_monitor_library monitor;
+    qx_hotplug_open_t open_monitor = monitor.open_monitor;
+    qx_hotplug_close_t close_monitor = monitor.close_monitor;
+    qx_hotplug_event_subscribe_t subscribe = monitor.subscribe;
+};
+
+void ignore_event(int, const char*, void*) {}
+
+TEST_F(hotplug_monitor_test, opening_is_counted_and_the_last_close_ends_it) {
+    EXPECT_NE(close_monitor(), 0) << "not open yet";
+    ASSERT_EQ(open_monitor(), 0);
+    ASSERT_EQ(open_monitor(), 0);
+    EXPECT_EQ(close_monitor(), 0);
+    EXPECT_EQ(subscribe(0x2A7C, 0x6101, ignore_event, nullptr), 0) << "still open once";
+    EXPECT_EQ(close_monitor(), 0);
+    EXPECT_NE(close_monitor(), 0);
+    EXPECT_NE(subscribe(0x2A7C, 0x6101, ignore_event, nullptr), 0) << "closed";
+}
+
+TEST_F(hotplug_monitor_test, repeated_opening_and_closing_always_succeeds) {
+    for (int round = 0; round < 200; ++round) {
+        ASSERT_EQ(open_monitor(), 0) << round;
+        ASSERT_EQ(subscribe(0x2A7C, 0x6101, ignore_event, nullptr), 0) << round;
+        ASSERT_EQ(close_monitor(), 0) << round;
+    }
+    EXPECT_NE(close_monitor(), 0);
+}
+
+TEST_F(hotplug_monitor_test, unusable_subscriptions_are_refused) {
+    ASSERT_EQ(open_monitor(), 0);
+    EXPECT_NE(subscribe(0x2A7C, 0x6101, nullptr, nullptr), 0);
+    EXPECT_NE(subscribe(0x10000, 0x6101, ignore_event, nullptr), 0);
+    EXPECT_NE(subscribe(0x2A7C, 0x10000, ignore_event, nullptr), 0);
+    EXPECT_EQ(subscribe(0xFFFF, 0x0000, ignore_event, nullptr), 0);
+}
+
+TEST_F(hotplug_monitor_test, many_threads_closing_at_once_close_exactly_the_opens) {
+    constexpr int thread_count = 8;
+    for (int opened = 0; opened < thread_count; ++opened) ASSERT_EQ(open_monitor(), 0);
+    std::atomic<int> successful_closes{0};
+    std::vector<std::thread> threads;
+    for (int thread_index = 0; thread_index < thread_count; ++thread_index) {
+        threads.emplace_back([&] {
+            if (close_monitor() == 0)
+                ++successful_closes;
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(successful_closes, thread_count);
+    EXPECT_NE(close_monitor(), 0);
+}
+
+TEST_F(hotplug_monitor_test, threads_opening_and_closing_concurrently_leave_it_balanced) {
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int thread_index = 0; thread_index < 4; ++thread_index) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 50; ++round) {
+                if (open_monitor() != 0)
+                    ++failures;
+                if (subscribe(0x2A7C, 0x6117, ignore_event, nullptr) != 0)
+                    ++failures;
+                if (close_monitor() != 0)
+                    ++failures;
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(failures, 0);
+    EXPECT_NE(close_monitor(), 0);
+}
+
+#if defined(QX_HAVE_EMULATOR)
+
+using qx::test::event_recorder;
+
+struct camera_ids {
+    unsigned int vendor_id = 0;
+    unsigned int product_id = 0;
+};
+
+class hotplug_monitor_emulator_test : public hotplug_monitor_test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(qx_emu_reset(""), 0) << qx_emu_get_last_error();
+        // Learn the default camera's ids from one plugged in before the
+        // monitor listens.
+        const std::string path = plug_camera();
+        qx_emu_device* device = qx_emu_device_open(path.c_str());
+        ASSERT_NE(device, nullptr) << qx_emu_get_last_error();
+        ASSERT_EQ(qx_emu_device_get_ids(device, &ids.vendor_id, &ids.product_id), 0);
+        qx_emu_device_close(device);
+        ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
+    }
+    void TearDown() override {
+        while (close_monitor() == 0) {
+        }
+        qx_emu_reset("");
+    }
+    static std::string plug_camera() {
+        char path[256] = {};
+        if (qx_emu_plug_camera(nullptr, path, sizeof path) != 0)
+            return {};
+        return path;
+    }
+
+    camera_ids ids;
+    // Members, not locals of a test: the monitor must be closed (TearDown)
+    // before a subscriber goes away.
+    event_recorder subscriber;
+    event_recorder other_subscriber;
+};
+
+TEST_F(hotplug_monitor_emulator_test, reports_arrival_and_departure_with_the_cameras_path) {
+    ASSERT_EQ(open_monitor(), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, event_recorder::record, &subscriber), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id ^ 0x1, event_recorder::record, &other_subscriber), 0);
+
+    const std::string path = plug_camera();
+    ASSERT_FALSE(path.empty()) << qx_emu_get_last_error();
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
+    const auto events = subscriber.wait_for(2);
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[0], std::make_pair(QX_HOTPLUG_EVENT_ARRIVAL, path));
+    EXPECT_EQ(events[1], std::make_pair(QX_HOTPLUG_EVENT_DEPARTURE, path));
+    // Both subscriptions are served from the same delivery of each event.
+    EXPECT_TRUE(other_subscriber.get_events().empty());
+}
+
+TEST_F(hotplug_monitor_emulator_test,
+       the_same_subscription_twice_is_served_once_and_contexts_are_kept_apart) {
+    ASSERT_EQ(open_monitor(), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, event_recorder::record, &subscriber), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, event_recorder::record, &subscriber), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, event_recorder::record, &other_subscriber), 0);
+    const std::string path = plug_camera();
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
+    // Subscribers are served in the order they subscribed, so once the
+    // later one has both events, every copy for the earlier one was sent.
+    EXPECT_EQ(other_subscriber.wait_for(2).size(), 2u);
+    EXPECT_EQ(subscriber.get_events().size(), 2u) << "no event was delivered twice";
+}
+
+TEST_F(hotplug_monitor_emulator_test, the_last_close_drops_subscriptions) {
+    ASSERT_EQ(open_monitor(), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, event_recorder::record, &subscriber), 0);
+    ASSERT_EQ(close_monitor(), 0);
+    ASSERT_EQ(open_monitor(), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, event_recorder::record, &other_subscriber), 0);
+    const std::string path = plug_camera();
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
+    EXPECT_EQ(other_subscriber.wait_for(2).size(), 2u);
+    EXPECT_TRUE(subscriber.get_events().empty()) << "its subscription ended with the last close";
+}
+
+TEST_F(hotplug_monitor_emulator_test, a_subscriber_cannot_close_the_monitor_from_its_callback) {
+    struct closing_subscriber {
+        explicit closing_subscriber(qx_hotplug_close_t close) : close_monitor(close) {}
+        qx_hotplug_close_t close_monitor;
+        std::atomic<int> close_result{0};
+        event_recorder recorder;
+        static void on_event(int event_code, const char* device_path, void* self) {
+            auto* subscriber = static_cast<closing_subscriber*>(self);
+            subscriber->close_result = subscriber->close_monitor();
+            event_recorder::record(event_code, device_path, &subscriber->recorder);
+        }
+    } subscriber(close_monitor);
+    ASSERT_EQ(open_monitor(), 0);
+    ASSERT_EQ(subscribe(ids.vendor_id, ids.product_id, closing_subscriber::on_event, &subscriber), 0);
+    const std::string path = plug_camera();
+    ASSERT_EQ(subscriber.recorder.wait_for(1).size(), 1u);
+    EXPECT_NE(subscriber.close_result, 0);
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
+    EXPECT_EQ(subscriber.recorder.wait_for(2).size(), 2u) << "the monitor is still open";
+    EXPECT_EQ(close_monitor(), 0);
+    EXPECT_NE(close_monitor(), 0);
+}
+
+#endif
+
+}  // namespace

@@ -1,0 +1,265 @@
+// The logging library: its configuration file, the level filter, the layout
+// of a written line, and log objects shared between callers and threads.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <regex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "companion_library.h"
+#include "quendral_vko_logging.h"
+#include "temporary_directory.h"
+
+namespace {
+
+constexpr const char* configuration_name = "quendral_vko_logger.cfg";
+
+class logging_library_test : public testing::Test {
+  protected:
+    // Log objects are shared by module and group text across the process, so
+    // every test logs under its own module name.
+    std::string module_name = testing::UnitTest::GetInstance()->current_test_info()->name();
+
+    qx::test::temporary_working_directory directory;
+    qx::test::companion_library library{QX_TEST_LIB_DIR "/libquendral_vko_logger.so"};
+    vko_get_log_t get_log = library.find_function<vko_get_log_t>("vko_get_log");
+    vko_log_t write_log = library.find_function<vko_log_t>("vko_log");
+    vko_free_log_t free_log = library.find_function<vko_free_log_t>("vko_free_log");
+
+    void* get_configured_log(const std::string& configuration, const char* group = "usb") {
+        directory.write_file(configuration_name, configuration);
+        return get_log(module_name.c_str(), group, configuration_name);
+    }
+    int write_message(void* log, int level, const char* message) {
+        return write_log(log, level, "camera.cpp", 42, "open_port", message);
+    }
+    std::vector<std::string> read_log() const { return directory.read_lines("out.log"); }
+};
+
+TEST_F(logging_library_test, without_a_configuration_file_logging_is_off) {
+    EXPECT_EQ(get_log(module_name.c_str(), "usb", configuration_name), nullptr);
+    EXPECT_EQ(get_log(module_name.c_str(), "usb", nullptr), nullptr);
+    EXPECT_EQ(free_log(module_name.c_str(), "usb"), 1) << "nothing was handed out";
+}
+
+TEST_F(logging_library_test, a_line_holds_utc_time_level_names_call_site_and_text) {
+    // Far from UTC, so a local time would show.
+    const char* previous_zone = std::getenv("TZ");
+    const std::string saved_zone = previous_zone == nullptr ? "" : previous_zone;
+    setenv("TZ", "Asia/Kolkata", 1);
+    tzset();
+    void* log = get_configured_log("output = out.log\n");
+    ASSERT_NE(log, nullptr);
+    const std::time_t before = std::time(nullptr);
+    ASSERT_EQ(write_message(log, 5, "port 3 opened"), 0);
+    if (previous_zone == nullptr) {
+        unsetenv("TZ");
+    } else {
+        setenv("TZ", saved_zone.c_str(), 1);
+    }
+    tzset();
+
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 1u);
+    std::smatch parts;
+    const std::regex layout(R"(^(\d{4})-(\d{2})-(\d{2})T(\d{2}):(\d{2}):(\d{2})\.\d{3}Z (.*)$)");
+    ASSERT_TRUE(std::regex_match(lines[0], parts, layout)) << lines[0];
+    EXPECT_EQ(parts[7].str(), "INFO " + module_name + "/usb camera.cpp:42 open_port: port 3 opened");
+    std::tm written{};
+    written.tm_year = std::stoi(parts[1]) - 1900;
+    written.tm_mon = std::stoi(parts[2]) - 1;
+    written.tm_mday = std::stoi(parts[3]);
+    written.tm_hour = std::stoi(parts[4]);
+    written.tm_min = std::stoi(parts[5]);
+    written.tm_sec = std::stoi(parts[6]);
+    EXPECT_LE(std::abs(static_cast<long>(timegm(&written) - before)), 60L) << lines[0];
+    EXPECT_EQ(free_log(module_name.c_str(), "usb"), 0);
+}
+
+TEST_F(logging_library_test, every_message_stays_on_one_line_and_missing_texts_show_as_dashes) {
+    void* log = get_configured_log("output = out.log\nlevel = 9\n");
+    ASSERT_NE(log, nullptr);
+    ASSERT_EQ(write_log(log, 2, nullptr, 7, nullptr, "first\nsecond\r\n"), 0);
+    ASSERT_EQ(write_log(log, 3, "a.cpp", 1, "f", "odd level"), 0);
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[0].find(" ERROR " + module_name + "/usb -:7 -: first\\nsecond"), std::string::npos)
+        << lines[0];
+    EXPECT_EQ(lines[0].back(), 'd') << "the final line break is dropped";
+    EXPECT_NE(lines[1].find(" LEVEL3 "), std::string::npos) << lines[1];
+    free_log(module_name.c_str(), "usb");
+}
+
+struct level_case {
+    const char* level_line;
+    std::set<std::string> written_levels;
+    friend void PrintTo(const level_case& sample, std::ostream* out) { *out << sample.level_line; }
+};
+
+class level_filter_test : public logging_library_test, public testing::WithParamInterface<level_case> {};
+
+TEST_P(level_filter_test, writes_messages_at_or_below_the_configured_level) {
+    void* log = get_configured_log(std::string("output = out.log\n") + GetParam().level_line + "\n");
+    ASSERT_NE(log, nullptr);
+    for (const int level : {QX_LOG_LEVEL_ERROR, QX_LOG_LEVEL_INFORMATION, QX_LOG_LEVEL_TRACE}) {
+        EXPECT_EQ(write_message(log, level, "message"), 0);
+    }
+    std::set<std::string> written;
+    for (const auto& line : read_log()) written.insert(line.substr(25, line.find(' ', 25) - 25));
+    EXPECT_EQ(written, GetParam().written_levels);
+    free_log(module_name.c_str(), "usb");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    levels, level_filter_test,
+    testing::Values(level_case{"", {"ERROR", "INFO"}},  // the default is 5
+                    level_case{"level = 2", {"ERROR"}}, level_case{"level=7", {"ERROR", "INFO", "TRACE"}},
+                    level_case{"  level   =   5  ", {"ERROR", "INFO"}}, level_case{"level = 0", {}},
+                    level_case{"# level = 7", {"ERROR", "INFO"}},
+                    level_case{"level = 7 # all", {"ERROR", "INFO", "TRACE"}},
+                    level_case{"level = 7\nlevel = 2", {"ERROR"}}));  // the last one counts
+
+struct problem_case {
+    const char* line;
+    const char* warning;
+    friend void PrintTo(const problem_case& sample, std::ostream* out) { *out << sample.line; }
+};
+
+class configuration_problem_test : public logging_library_test,
+                                   public testing::WithParamInterface<problem_case> {};
+
+TEST_P(configuration_problem_test, an_unusable_line_is_reported_once_and_the_rest_applies) {
+    void* log = get_configured_log(std::string("output = out.log\n") + GetParam().line + "\nlevel = 7\n");
+    ASSERT_NE(log, nullptr);
+    void* second = get_log(module_name.c_str(), "second group", configuration_name);
+    ASSERT_NE(second, nullptr);
+    ASSERT_EQ(write_message(log, QX_LOG_LEVEL_TRACE, "still traced"), 0);
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[0].find(" WARNING quendral_vko_logger/configuration quendral_vko_logger.cfg:2 -: " +
+                            std::string(GetParam().warning)),
+              std::string::npos)
+        << lines[0];
+    EXPECT_NE(lines[1].find("still traced"), std::string::npos);
+    free_log(module_name.c_str(), "usb");
+    free_log(module_name.c_str(), "second group");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    problems, configuration_problem_test,
+    testing::Values(problem_case{"colour = red", "unknown key 'colour' ignored"},
+                    problem_case{"Level = 7", "unknown key 'Level' ignored"},
+                    problem_case{"level = high", "level 'high' is not a whole number, ignored"},
+                    problem_case{"level = 7x", "level '7x' is not a whole number, ignored"},
+                    problem_case{"append = maybe", "append 'maybe' is neither yes nor no, ignored"},
+                    problem_case{"output =", "empty output ignored"},
+                    problem_case{"just some text", "expected 'key = value', line ignored"}));
+
+TEST_F(logging_library_test, append_keeps_or_replaces_what_the_file_held) {
+    for (const char* append : {"yes", "no"}) {
+        directory.write_file("out.log", "earlier line\n");
+        void* log = get_configured_log(std::string("output = out.log\nappend = ") + append + "\n");
+        ASSERT_NE(log, nullptr);
+        ASSERT_EQ(write_message(log, 2, "new line"), 0);
+        const auto lines = read_log();
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.front() == "earlier line", std::string(append) == "yes") << append;
+        EXPECT_NE(lines.back().find("new line"), std::string::npos);
+        ASSERT_EQ(free_log(module_name.c_str(), "usb"), 0);
+    }
+}
+
+TEST_F(logging_library_test, a_relative_output_is_beside_the_configuration_file) {
+    directory.write_file("settings/logging.cfg", "output = written.log\n");
+    void* log = get_log(module_name.c_str(), "usb", "settings/logging.cfg");
+    ASSERT_NE(log, nullptr);
+    ASSERT_EQ(write_message(log, 2, "beside"), 0);
+    EXPECT_EQ(directory.read_lines("settings/written.log").size(), 1u);
+    EXPECT_FALSE(directory.has_file("written.log"));
+    free_log(module_name.c_str(), "usb");
+}
+
+TEST_F(logging_library_test, the_configuration_is_also_found_beside_the_library) {
+    // A copy of the library in its own directory, with the configuration
+    // beside it and none in the working directory.
+    const auto library_directory = directory.get_path() / "lib";
+    std::filesystem::create_directories(library_directory);
+    std::filesystem::copy_file(QX_TEST_LIB_DIR "/libquendral_vko_logger.so",
+                               library_directory / "libquendral_vko_logger.so");
+    const auto output = directory.get_path() / "beside_library.log";
+    directory.write_file("lib/quendral_vko_logger.cfg", "output = " + output.string() + "\n");
+    qx::test::companion_library copy((library_directory / "libquendral_vko_logger.so").string());
+    const auto copied_get_log = copy.find_function<vko_get_log_t>("vko_get_log");
+    void* log = copied_get_log(module_name.c_str(), "usb", configuration_name);
+    ASSERT_NE(log, nullptr);
+    ASSERT_EQ(copy.find_function<vko_log_t>("vko_log")(log, 2, "f.cpp", 1, "f", "found"), 0);
+    EXPECT_EQ(directory.read_lines("beside_library.log").size(), 1u);
+    EXPECT_EQ(copy.find_function<vko_free_log_t>("vko_free_log")(module_name.c_str(), "usb"), 0);
+}
+
+TEST_F(logging_library_test, an_output_that_cannot_be_opened_turns_logging_off) {
+    EXPECT_EQ(get_configured_log("output = no/such/directory/out.log\n"), nullptr);
+}
+
+TEST_F(logging_library_test, standard_error_is_an_output) {
+    void* log = get_configured_log("output = stderr\n");
+    ASSERT_NE(log, nullptr);
+    testing::internal::CaptureStderr();
+    write_message(log, 2, "to the error stream");
+    const std::string captured = testing::internal::GetCapturedStderr();
+    EXPECT_NE(captured.find("camera.cpp:42 open_port: to the error stream\n"), std::string::npos) << captured;
+    free_log(module_name.c_str(), "usb");
+}
+
+TEST_F(logging_library_test, a_log_object_lives_until_its_last_reference_is_released) {
+    void* log = get_configured_log("output = out.log\n");
+    ASSERT_NE(log, nullptr);
+    EXPECT_EQ(get_log(module_name.c_str(), "usb", configuration_name), log);
+    EXPECT_EQ(free_log(module_name.c_str(), "usb"), 0);
+    EXPECT_EQ(write_message(log, 2, "after one release"), 0);
+    EXPECT_EQ(free_log(module_name.c_str(), "usb"), 0);
+    EXPECT_EQ(free_log(module_name.c_str(), "usb"), 1);
+    EXPECT_EQ(read_log().size(), 1u);
+}
+
+TEST_F(logging_library_test, unusable_arguments_are_refused) {
+    void* log = get_configured_log("output = out.log\n");
+    ASSERT_NE(log, nullptr);
+    EXPECT_EQ(write_log(nullptr, 2, "f.cpp", 1, "f", "text"), 1);
+    EXPECT_EQ(write_log(log, 2, "f.cpp", 1, "f", nullptr), 1);
+    EXPECT_TRUE(read_log().empty());
+    free_log(module_name.c_str(), "usb");
+}
+
+TEST_F(logging_library_test, lines_from_many_threads_and_log_objects_never_mix) {
+    void* first = get_configured_log("output = out.log\n", "first");
+    void* second = get_log(module_name.c_str(), "second", configuration_name);
+    ASSERT_NE(first, nullptr);
+    ASSERT_NE(second, nullptr);
+    constexpr int thread_count = 4;
+    constexpr int lines_per_thread = 250;
+    std::vector<std::thread> threads;
+    for (int thread_index = 0; thread_index < thread_count; ++thread_index) {
+        threads.emplace_back([&, thread_index] {
+            const std::string text = "thread " + std::to_string(thread_index) + " " + std::string(200, 'x');
+            for (int line = 0; line < lines_per_thread; ++line) {
+                write_message(thread_index % 2 == 0 ? first : second, 2, text.c_str());
+            }
+        });
+    }
+    for (auto& thread : threads) thread.join();
+    const auto lines = read_log();
+    EXPECT_EQ(lines.size(), static_cast<std::size_t>(thread_count * lines_per_thread));
+    const std::regex intact(R"(^\S+ ERROR \S+/(first|second) camera\.cpp:42 open_port: thread \d x{200}$)");
+    for (const auto& line : lines) ASSERT_TRUE(std::regex_match(line, intact)) << line;
+    free_log(module_name.c_str(), "first");
+    free_log(module_name.c_str(), "second");
+}
+
+}  // namespace

@@ -1,0 +1,230 @@
+// The ralto module with a camera source plugged in: what the kit sees of the
+// cameras a source lists, how commands reach them, and how hot-plug events
+// are handed to the kit's listener.
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <chrono>
+#include <future>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "ralto_module_class.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A camera that answers every get with "<command> reply" and every set with
+// the status it was given, and remembers what it received.
+class recording_camera : public qx::ralto_camera_class {
+  public:
+    explicit recording_camera(int set_status) : set_status_(set_status) {}
+    int get_data(const char* command, std::uint64_t command_size, const void*, std::uint64_t data_size,
+                 char* response, std::uint64_t response_size) override {
+        if (std::string(command) == "throw")
+            throw std::runtime_error("camera failure");
+        received.push_back(std::string(command) + "/" + std::to_string(command_size) + "/" +
+                           std::to_string(data_size));
+        std::snprintf(response, response_size, "%s reply", command);
+        return 0;
+    }
+    int set_data(const char* command, std::uint64_t command_size, const void*, std::uint64_t data_size, char*,
+                 std::uint64_t) override {
+        received.push_back(std::string(command) + "/" + std::to_string(command_size) + "/" +
+                           std::to_string(data_size));
+        return set_status_;
+    }
+    std::vector<std::string> received;
+
+  private:
+    int set_status_;
+};
+
+class scripted_source : public qx::camera_listing_source_class {
+  public:
+    std::vector<qx::listed_camera> list_cameras() override {
+        if (listing_fails)
+            throw std::runtime_error("listing failure");
+        return cameras;
+    }
+    std::unique_ptr<qx::ralto_camera_class> open_camera(const std::string& device_id) override {
+        if (refused_ids.count(device_id) != 0)
+            return nullptr;
+        auto camera = std::make_unique<recording_camera>(set_status);
+        last_opened = camera.get();
+        return camera;
+    }
+    std::vector<qx::listed_camera> cameras{{"RALTO-A", "S-0001"}, {"RALTO-B", "S-0002"}};
+    std::set<std::string> refused_ids;
+    bool listing_fails = false;
+    int set_status = 0;
+    recording_camera* last_opened = nullptr;
+};
+
+class ralto_module_class_test : public testing::Test {
+  protected:
+    void SetUp() override { module.set_camera_listing_source(source); }
+    int list() { return module.list_device_ids(ids.data(), 2048, serials.data(), 2048); }
+
+    std::shared_ptr<scripted_source> source = std::make_shared<scripted_source>();
+    qx::ralto_module_class module;
+    std::array<char, 2048> ids{};
+    std::array<char, 2048> serials{};
+};
+
+TEST_F(ralto_module_class_test, lists_the_sources_cameras_in_order) {
+    ASSERT_EQ(list(), 0);
+    EXPECT_STREQ(ids.data(), "RALTO-A,RALTO-B,.");
+    EXPECT_STREQ(serials.data(), "S-0001,S-0002,");
+}
+
+TEST_F(ralto_module_class_test, a_buffer_must_hold_the_text_and_its_terminator) {
+    const std::string id_text = "RALTO-A,RALTO-B,.";
+    const int exact = static_cast<int>(id_text.size()) + 1;
+    EXPECT_EQ(module.list_device_ids(ids.data(), exact, serials.data(), 2048), 0);
+    EXPECT_EQ(module.list_device_ids(ids.data(), exact - 1, serials.data(), 2048), 1);
+    EXPECT_EQ(module.list_device_ids(ids.data(), 2048, serials.data(), 14), 1);  // "S-0001,S-0002," is 14
+}
+
+TEST_F(ralto_module_class_test, a_failing_source_fails_the_listing) {
+    source->listing_fails = true;
+    EXPECT_EQ(list(), 1);
+}
+
+TEST_F(ralto_module_class_test, only_listed_cameras_that_the_source_opens_are_created) {
+    void* device = nullptr;
+    EXPECT_EQ(module.create_device("RALTO-A", &device), 1) << "nothing listed yet";
+    ASSERT_EQ(list(), 0);
+    EXPECT_EQ(module.create_device("RALTO-C", &device), 1);
+    source->refused_ids.insert("RALTO-B");
+    EXPECT_EQ(module.create_device("RALTO-B", &device), 1);
+    EXPECT_EQ(device, nullptr);
+    ASSERT_EQ(module.create_device("RALTO-A", &device), 0);
+    EXPECT_EQ(device, static_cast<void*>(source->last_opened));
+    EXPECT_EQ(module.destroy_device(device), 0);
+}
+
+TEST_F(ralto_module_class_test, commands_reach_the_created_camera_until_it_is_destroyed) {
+    ASSERT_EQ(list(), 0);
+    source->set_status = 5;
+    void* device = nullptr;
+    ASSERT_EQ(module.create_device("RALTO-A", &device), 0);
+    auto* camera = source->last_opened;
+    std::array<char, 1024> response{};
+    ASSERT_EQ(module.send_get_command(device, "exp", 4, nullptr, 0, response.data(), response.size()), 0);
+    EXPECT_STREQ(response.data(), "exp reply");
+    EXPECT_EQ(module.send_set_command(device, "hbin", 5, nullptr, 2, response.data(), response.size()), 5);
+    EXPECT_EQ(module.send_get_command(device, "throw", 6, nullptr, 0, response.data(), response.size()), 1);
+    EXPECT_EQ(camera->received, (std::vector<std::string>{"exp/4/0", "hbin/5/2"}));
+
+    ASSERT_EQ(module.destroy_device(device), 0);
+    EXPECT_EQ(module.send_get_command(device, "exp", 4, nullptr, 0, response.data(), response.size()), 1);
+    EXPECT_EQ(module.send_set_command(device, "exp", 4, nullptr, 0, response.data(), response.size()), 1);
+    EXPECT_EQ(module.destroy_device(device), 1);
+}
+
+int subscribe_nothing(unsigned int, unsigned int, qx_hotplug_callback_t, void*) {
+    return 0;
+}
+
+TEST_F(ralto_module_class_test, sources_find_the_kits_hotplug_record_between_initialize_and_uninitialize) {
+    int monitor_library = 0;
+    qx_hotplug_record host{&monitor_library, nullptr, nullptr, subscribe_nothing};
+    ASSERT_EQ(module.initialize(&host), 0);
+    host.monitor_library = nullptr;  // the module keeps its own copy
+    EXPECT_EQ(module.get_hotplug_record().monitor_library, &monitor_library);
+    EXPECT_EQ(module.get_hotplug_record().hotplug_event_subscribe, subscribe_nothing);
+    ASSERT_EQ(module.uninitialize(), 0);
+    EXPECT_EQ(module.get_hotplug_record().hotplug_event_subscribe, nullptr);
+}
+
+// Runs one "connect_disconnect" wait on its own thread; released and joined
+// however the test ends.
+class payload_wait {
+  public:
+    explicit payload_wait(qx::ralto_module_class& module) : module_(module) {
+        payload_.fill('\0');
+        thread_ = std::thread(
+            [this] { finished_.set_value(module_.get_module_data("connect_disconnect", payload_.data())); });
+    }
+    ~payload_wait() {
+        while (result_.wait_for(10ms) != std::future_status::ready) {
+            module_.set_module_data("connect_disconnect_release", nullptr);
+        }
+        thread_.join();
+    }
+    // The written payload, or "(blocked)" when the wait has not returned.
+    std::string get_payload_within(std::chrono::milliseconds limit) {
+        if (result_.wait_for(limit) != std::future_status::ready)
+            return "(blocked)";
+        return payload_.data();
+    }
+
+  private:
+    qx::ralto_module_class& module_;
+    std::array<char, 1024> payload_;
+    std::promise<int> finished_;
+    std::future<int> result_ = finished_.get_future();
+    std::thread thread_;
+};
+
+struct event_case {
+    int event_code;
+    const char* camera_id;
+    const char* payload;
+    friend void PrintTo(const event_case& sample, std::ostream* out) { *out << sample.payload; }
+};
+
+class hotplug_payload_test : public ralto_module_class_test,
+                             public testing::WithParamInterface<event_case> {};
+
+TEST_P(hotplug_payload_test, a_reported_event_wakes_the_listener_with_its_payload) {
+    payload_wait wait(module);
+    module.report_hotplug_event(GetParam().event_code, GetParam().camera_id);
+    EXPECT_EQ(wait.get_payload_within(5s), GetParam().payload);
+}
+
+INSTANTIATE_TEST_SUITE_P(events, hotplug_payload_test,
+                         testing::Values(event_case{1, "RALTO-A", "1,RALTO-A"},
+                                         event_case{2, "RALTO-A", "0,RALTO-A"},
+                                         // a departure of a camera never listed carries an empty id
+                                         event_case{2, "", "0,"}));
+
+TEST_F(ralto_module_class_test, an_unknown_event_code_clears_the_pending_event_without_waking) {
+    module.report_hotplug_event(1, "RALTO-A");
+    module.report_hotplug_event(9, "RALTO-B");
+    {
+        payload_wait wait(module);
+        EXPECT_EQ(wait.get_payload_within(5s), "") << "the arrival's signal remains, its event is gone";
+    }
+    payload_wait next(module);
+    module.report_hotplug_event(9, "RALTO-C");
+    EXPECT_EQ(next.get_payload_within(20ms), "(blocked)");
+}
+
+TEST_F(ralto_module_class_test, events_are_not_queued_and_a_release_repeats_the_last_payload) {
+    module.report_hotplug_event(1, "RALTO-A");
+    module.report_hotplug_event(2, "RALTO-B");
+    {
+        payload_wait wait(module);
+        EXPECT_EQ(wait.get_payload_within(5s), "0,RALTO-B");
+    }
+    payload_wait next(module);
+    EXPECT_EQ(next.get_payload_within(20ms), "(blocked)");
+    module.set_module_data("connect_disconnect_release", nullptr);
+    EXPECT_EQ(next.get_payload_within(5s), "0,RALTO-B");
+}
+
+TEST_F(ralto_module_class_test, a_long_camera_id_is_cut_to_255_characters) {
+    const std::string long_id(300, 'I');
+    payload_wait wait(module);
+    module.report_hotplug_event(1, long_id);
+    EXPECT_EQ(wait.get_payload_within(5s), "1," + std::string(255, 'I'));
+}
+
+}  // namespace

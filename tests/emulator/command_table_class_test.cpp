@@ -1,0 +1,370 @@
+// The camera's text protocol, command by command, through the device's
+// command endpoints. Each script runs on one camera in order, so sets are
+// followed by the reads that show their effect.
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "emulator/emulator_test_support.h"
+
+namespace qx::emulator::testing {
+namespace {
+
+struct step {
+    std::string command;
+    std::string reply;
+};
+
+const std::string running = "Camera running (parameter cannot be set while in this mode)";
+const std::string alignment = "Width must start even, end odd and be multiple of 4";
+const std::string size_range = "Height and/or width out of range";
+const std::string bin_combination = "Roi and bin combination invalid";
+
+const std::string all_features =
+    R"("features":["color","eep","fps","gain","blklvl","polar_phase","readout_frequency","taps","statusled",)"
+    R"("NIR_boost","statustec","sfr","pixel_clock_count_base","hot_pixel_correction"])";
+
+std::string full_camera_json() {
+    return small_camera_json(
+        all_features +
+        R"(,"id":"ABC","serial":"QV00000042","model":"QV-TEST","name":"cam","firmware":"9.9.9",)"
+        R"("gain_max":2,"user_memory_size":512,)"
+        R"("column_gains":[{"constant":1.0},{"ramp":[1.0,2.0]},{"constant":0.5}])");
+}
+
+void run_script(const emulated_camera& camera, const std::vector<step>& script) {
+    for (std::size_t i = 0; i < script.size(); ++i) {
+        EXPECT_EQ(camera.command(script[i].command), script[i].reply)
+            << "step " << i << ": \"" << script[i].command << "\"";
+    }
+}
+
+TEST(command_table_class, identity_name_and_unknown_words) {
+    const emulated_camera camera(full_camera_json());
+    run_script(camera,
+               {
+                   {"id", "ABC"},
+                   {"sernum", "QV00000042"},
+                   {"model", "QV-TEST"},
+                   {"ver", "9.9.9"},
+                   {"name", "cam"},
+                   {"sernum.min", "1"},
+                   {"model.max", "63"},
+                   {"name.max", "63"},
+                   {"usb_speed", "USB 3.0"},
+                   {"discover",
+                    "color eep fps gain blklvl polar_phase readout_frequency taps statusled NIR_boost "
+                    "statustec sfr pixel_clock_count_base hot_pixel_correction"},
+                   {"id 5", "Too many arguments"},
+                   {"bogus", "Invalid command"},
+                   {"", "Invalid command"},
+                   {"ver.max", "Invalid command"},
+                   {"name other", "Command locked"},
+                   {"unlock dl", "Success"},
+                   {"name two words", "Success"},
+                   {"name", "two words"},
+                   {"unlock dl", "Success"},
+                   {"exp", "10000"},
+                   {"name late", "Command locked"},
+                   {"unlock dl", "Success"},
+                   {"name " + std::string(64, 'n'), "Parameter out of range"},
+                   {"unlock dl now", "Too many arguments"},
+                   {"unlock", "Not enough arguments"},
+                   {"unlock xx", "Command option not supported"},
+               });
+}
+
+TEST(command_table_class, exposure_timing_and_pixel_settings) {
+    const emulated_camera camera(full_camera_json());
+    run_script(camera, {
+                           {"exp", "10000"},
+                           {"exp 500", "Success"},
+                           {"exp", "500"},
+                           {"exp.min", "10"},
+                           {"exp.max", "30000000"},
+                           {"exp 5", "Parameter out of range"},
+                           {"exp abc", "Command option not supported"},
+                           {"exp 1 2", "Too many arguments"},
+                           {"exp.max 3", "Too many arguments"},
+                           {"frametime", "28000"},
+                           {"frametime 5000", "Success"},
+                           {"frametime", "5000"},
+                           {"sfr", "off 30000"},
+                           {"sfr on", "Success"},
+                           {"frametime", "33333"},
+                           {"sfr 50000", "Success"},
+                           {"sfr", "on 50000"},
+                           {"frametime", "20000"},
+                           {"sfr maybe", "Command option not supported"},
+                           {"sfr 1", "Parameter out of range"},
+                           {"sfr.min", "100"},
+                           {"sfr off", "Success"},
+                           {"frametime", "5000"},
+                           {"pixel_bit_depth", "12"},
+                           {"pixel_bit_depth.min", "8"},
+                           {"pixel_bit_depth.max", "12"},
+                           {"pixel_bit_depth 13", "Parameter out of range"},
+                           {"blklvl", "10"},
+                           {"blklvl 300", "Parameter out of range"},
+                           {"blklvl.max", "255"},
+                           {"nframes", "0"},
+                           {"nframes 5", "Success"},
+                           {"nframes", "5"},
+                           {"hot_pixel_correction", "off"},
+                           {"hot_pixel_correction on", "Success"},
+                           {"hot_pixel_correction", "on"},
+                           {"hot_pixel_correction maybe", "Command option not supported"},
+                           {"hot_pixel_correction threshold", "100"},
+                           {"hot_pixel_correction threshold 200", "Success"},
+                           {"hot_pixel_correction threshold", "200"},
+                           {"hot_pixel_correction.max", "4095"},
+                           {"fps", "30"},
+                           {"fps 50", "Success"},
+                           {"fps", "50"},
+                           {"fps 40", "Parameter out of range"},
+                           {"fps.max", "50"},
+                           {"readout_frequency 1", "Success"},
+                           {"readout_frequency 2", "Parameter out of range"},
+                           {"statusled", "on"},
+                           {"statusled off", "Success"},
+                           {"statusled", "off"},
+                           {"statustec", "off"},
+                           {"NIR_boost.max", "1"},
+                           {"NIR_boost 1", "Success"},
+                           {"NIR_boost 2", "Parameter out of range"},
+                       });
+}
+
+TEST(command_table_class, region_of_interest_and_binning) {
+    const emulated_camera camera(full_camera_json());
+    run_script(camera, {
+                           {"image_width", "64"},
+                           {"image_height", "8"},
+                           {"image_width.max", "64"},
+                           {"image_width.min", "16"},
+                           {"image_width 5", "Too many arguments"},
+                           {"pixel_width_nm", "3450"},
+                           {"pixel_size", "2"},
+                           {"sensor_readout_time", "80000"},
+                           {"pixel_clock_count_base", "100000000"},
+                           {"roi", "0 0 63 7"},
+                           {"roi.min", "0 0 15 1"},
+                           {"roi.max", "48 6 63 7"},
+                           {"roi 16 2 47 5", "Success"},
+                           {"roi", "16 2 47 5"},
+                           {"image_width", "32"},
+                           {"image_height", "4"},
+                           {"sensor_readout_time", "40000"},
+                           {"roi 1 0 32 7", alignment},
+                           {"roi 0 0 33 7", alignment},
+                           {"roi 0 0 64 7", size_range},
+                           {"roi 0 0 63 8", size_range},
+                           {"roi 4 0 3 7", size_range},
+                           {"roi 0 0 11 7", size_range},
+                           {"roi -2 0 63 7", size_range},
+                           {"roi 0 0 63", "Not enough arguments"},
+                           {"roi 0 0 63 7 1", "Too many arguments"},
+                           {"roi a 0 63 7", "Command option not supported"},
+                           {"roi", "16 2 47 5"},
+                           {"hbin 2", "Success"},
+                           {"image_width", "16"},
+                           {"vbin 3", bin_combination},
+                           {"hbin 5", "Parameter out of range"},
+                           {"hbin.max", "4"},
+                           {"hbin 4", "Success"},
+                           {"roi 0 0 23 7", bin_combination},
+                           {"vbin 2", "Success"},
+                           {"image_height", "2"},
+                       });
+}
+
+TEST(command_table_class, gain_trigger_eep_taps_and_colour) {
+    const emulated_camera camera(full_camera_json());
+    run_script(camera, {
+                           {"gain", "0"},
+                           {"gain 2", "2"},
+                           {"gain", "2"},
+                           {"gain 3", "Parameter out of range"},
+                           {"gain.max", "2"},
+                           {"gain.disc", "linear"},
+                           {"gain.table", "not applicable"},
+                           {"hwtrig", "none hi"},
+                           {"hwtrig std lo", "Success"},
+                           {"hwtrig", "std lo"},
+                           {"hwtrig bulb", "Success"},
+                           {"hwtrig", "bulb lo"},
+                           {"hwtrig fast", "Command option not supported"},
+                           {"hwtrig std up", "Command option not supported"},
+                           {"hwtrig none hi x", "Too many arguments"},
+                           {"hwtrig.max", "Invalid command"},
+                           {"iosetup", "ts"},
+                           {"eep", "off"},
+                           {"eep on", "Success"},
+                           {"eep", "on bulb"},
+                           {"hwtrig none", "Success"},
+                           {"eep", "on inactive"},
+                           {"arm", "Success"},
+                           {"eep", "on active"},
+                           {"stop", "Success"},
+                           {"eep maybe", "Command option not supported"},
+                           {"taps", "1"},
+                           {"taps 3", "Parameter out of range"},
+                           {"tap_balance_enable", "off"},
+                           {"tap_balance_enable on", "Success"},
+                           {"tap_balance_enable", "on"},
+                           {"color", "mono"},
+                           {"color mono", "Too many arguments"},
+                           {"color_filter_phase", "red"},
+                           {"polar_phase", "0"},
+                           {"color_correction_matrix", "1 0 0 0 1 0 0 0 1"},
+                           {"default_white_balance_matrix", "1 0 0 0 1 0 0 0 1"},
+                           {"output_color_space", "sRGB"},
+                       });
+}
+
+TEST(command_table_class, settings_refused_while_streaming) {
+    const emulated_camera camera(full_camera_json());
+    run_script(camera, {
+                           {"arm 1", "Too many arguments"},
+                           {"arm", "Success"},
+                           {"roi 0 0 31 7", running},
+                           {"hbin 2", running},
+                           {"vbin 2", running},
+                           {"pixel_bit_depth 8", running},
+                           {"roi", "0 0 63 7"},
+                           {"exp 1000", "Success"},
+                           {"gain 1", "1"},
+                           {"stop", "Success"},
+                           {"roi 0 0 31 7", "Success"},
+                           {"start", "Success"},
+                           {"hbin 2", running},
+                           {"stop now", "Too many arguments"},
+                           {"stop", "Success"},
+                           {"hbin 2", "Success"},
+                       });
+}
+
+TEST(command_table_class, feature_words_decide_which_commands_exist) {
+    const emulated_camera camera(small_camera_json(R"("features":["gain"])"));
+    run_script(camera, {
+                           {"discover", "gain"},
+                           {"color", "Invalid command"},
+                           {"color_filter_phase", "Invalid command"},
+                           {"blklvl", "Invalid command"},
+                           {"blklvl.max", "Invalid command"},
+                           {"sfr", "Invalid command"},
+                           {"eep", "Invalid command"},
+                           {"fps", "Invalid command"},
+                           {"taps", "Invalid command"},
+                           {"tap_balance_enable on", "Invalid command"},
+                           {"statusled", "Invalid command"},
+                           {"statustec", "Invalid command"},
+                           {"polar_phase", "Invalid command"},
+                           {"readout_frequency", "Invalid command"},
+                           {"hot_pixel_correction threshold", "Invalid command"},
+                           {"NIR_boost.max", "0"},
+                           {"NIR_boost 1", "Parameter out of range"},
+                           {"gain", "0"},
+                           {"prnu crc 0", "none"},
+                           {"prnu r 0 0 4", "Command option not supported"},
+                       });
+}
+
+TEST(command_table_class, gain_table_camera_reports_its_table) {
+    const emulated_camera camera(small_camera_json(R"("gain_table":[0,10,15,41])"));
+    run_script(camera, {
+                           {"gain.disc", "table"},
+                           {"gain.table", "0 10 15 41"},
+                           {"gain.min", "0"},
+                           {"gain.max", "3"},
+                           {"gain 3", "3"},
+                           {"gain 4", "Parameter out of range"},
+                       });
+}
+
+TEST(command_table_class, user_memory_round_trip_with_raw_bytes) {
+    const emulated_camera camera(full_camera_json());
+    run_script(camera, {
+                           {"nvstor size", "512"},
+                           {"nvstor", "Not enough arguments"},
+                           {"nvstor xx", "Command option not supported"},
+                           {"nvstor rb 0", "Not enough arguments"},
+                           {"nvstor rb 510 4", "Parameter out of range"},
+                           {"nvstor rb 0 257", "Parameter out of range"},
+                           {"nvstor erase 500 13", "Parameter out of range"},
+                           {"nvstor erase 0 16", "Success"},
+                       });
+    // Erased memory reads 0xFF; the reply is the command's text, a colon and the raw bytes, without a NUL.
+    EXPECT_EQ(camera.exchange_raw(std::string("nvstor rb 0 4") + '\0'), "nvstor rb 0 4:\xFF\xFF\xFF\xFF");
+    // A chunk may end in a zero byte, right before the command's own NUL.
+    EXPECT_EQ(camera.exchange(std::string("nvstor wb 2 3:\x01\x02\x00", 17) + '\0'), "Success");
+    EXPECT_EQ(camera.exchange(std::string("nvstor wb 5 2:a ") + '\0'), "Success");
+    EXPECT_EQ(camera.exchange_raw(std::string("nvstor rb 1 7") + '\0'),
+              std::string("nvstor rb 1 7:\xFF\x01\x02\x00"
+                          "a \xFF",
+                          21));
+    EXPECT_EQ(camera.exchange(std::string("nvstor wb 0 4:ab") + '\0'), "Not enough arguments");
+    EXPECT_EQ(camera.exchange(std::string("nvstor wb 0 4") + '\0'), "Not enough arguments");
+    EXPECT_EQ(camera.exchange(std::string("nvstor wb 510 4:abcd") + '\0'), "Parameter out of range");
+    EXPECT_EQ(camera.command("nvstor erase 0 512"), "Success");
+    EXPECT_EQ(camera.exchange_raw(std::string("nvstor rb 2 2") + '\0'), "nvstor rb 2 2:\xFF\xFF");
+}
+
+std::string hex_of_float(float value) {
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, &value, sizeof bits);
+    char text[9];
+    std::snprintf(text, sizeof text, "%02x%02x%02x%02x", bits & 0xFF, bits >> 8 & 0xFF, bits >> 16 & 0xFF,
+                  bits >> 24);
+    return text;
+}
+
+TEST(command_table_class, column_gains_as_hexadecimal_bit_patterns) {
+    const emulated_camera camera(full_camera_json());
+    EXPECT_EQ(camera.command("prnu r 0 0 8"), "0000803f0000803f");
+    EXPECT_EQ(camera.command("prnu r 2 3f 4"), "0000003f");
+    // The ramp runs from 1.0 at column 0 to 2.0 at column 63.
+    EXPECT_EQ(camera.command("prnu r 1 3e 8"),
+              hex_of_float(static_cast<float>(1.0 + 62.0 / 63.0)) + "00000040");
+    EXPECT_EQ(camera.command("prnu r 0 0 100").size(), 64u * 8u);
+    for (const std::string refused : {"prnu r 3 0 4", "prnu r 0 3f 8", "prnu r 0 0 6", "prnu r 0 0 0"}) {
+        EXPECT_EQ(camera.command(refused), "Parameter out of range") << refused;
+    }
+    EXPECT_EQ(camera.command("prnu r 0 0"), "Not enough arguments");
+    EXPECT_EQ(camera.command("prnu r 0 zz 4"), "Command option not supported");
+    // Different tables have different check sums; the check sum is a decimal integer.
+    const auto first = camera.command("prnu crc 0");
+    const auto second = camera.command("prnu crc 1");
+    EXPECT_NE(first, second);
+    EXPECT_EQ(first.find_first_not_of("0123456789"), std::string::npos) << first;
+    EXPECT_EQ(camera.command("prnu crc 3"), "Parameter out of range");
+}
+
+TEST(command_table_class, command_bytes_tolerate_missing_nul_and_trailing_bytes) {
+    const emulated_camera camera(full_camera_json());
+    EXPECT_EQ(camera.exchange("sernum"), "QV00000042");
+    EXPECT_EQ(camera.exchange(std::string("sernum\0garbage", 14)), "QV00000042");
+    EXPECT_EQ(camera.exchange_raw(std::string("id") + '\0'), std::string("ABC") + '\0');
+}
+
+TEST(command_table_class, reply_overrides_and_command_log) {
+    const std::string log_path = ::testing::TempDir() + "emulator_command_log.txt";
+    std::remove(log_path.c_str());
+    const emulated_camera camera(small_camera_json(
+        R"("replies":{"iosetup":"!t!s","exp 7":"Camera Running"},"command_log":")" + log_path + "\""));
+    EXPECT_EQ(camera.command("iosetup"), "!t!s");
+    EXPECT_EQ(camera.command("exp 7"), "Camera Running");
+    EXPECT_EQ(camera.command("exp"), "10000");
+    EXPECT_EQ(camera.exchange(std::string("nvstor wb 0 2:\x01\n") + '\0'), "Success");
+    std::ifstream log(log_path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(log, line);) {
+        lines.push_back(line);
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{"iosetup", "exp 7", "exp", "nvstor wb 0 2:\\x01\\x0A"}));
+}
+
+}  // namespace
+}  // namespace qx::emulator::testing

@@ -1,0 +1,150 @@
+// The image stream: packet layout, sequence numbers, metadata, frame counts,
+// and how "start", "nframes", "stop" and the hardware trigger produce frames.
+
+#include <chrono>
+#include <thread>
+
+#include "emulator/emulator_test_support.h"
+
+namespace qx::emulator::testing {
+namespace {
+
+// 256 x 64 unpacked pixels and 56 bytes of metadata need three packets.
+const std::string three_packet_camera =
+    R"({"sensor_width":256,"sensor_height":64,"pacing":"fast","frame_time_us":1000})";
+
+std::uint64_t timestamp_of(const decoded_frame& frame) {
+    return static_cast<std::uint64_t>(frame.value_of(tag("TSHI"))) << 32 | frame.value_of(tag("TSLO"));
+}
+
+TEST(packet_stream_class, frame_layout_metadata_and_padding) {
+    const emulated_camera camera(three_packet_camera);
+    ASSERT_EQ(camera.command("start"), "Success");
+    const auto frame = read_frame(camera.device, 256, 64);
+    ASSERT_EQ(frame.headers.size(), 3u);
+    const std::vector<std::uint32_t> tags = {tag("VKO\0"), tag("FCNT"), tag("IOFF"), tag("IFMT"),
+                                             tag("TSLO"),  tag("TSHI"), tag("ENDT")};
+    ASSERT_EQ(frame.metadata.size(), tags.size());
+    for (std::size_t i = 0; i < tags.size(); ++i) {
+        EXPECT_EQ(frame.metadata[i].first, tags[i]) << "pair " << i;
+    }
+    EXPECT_EQ(frame.value_of(tag("FCNT")), 0xFFFFFFF0u);
+    EXPECT_EQ(frame.value_of(tag("IOFF")), 7u);
+    EXPECT_EQ(frame.value_of(tag("IFMT")), 12u << 8);
+    EXPECT_EQ(frame.value_of(tag("ENDT")), 0u);
+    // Everything after the pixels in the last packet is zero.
+    const std::size_t used = 56 + 256 * 64 * 2;
+    for (std::size_t i = used; i < frame.payload.size(); ++i) {
+        ASSERT_EQ(frame.payload[i], 0) << "padding byte " << i;
+    }
+    // The next frame starts with a first packet again and numbers from 1.
+    const auto next = read_frame(camera.device, 256, 64);
+    EXPECT_EQ(next.value_of(tag("FCNT")), 0xFFFFFFF1u);
+    const auto counters = camera.counters();
+    EXPECT_EQ(counters.frames_started, 2u);
+    EXPECT_EQ(counters.frames_completed, 2u);
+    EXPECT_EQ(counters.packets_sent, 6u);
+}
+
+TEST(packet_stream_class, frame_count_wraps_and_time_stamps_follow_the_frame_time) {
+    const emulated_camera camera(
+        R"({"sensor_width":64,"sensor_height":8,"pacing":"fast","frame_time_us":1000,)"
+        R"("frame_count_start":4294967294})");
+    ASSERT_EQ(camera.command("start"), "Success");
+    const std::vector<std::uint32_t> expected = {0xFFFFFFFEu, 0xFFFFFFFFu, 0u, 1u};
+    std::uint64_t previous_stamp = 0;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const auto frame = read_frame(camera.device, 64, 8);
+        EXPECT_EQ(frame.value_of(tag("FCNT")), expected[i]);
+        // 1000 microseconds at the 100 MHz time-stamp clock.
+        if (i > 0) {
+            EXPECT_EQ(timestamp_of(frame) - previous_stamp, 100000u);
+        }
+        previous_stamp = timestamp_of(frame);
+    }
+}
+
+TEST(packet_stream_class, nframes_limits_each_start_and_stop_ends_the_stream) {
+    const emulated_camera camera(three_packet_camera);
+    ASSERT_EQ(camera.command("arm"), "Success");
+    EXPECT_EQ(read_packet(camera.device, 10).status, QX_EMU_TIMEOUT) << "no frame before a trigger";
+    ASSERT_EQ(camera.command("nframes 2"), "Success");
+    ASSERT_EQ(camera.command("start"), "Success");
+    read_frame(camera.device, 256, 64);
+    read_frame(camera.device, 256, 64);
+    EXPECT_EQ(read_packet(camera.device, 10).status, QX_EMU_TIMEOUT);
+    EXPECT_EQ(camera.counters().frames_completed, 2u);
+
+    // A stop in the middle of a frame abandons it; the next start begins a new frame.
+    ASSERT_EQ(camera.command("start"), "Success");
+    EXPECT_EQ(read_packet(camera.device).header(), 0x9090u);
+    ASSERT_EQ(camera.command("stop"), "Success");
+    EXPECT_EQ(read_packet(camera.device, 10).status, QX_EMU_TIMEOUT);
+    ASSERT_EQ(camera.command("start"), "Success");
+    const auto frame = read_frame(camera.device, 256, 64);
+    EXPECT_EQ(frame.value_of(tag("FCNT")), 0xFFFFFFF3u) << "the abandoned frame took 0xFFFFFFF2";
+    const auto counters = camera.counters();
+    EXPECT_EQ(counters.frames_started, 4u);
+    EXPECT_EQ(counters.frames_completed, 3u);
+}
+
+TEST(packet_stream_class, hardware_trigger_pulses_produce_nframes_each) {
+    const emulated_camera camera(small_camera_json());
+    EXPECT_EQ(camera.command("nframes 2"), "Success");
+    EXPECT_EQ(camera.command("arm"), "Success");
+    EXPECT_EQ(qx_emu_pulse_hardware_trigger(camera.path.c_str()), QX_EMU_INVALID)
+        << "mode none takes no pulse";
+    EXPECT_NE(std::string(qx_emu_get_last_error()).find("trigger mode"), std::string::npos);
+    for (const std::string mode : {"hwtrig std hi", "hwtrig bulb lo"}) {
+        EXPECT_EQ(camera.command(mode), "Success");
+        EXPECT_EQ(read_packet(camera.device, 10).status, QX_EMU_TIMEOUT) << mode;
+        ASSERT_EQ(qx_emu_pulse_hardware_trigger(camera.path.c_str()), QX_EMU_OK) << qx_emu_get_last_error();
+        read_frame(camera.device, 64, 8);
+        read_frame(camera.device, 64, 8);
+        EXPECT_EQ(read_packet(camera.device, 10).status, QX_EMU_TIMEOUT) << mode;
+    }
+    EXPECT_EQ(camera.counters().frames_completed, 4u);
+    EXPECT_EQ(camera.command("stop"), "Success");
+    EXPECT_EQ(qx_emu_pulse_hardware_trigger(camera.path.c_str()), QX_EMU_INVALID) << "not armed";
+}
+
+TEST(packet_stream_class, frames_wait_for_their_frame_time) {
+    const emulated_camera camera(R"({"sensor_width":64,"sensor_height":8,"frame_time_us":10000000})");
+    ASSERT_EQ(camera.command("start"), "Success");
+    read_frame(camera.device, 64, 8);
+    EXPECT_EQ(read_packet(camera.device, 20).status, QX_EMU_TIMEOUT)
+        << "the second frame is due in ten seconds";
+}
+
+TEST(packet_stream_class, a_host_that_falls_behind_loses_whole_frames) {
+    // One packet per frame, so every packet read is a whole frame.
+    const emulated_camera camera(
+        R"({"sensor_width":64,"sensor_height":8,"frame_time_us":1000,"max_lag_frames":2})");
+    ASSERT_EQ(camera.command("nframes 40"), "Success");
+    ASSERT_EQ(camera.command("start"), "Success");
+    // Sixty frame times later all 40 frames were taken; the camera keeps the
+    // newest one and the two before it. Skipped frames take no frame count.
+    std::this_thread::sleep_for(std::chrono::milliseconds(60));
+    std::vector<std::uint32_t> frame_counts;
+    for (auto next = read_packet(camera.device, 0); next.status == QX_EMU_OK;
+         next = read_packet(camera.device, 0)) {
+        EXPECT_EQ(next.header(), 0x9090u);
+        frame_counts.push_back(word_at(next.bytes.data(), 4 + 12));
+    }
+    EXPECT_EQ(frame_counts, (std::vector<std::uint32_t>{0xFFFFFFF0u, 0xFFFFFFF1u, 0xFFFFFFF2u}));
+    const auto counters = camera.counters();
+    EXPECT_EQ(counters.frames_dropped, 37u);
+    EXPECT_EQ(counters.frames_completed, 3u);
+    EXPECT_EQ(counters.frames_started, 3u);
+}
+
+TEST(packet_stream_class, default_camera_streams_full_frames) {
+    const emulated_camera camera(R"({"pacing":"fast"})");
+    ASSERT_EQ(camera.command("start"), "Success");
+    const auto frame = read_frame(camera.device, 2448, 2048);
+    EXPECT_EQ(frame.headers.size(), 613u);
+    EXPECT_EQ(frame.pixels[2448 * 2047 + 2447], (2447 + 3 * 2047 + 7 * 0xFFFFFFF0u) % 4096);
+}
+
+}  // namespace
+}  // namespace qx::emulator::testing

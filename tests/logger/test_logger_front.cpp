@@ -1,0 +1,152 @@
+// The kit's logger front: loggers kept per pair of name pointers, messages
+// formatted whole and forwarded to the logging library when it is there,
+// and silence, never failure, when it is not.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <string>
+#include <vector>
+
+#include "companions/temporary_directory.h"
+#include "quendral_vko_logging.h"
+
+namespace {
+
+constexpr const char* configuration_name = "quendral_vko_logger.cfg";
+constexpr const char* module_name = "front_test";  // one address for the whole file
+constexpr const char* group_name = "usb";
+
+// Every test works in a fresh directory and leaves no logger behind.
+class logger_front_test : public testing::Test {
+  protected:
+    void TearDown() override {
+        t_free_logger(module_name, group_name);
+        unsetenv("QX_CAMERA_MODULE_PATH");
+    }
+    void enable_logging(int level = 9) {
+        directory.write_file(configuration_name, "output = out.log\nlevel = " + std::to_string(level) + "\n");
+    }
+    std::vector<std::string> read_log() const { return directory.read_lines("out.log"); }
+
+    qx::test::temporary_working_directory directory;
+};
+
+TEST_F(logger_front_test, without_a_configuration_loggers_are_silent_and_usable) {
+    void* logger = t_get_logger(module_name, group_name);
+    ASSERT_NE(logger, nullptr);
+    t_log_error(logger, __FILE__, __LINE__, __func__, "error %d", 1);
+    t_log_information(logger, __FILE__, __LINE__, __func__, "information %s", "text");
+    t_log_trace(logger, __FILE__, __LINE__, __func__, "trace");
+    enable_logging();  // too late: the logger was built without it
+    t_log_error(logger, __FILE__, __LINE__, __func__, "still silent");
+    EXPECT_FALSE(directory.has_file("out.log"));
+    EXPECT_EQ(t_free_logger(module_name, group_name), 1);
+    EXPECT_EQ(t_free_logger(module_name, group_name), 0);
+}
+
+TEST_F(logger_front_test, loggers_are_kept_by_name_addresses_not_by_texts) {
+    static const char other_module[] = "front_test";  // equal text, another address
+    void* logger = t_get_logger(module_name, group_name);
+    EXPECT_EQ(t_get_logger(module_name, group_name), logger);
+    void* other = t_get_logger(other_module, group_name);
+    EXPECT_NE(other, logger);
+    EXPECT_EQ(t_free_logger(other_module, group_name), 1);
+    EXPECT_EQ(t_get_logger(module_name, group_name), logger) << "freeing the other left this one";
+    EXPECT_EQ(t_free_logger(module_name, group_name), 1);
+}
+
+TEST_F(logger_front_test, a_null_logger_or_format_does_nothing) {
+    enable_logging();
+    t_log_error(nullptr, __FILE__, __LINE__, __func__, "nothing");
+    t_log_information(nullptr, __FILE__, __LINE__, __func__, "nothing");
+    t_log_trace(nullptr, __FILE__, __LINE__, __func__, "nothing");
+    void* logger = t_get_logger(module_name, group_name);
+    t_log_error(logger, __FILE__, __LINE__, __func__, nullptr);
+    EXPECT_TRUE(read_log().empty());
+}
+
+TEST_F(logger_front_test, each_level_arrives_formatted_with_its_call_site) {
+    enable_logging();
+    void* logger = t_get_logger(module_name, group_name);
+    t_log_error(logger, "camera.cpp", 11, "open", "code %d in %s", 17, "open");
+    t_log_information(logger, "camera.cpp", 22, "arm", "%u frames of %.1f ms", 3u, 2.5);
+    t_log_trace(logger, "camera.cpp", 33, "read", "%c%s%%", 'x', "yz");
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0].substr(25), "ERROR front_test/usb camera.cpp:11 open: code 17 in open");
+    EXPECT_EQ(lines[1].substr(25), "INFO front_test/usb camera.cpp:22 arm: 3 frames of 2.5 ms");
+    EXPECT_EQ(lines[2].substr(25), "TRACE front_test/usb camera.cpp:33 read: xyz%");
+}
+
+TEST_F(logger_front_test, a_message_longer_than_any_fixed_buffer_arrives_whole) {
+    enable_logging();
+    std::string long_text;
+    for (int index = 0; long_text.size() < 100000; ++index) long_text += std::to_string(index) + ";";
+    void* logger = t_get_logger(module_name, group_name);
+    t_log_information(logger, "camera.cpp", 1, "f", "<%s|%d>", long_text.c_str(), 99);
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 1u);
+    const std::string expected_end = "f: <" + long_text + "|99>";
+    ASSERT_GE(lines[0].size(), expected_end.size());
+    EXPECT_EQ(lines[0].substr(lines[0].size() - expected_end.size()), expected_end);
+}
+
+TEST_F(logger_front_test, loggers_with_equal_texts_share_the_log_until_both_are_freed) {
+    enable_logging();
+    static const char other_module[] = "front_test";
+    void* logger = t_get_logger(module_name, group_name);
+    void* other = t_get_logger(other_module, group_name);
+    ASSERT_NE(logger, other);
+    t_log_error(other, "a.cpp", 1, "f", "from the other");
+    EXPECT_EQ(t_free_logger(other_module, group_name), 1);
+    t_log_error(logger, "a.cpp", 2, "f", "after the other was freed");
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[1].find("after the other was freed"), std::string::npos);
+}
+
+TEST_F(logger_front_test, a_library_without_the_entry_points_leaves_loggers_silent) {
+    enable_logging();
+    setenv("QX_CAMERA_MODULE_PATH", QX_LOGGER_FIXTURE_DIR, 1);
+    void* logger = t_get_logger(module_name, group_name);
+    ASSERT_NE(logger, nullptr);
+    t_log_error(logger, "a.cpp", 1, "f", "not written");
+    EXPECT_FALSE(directory.has_file("out.log")) << "the real logging library was used";
+    EXPECT_EQ(t_free_logger(module_name, group_name), 1);
+}
+
+// The kit's exports as seen through a copy of the kit library alone in its
+// directory, so that no logging library is beside it.
+struct isolated_logger_front {
+    isolated_logger_front()
+        : library(dlopen(QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so", RTLD_NOW | RTLD_LOCAL)) {
+        if (library == nullptr)
+            throw std::runtime_error(dlerror());
+        get_logger = reinterpret_cast<decltype(get_logger)>(dlsym(library, "t_get_logger"));
+        free_logger = reinterpret_cast<decltype(free_logger)>(dlsym(library, "t_free_logger"));
+        log_error = reinterpret_cast<decltype(log_error)>(dlsym(library, "t_log_error"));
+    }
+    ~isolated_logger_front() { dlclose(library); }
+    void* library;
+    void* (*get_logger)(const char*, const char*) = nullptr;
+    int (*free_logger)(const char*, const char*) = nullptr;
+    void (*log_error)(void*, const char*, int, const char*, const char*, ...) = nullptr;
+};
+
+TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {
+    enable_logging();
+    const auto empty_directory = directory.get_path() / "no_modules";
+    std::filesystem::create_directories(empty_directory);
+    setenv("QX_CAMERA_MODULE_PATH", empty_directory.c_str(), 1);
+    isolated_logger_front front;
+    void* logger = front.get_logger(module_name, group_name);
+    ASSERT_NE(logger, nullptr);
+    front.log_error(logger, "a.cpp", 1, "f", "not written %d", 1);
+    EXPECT_FALSE(directory.has_file("out.log")) << "a logging library was found after all";
+    EXPECT_EQ(front.free_logger(module_name, group_name), 1);
+    EXPECT_EQ(front.free_logger(module_name, group_name), 0);
+}
+
+}  // namespace

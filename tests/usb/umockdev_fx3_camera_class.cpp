@@ -1,0 +1,691 @@
+#include "usb/umockdev_fx3_camera_class.h"
+
+#include <linux/usbdevice_fs.h>
+#include <sys/ioctl.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+#include <span>
+#include <stdexcept>
+#include <vector>
+
+namespace qx::test {
+
+namespace {
+
+constexpr const char* camera_node = "/dev/bus/usb/003/003";
+// The name the kernel driver bound to the camera's interface reports.
+constexpr const char* kernel_driver_name = "fx3_camera";
+constexpr unsigned int camera_interface = 0;
+constexpr unsigned char command_out_endpoint = QX_EMU_ENDPOINT_COMMAND_OUT;
+constexpr unsigned char command_in_endpoint = QX_EMU_ENDPOINT_COMMAND_IN;
+constexpr unsigned char image_in_endpoint = QX_EMU_ENDPOINT_IMAGE_IN;
+constexpr unsigned char reserved_out_endpoint = 0x04;
+constexpr std::size_t setup_packet_size = 8;
+// What a current kernel's usbfs offers on an xHCI port.
+constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
+                                             USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
+                                             USBDEVFS_CAP_REAP_AFTER_DISCONNECT;
+
+// Descriptors as the kernel exposes them in the "descriptors" attribute:
+// the device descriptor, then the configuration with its interface and
+// endpoints (each SuperSpeed endpoint followed by its companion).
+#define QX_DEVICE_DESCRIPTOR(vendor_low, vendor_high, product_low, product_high, device_class)    \
+    0x12, 0x01, 0x00, 0x03, device_class, 0x00, 0x03, 0x09, vendor_low, vendor_high, product_low, \
+        product_high, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01
+#define QX_BULK_ENDPOINT(address) \
+    0x07, 0x05, address, 0x02, 0x00, 0x04, 0x00, 0x06, 0x30, 0x0F, 0x00, 0x00, 0x00
+
+// A hub: one interface of class 9 with its interrupt endpoint.
+constexpr unsigned char hub_configuration[] = {
+    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00,
+    0x00, 0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00};
+constexpr unsigned char root_hub_device[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09)};
+constexpr unsigned char hub_device[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09)};
+// The camera: interface 0, vendor class, bulk endpoints 0x02, 0x82, 0x83, 0x04.
+constexpr unsigned char camera_descriptors[] = {QX_DEVICE_DESCRIPTOR(0x7C, 0x2A, 0x01, 0x61, 0x00),
+                                                0x09,
+                                                0x02,
+                                                0x46,
+                                                0x00,
+                                                0x01,
+                                                0x01,
+                                                0x00,
+                                                0x80,
+                                                0x32,
+                                                0x09,
+                                                0x04,
+                                                0x00,
+                                                0x00,
+                                                0x04,
+                                                0xFF,
+                                                0x00,
+                                                0x00,
+                                                0x00,
+                                                QX_BULK_ENDPOINT(0x02),
+                                                QX_BULK_ENDPOINT(0x82),
+                                                QX_BULK_ENDPOINT(0x83),
+                                                QX_BULK_ENDPOINT(0x04)};
+#undef QX_BULK_ENDPOINT
+#undef QX_DEVICE_DESCRIPTOR
+
+// One device of the bus: root hub 3, a hub on its port 1, the camera on the
+// hub's port 4 (the kernel names them "usb3", "3-1" and "3-1.4").
+struct bus_device {
+    const char* sysfs_path;
+    int address;
+    std::vector<unsigned char> descriptors;
+};
+
+std::vector<bus_device> bus_devices() {
+    const auto joined = [](std::initializer_list<std::span<const unsigned char>> parts) {
+        std::vector<unsigned char> bytes;
+        for (const auto part : parts) bytes.insert(bytes.end(), part.begin(), part.end());
+        return bytes;
+    };
+    return {
+        {"/devices/pci0000:00/0000:00:14.0/usb3", 1, joined({root_hub_device, hub_configuration})},
+        {"/devices/pci0000:00/0000:00:14.0/usb3/3-1", 2, joined({hub_device, hub_configuration})},
+        {"/devices/pci0000:00/0000:00:14.0/usb3/3-1/3-1.4", 3, joined({camera_descriptors})},
+    };
+}
+
+// The bus in umockdev's description format. Only the camera's node gets the
+// ioctl handler; the hubs' nodes are plain files.
+std::string bus_description(const std::string& camera_speed) {
+    std::string text;
+    for (const auto& device : bus_devices()) {
+        char node[32];
+        std::snprintf(node, sizeof node, "bus/usb/003/%03d", device.address);
+        const bool camera = device.address == 3;
+        text += std::string("P: ") + device.sysfs_path + "\nN: " + node +
+                "\nE: SUBSYSTEM=usb\nE: DEVTYPE=usb_device\n";
+        text += std::string("E: DEVNAME=/dev/") + node + "\nE: BUSNUM=003\nE: DEVNUM=" + (node + 12) + "\n";
+        text += "A: busnum=3\nA: devnum=" + std::to_string(device.address) + "\nA: bConfigurationValue=1\n";
+        text += "A: speed=" + (camera ? camera_speed : std::string("5000")) + "\nH: descriptors=";
+        for (const unsigned char byte : device.descriptors) {
+            char hex[3];
+            std::snprintf(hex, sizeof hex, "%02X", byte);
+            text += hex;
+        }
+        text += "\n\n";
+    }
+    return text;
+}
+
+[[noreturn]] void throw_glib_error(const char* what, GError* error) {
+    const std::string text = std::string(what) + ": " + (error != nullptr ? error->message : "unknown error");
+    g_clear_error(&error);
+    throw std::runtime_error(text);
+}
+
+usbdevfs_urb& urb_of(UMockdevIoctlData* data) {
+    return *reinterpret_cast<usbdevfs_urb*>(data->data);
+}
+
+// Resolves the memory a pointer at `offset` of `data` points to; null when
+// the client's memory cannot be read.
+UMockdevIoctlData* resolve(UMockdevIoctlData* data, std::size_t offset, std::size_t length) {
+    GError* error = nullptr;
+    UMockdevIoctlData* resolved = umockdev_ioctl_data_resolve(data, offset, length, &error);
+    g_clear_error(&error);
+    return resolved;
+}
+
+// Reads a small argument structure, lets `use` work on it, and syncs it back.
+template <class argument_type, class use_type>
+auto with_argument(UMockdevIoctlData* arg, use_type&& use) {
+    UMockdevIoctlData* resolved = resolve(arg, 0, sizeof(argument_type));
+    if (resolved == nullptr)
+        return decltype(use(std::declval<argument_type&>())){-1, EFAULT};
+    auto reply = use(*reinterpret_cast<argument_type*>(resolved->data));
+    g_object_unref(resolved);
+    return reply;
+}
+
+}  // namespace
+
+const umockdev_fx3_camera_class::request_row umockdev_fx3_camera_class::request_rows[] = {
+    {USBDEVFS_GET_CAPABILITIES, &umockdev_fx3_camera_class::get_capabilities},
+    {USBDEVFS_GETDRIVER, &umockdev_fx3_camera_class::get_driver},
+    {USBDEVFS_IOCTL, &umockdev_fx3_camera_class::driver_ioctl},
+    {USBDEVFS_CLAIMINTERFACE, &umockdev_fx3_camera_class::claim_interface},
+    {USBDEVFS_RELEASEINTERFACE, &umockdev_fx3_camera_class::release_interface},
+    {USBDEVFS_CLEAR_HALT, &umockdev_fx3_camera_class::clear_halt},
+    {USBDEVFS_RESET, &umockdev_fx3_camera_class::reset},
+    {USBDEVFS_CONTROL, &umockdev_fx3_camera_class::control},
+    {USBDEVFS_SUBMITURB, &umockdev_fx3_camera_class::submit_urb},
+    {USBDEVFS_DISCARDURB, &umockdev_fx3_camera_class::discard_urb},
+    {USBDEVFS_REAPURBNDELAY, &umockdev_fx3_camera_class::reap_urb},
+    // Reaping never blocks here: the umockdev thread must stay free.
+    {USBDEVFS_REAPURB, &umockdev_fx3_camera_class::reap_urb},
+};
+
+umockdev_fx3_camera_class::umockdev_fx3_camera_class(const settings& chosen_settings)
+    : chosen(chosen_settings) {
+    char path[256] = {};
+    if (qx_emu_plug_camera(chosen.camera_json.c_str(), path, sizeof path) != QX_EMU_OK) {
+        throw std::runtime_error(std::string("the emulator refused the camera: ") + qx_emu_get_last_error());
+    }
+    camera_path = path;
+    kernel_driver_bound = chosen.kernel_driver_bound;
+    try {
+        device = qx_emu_device_open(camera_path.c_str());
+        if (device == nullptr)
+            throw std::runtime_error(std::string("qx_emu_device_open: ") + qx_emu_get_last_error());
+        build_testbed();
+        worker = std::thread([this] { serve_in_endpoints(); });
+    } catch (...) {
+        tear_down();
+        throw;
+    }
+}
+
+umockdev_fx3_camera_class::~umockdev_fx3_camera_class() {
+    tear_down();
+}
+
+void umockdev_fx3_camera_class::tear_down() {
+    {
+        std::lock_guard<std::mutex> guard(state_lock);
+        stopping = true;
+    }
+    state_changed.notify_all();
+    if (worker.joinable())
+        worker.join();
+    if (testbed != nullptr) {
+        umockdev_testbed_detach_ioctl(testbed, camera_node, nullptr);
+        g_object_unref(testbed);
+        testbed = nullptr;
+    }
+    if (handler != nullptr) {
+        g_object_unref(handler);
+        handler = nullptr;
+    }
+    std::lock_guard<std::mutex> guard(state_lock);
+    for (auto& queue : pending) {
+        for (auto& record : queue) release(record);
+        queue.clear();
+    }
+    for (auto& record : finished) release(record);
+    finished.clear();
+    qx_emu_device_close(device);
+    device = nullptr;
+    qx_emu_unplug_camera(camera_path.c_str());  // fails harmlessly when already unplugged
+}
+
+bool umockdev_fx3_camera_class::in_mock_environment() {
+    return umockdev_in_mock_environment();
+}
+
+void umockdev_fx3_camera_class::build_testbed() {
+    testbed = umockdev_testbed_new();
+    handler = umockdev_ioctl_base_new();
+    g_signal_connect(handler, "handle-ioctl", G_CALLBACK(&umockdev_fx3_camera_class::on_handle_ioctl), this);
+    g_signal_connect(handler, "client-vanished", G_CALLBACK(&umockdev_fx3_camera_class::on_client_vanished),
+                     this);
+    GError* error = nullptr;
+    // The handler must be in place before the node exists, or the node
+    // becomes a plain file.
+    if (!umockdev_testbed_attach_ioctl(testbed, camera_node, handler, &error)) {
+        throw_glib_error("umockdev_testbed_attach_ioctl", error);
+    }
+    const std::string description = bus_description(chosen.speed);
+    if (!umockdev_testbed_add_from_string(testbed, description.c_str(), &error)) {
+        throw_glib_error("umockdev_testbed_add_from_string", error);
+    }
+}
+
+void umockdev_fx3_camera_class::release(urb_record& record) {
+    if (record.buffer != nullptr)
+        g_object_unref(record.buffer);
+    if (record.urb != nullptr)
+        g_object_unref(record.urb);
+    record = {};
+}
+
+gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdevIoctlClient* client,
+                                                    gpointer self_pointer) {
+    auto& self = *static_cast<umockdev_fx3_camera_class*>(self_pointer);
+    const gulong request = umockdev_ioctl_client_get_request(client);
+    UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg(client);
+    // Held until the request is completed: completing syncs the URB and its
+    // buffer back to the client, which must not overlap the worker filling
+    // them.
+    std::lock_guard<std::mutex> guard(self.state_lock);
+    answer reply{-1, ENOTTY};
+    for (const auto& row : request_rows) {
+        if (row.request == request) {
+            reply = (self.*row.handler)(client, arg);
+            break;
+        }
+    }
+    if (!reply.completed)
+        umockdev_ioctl_client_complete(client, reply.result, reply.error);
+    return TRUE;
+}
+
+void umockdev_fx3_camera_class::on_client_vanished(UMockdevIoctlBase*, UMockdevIoctlClient* client,
+                                                   gpointer self_pointer) {
+    auto& self = *static_cast<umockdev_fx3_camera_class*>(self_pointer);
+    std::lock_guard<std::mutex> guard(self.state_lock);
+    // Closing the node releases the interface and drops the client's URBs.
+    const auto drop_client = [&](std::deque<urb_record>& queue) {
+        for (auto it = queue.begin(); it != queue.end();) {
+            if (it->client == client) {
+                release(*it);
+                it = queue.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    };
+    for (auto& queue : self.pending) drop_client(queue);
+    drop_client(self.finished);
+    self.interface_claimed = false;
+    self.state_changed.notify_all();
+}
+
+void umockdev_fx3_camera_class::finish(urb_record record, int status, int actual_length) {
+    usbdevfs_urb& urb = urb_of(record.urb);
+    urb.status = status;
+    urb.actual_length = actual_length;
+    finished.push_back(record);
+    state_changed.notify_all();
+}
+
+void umockdev_fx3_camera_class::end_pending_urbs(int status) {
+    for (auto& queue : pending) {
+        while (!queue.empty()) {
+            finish(queue.front(), status, 0);
+            queue.pop_front();
+        }
+    }
+}
+
+void umockdev_fx3_camera_class::mark_unplugged() {
+    unplugged = true;
+    end_pending_urbs(-ESHUTDOWN);
+}
+
+void umockdev_fx3_camera_class::unplug() {
+    qx_emu_unplug_camera(camera_path.c_str());
+    std::lock_guard<std::mutex> guard(state_lock);
+    mark_unplugged();
+}
+
+umockdev_fx3_camera_class::counts umockdev_fx3_camera_class::get_counts() const {
+    std::lock_guard<std::mutex> guard(state_lock);
+    counts now = seen;
+    now.interface_claimed = interface_claimed;
+    now.image_urbs_in_flight = static_cast<int>(pending[image_in_slot].size());
+    return now;
+}
+
+bool umockdev_fx3_camera_class::wait_for_image_urbs_in_flight(int wanted, int limit_ms) const {
+    std::unique_lock<std::mutex> guard(state_lock);
+    return state_changed.wait_for(guard, std::chrono::milliseconds(limit_ms),
+                                  [&] { return static_cast<int>(pending[image_in_slot].size()) == wanted; });
+}
+
+void umockdev_fx3_camera_class::serve_in_endpoints() {
+    std::unique_lock<std::mutex> guard(state_lock);
+    while (!stopping) {
+        const bool command_served = serve_front_urb(command_in_slot);
+        const bool image_served = serve_front_urb(image_in_slot);
+        if (command_served || image_served) {
+            // Let the umockdev thread reap in between.
+            guard.unlock();
+            std::this_thread::yield();
+            guard.lock();
+        } else {
+            state_changed.wait_for(guard, std::chrono::milliseconds(1));
+        }
+    }
+}
+
+bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
+    if (unplugged || halted[slot] || pending[slot].empty())
+        return false;
+    urb_record& front = pending[slot].front();
+    usbdevfs_urb& urb = urb_of(front.urb);
+    auto* buffer = front.buffer != nullptr ? front.buffer->data : nullptr;
+    const int length = urb.buffer_length;
+    int status = QX_EMU_OK;
+    int actual_length = 0;
+    // The emulator is asked without waiting; the loop comes back within 1 ms.
+    if (slot == command_in_slot) {
+        std::size_t transferred = 0;
+        status = qx_emu_device_read(device, buffer, static_cast<std::size_t>(length), &transferred, 0);
+        actual_length = static_cast<int>(transferred);
+    } else if (length < QX_EMU_PACKET_SIZE) {
+        status = QX_EMU_TRANSFER_ERROR;  // the packet would overflow the buffer
+    } else {
+        status = qx_emu_device_read_packet(device, buffer, 0);
+        actual_length = QX_EMU_PACKET_SIZE;
+    }
+    switch (status) {
+        case QX_EMU_TIMEOUT:
+            return false;
+        case QX_EMU_NO_DEVICE:
+            mark_unplugged();
+            return true;
+        default:
+            break;
+    }
+    urb_record done = front;
+    pending[slot].pop_front();
+    if (status == QX_EMU_OK) {
+        finish(done, 0, actual_length);
+    } else if (status == QX_EMU_STALL) {
+        // The controller holds the endpoint's queue until the halt is cleared.
+        halted[slot] = true;
+        finish(done, -EPIPE, 0);
+    } else {
+        finish(done, slot == image_in_slot ? -EOVERFLOW : -EPROTO, 0);
+    }
+    return true;
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(const unsigned char* setup,
+                                                                             unsigned char* data,
+                                                                             int data_length) {
+    const unsigned request_type = setup[0];
+    const unsigned request = setup[1];
+    const unsigned value = setup[2] | setup[3] << 8;
+    const unsigned index = setup[4] | setup[5] << 8;
+    const unsigned length = setup[6] | setup[7] << 8;
+    // GET_STATUS of an endpoint; bit 0 of the answer is its halt.
+    if (request_type == 0x82 && request == 0 && value == 0 && length >= 2 && data_length >= 2) {
+        int stalled = 0;
+        if (index != reserved_out_endpoint) {
+            const int status =
+                qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(index), &stalled);
+            if (status == QX_EMU_NO_DEVICE) {
+                mark_unplugged();
+                return {-1, ENODEV};
+            }
+            if (status != QX_EMU_OK)
+                return {-1, EPIPE};
+        }
+        data[0] = stalled != 0 ? 1 : 0;
+        data[1] = 0;
+        return {2, 0};
+    }
+    // A device stalls the requests it does not know.
+    return {-1, EPIPE};
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_capabilities(UMockdevIoctlClient*,
+                                                                              UMockdevIoctlData* arg) {
+    if (unplugged)
+        return {-1, ENODEV};
+    return with_argument<std::uint32_t>(arg, [](std::uint32_t& capabilities) {
+        capabilities = usbfs_capabilities;
+        return answer{0, 0};
+    });
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_driver(UMockdevIoctlClient*,
+                                                                        UMockdevIoctlData* arg) {
+    if (unplugged)
+        return {-1, ENODEV};
+    return with_argument<usbdevfs_getdriver>(arg, [&](usbdevfs_getdriver& query) {
+        if (query.interface != camera_interface)
+            return answer{-1, EINVAL};
+        const char* name = interface_claimed ? "usbfs" : kernel_driver_bound ? kernel_driver_name : nullptr;
+        if (name == nullptr)
+            return answer{-1, ENODATA};
+        std::strncpy(query.driver, name, sizeof query.driver - 1);
+        return answer{0, 0};
+    });
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::driver_ioctl(UMockdevIoctlClient*,
+                                                                          UMockdevIoctlData* arg) {
+    if (unplugged)
+        return {-1, ENODEV};
+    return with_argument<usbdevfs_ioctl>(arg, [&](usbdevfs_ioctl& command) {
+        if (command.ifno != static_cast<int>(camera_interface))
+            return answer{-1, EINVAL};
+        if (command.ioctl_code != static_cast<int>(USBDEVFS_DISCONNECT))
+            return answer{-1, ENOTTY};
+        if (!kernel_driver_bound)
+            return answer{-1, ENODATA};
+        kernel_driver_bound = false;
+        ++seen.kernel_driver_detaches;
+        return answer{0, 0};
+    });
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::claim_interface(UMockdevIoctlClient*,
+                                                                             UMockdevIoctlData* arg) {
+    if (unplugged)
+        return {-1, ENODEV};
+    return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
+        if (interface_number != camera_interface)
+            return answer{-1, EINVAL};
+        if (kernel_driver_bound)
+            return answer{-1, EBUSY};
+        interface_claimed = true;
+        ++seen.claims;
+        return answer{0, 0};
+    });
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::release_interface(UMockdevIoctlClient*,
+                                                                               UMockdevIoctlData* arg) {
+    if (unplugged)
+        return {-1, ENODEV};
+    return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
+        if (interface_number != camera_interface || !interface_claimed)
+            return answer{-1, EINVAL};
+        interface_claimed = false;
+        // The kernel kills the interface's URBs; they are reaped as ended.
+        end_pending_urbs(-ENOENT);
+        return answer{0, 0};
+    });
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::clear_halt(UMockdevIoctlClient*,
+                                                                        UMockdevIoctlData* arg) {
+    if (unplugged)
+        return {-1, ENODEV};
+    return with_argument<unsigned int>(arg, [&](unsigned int& endpoint) {
+        if (endpoint == reserved_out_endpoint)
+            return answer{0, 0};
+        if (qx_emu_device_clear_stall(device, static_cast<unsigned char>(endpoint)) != QX_EMU_OK) {
+            return answer{-1, ENOENT};
+        }
+        if (endpoint == command_in_endpoint)
+            halted[command_in_slot] = false;
+        if (endpoint == image_in_endpoint)
+            halted[image_in_slot] = false;
+        ++seen.clear_halts;
+        state_changed.notify_all();
+        return answer{0, 0};
+    });
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::reset(UMockdevIoctlClient*, UMockdevIoctlData*) {
+    if (unplugged)
+        return {-1, ENODEV};
+    if (qx_emu_device_reset_port(device) != QX_EMU_OK)
+        return {-1, EIO};
+    halted.fill(false);
+    end_pending_urbs(-ESHUTDOWN);
+    ++seen.resets;
+    return {0, 0};
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control(UMockdevIoctlClient*,
+                                                                     UMockdevIoctlData* arg) {
+    UMockdevIoctlData* resolved = resolve(arg, 0, sizeof(usbdevfs_ctrltransfer));
+    if (resolved == nullptr)
+        return {-1, EFAULT};
+    auto& transfer = *reinterpret_cast<usbdevfs_ctrltransfer*>(resolved->data);
+    const unsigned char setup[setup_packet_size] = {transfer.bRequestType,
+                                                    transfer.bRequest,
+                                                    static_cast<unsigned char>(transfer.wValue & 0xFF),
+                                                    static_cast<unsigned char>(transfer.wValue >> 8),
+                                                    static_cast<unsigned char>(transfer.wIndex & 0xFF),
+                                                    static_cast<unsigned char>(transfer.wIndex >> 8),
+                                                    static_cast<unsigned char>(transfer.wLength & 0xFF),
+                                                    static_cast<unsigned char>(transfer.wLength >> 8)};
+    UMockdevIoctlData* data = transfer.wLength > 0
+                                  ? resolve(resolved, offsetof(usbdevfs_ctrltransfer, data), transfer.wLength)
+                                  : nullptr;
+    answer reply{-1, EFAULT};
+    if (transfer.wLength == 0 || data != nullptr) {
+        reply = unplugged ? answer{-1, ENODEV}
+                          : control_request(setup, data != nullptr ? data->data : nullptr, transfer.wLength);
+    }
+    if (data != nullptr)
+        g_object_unref(data);
+    g_object_unref(resolved);
+    return reply;
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdevIoctlClient* client,
+                                                                        UMockdevIoctlData* arg) {
+    urb_record record{client, resolve(arg, 0, sizeof(usbdevfs_urb)), nullptr, 0};
+    if (record.urb == nullptr)
+        return {-1, EFAULT};
+    record.client_address = record.urb->client_addr;
+    usbdevfs_urb& urb = urb_of(record.urb);
+    if (urb.buffer_length > 0) {
+        record.buffer =
+            resolve(record.urb, offsetof(usbdevfs_urb, buffer), static_cast<std::size_t>(urb.buffer_length));
+        if (record.buffer == nullptr) {
+            release(record);
+            return {-1, EFAULT};
+        }
+    }
+    unsigned char* buffer = record.buffer != nullptr ? record.buffer->data : nullptr;
+    const int length = urb.buffer_length;
+    urb.status = 0;
+    urb.actual_length = 0;
+
+    answer refusal{0, 0};
+    if (unplugged) {
+        refusal = {-1, ENODEV};
+    } else if (urb.type == USBDEVFS_URB_TYPE_CONTROL) {
+        if (urb.endpoint != 0 || length < static_cast<int>(setup_packet_size)) {
+            refusal = {-1, EINVAL};
+        } else {
+            const answer reply = control_request(buffer, buffer + setup_packet_size,
+                                                 length - static_cast<int>(setup_packet_size));
+            if (reply.error == ENODEV) {
+                refusal = reply;
+            } else {
+                finish(record, reply.result < 0 ? -reply.error : 0,
+                       std::max<int>(static_cast<int>(reply.result), 0));
+                return {0, 0};
+            }
+        }
+    } else if (urb.type != USBDEVFS_URB_TYPE_BULK) {
+        refusal = {-1, EINVAL};
+    } else if (!interface_claimed && kernel_driver_bound) {
+        // usbfs claims the interface on the first URB, unless a driver holds it.
+        refusal = {-1, EBUSY};
+    }
+    if (refusal.result < 0) {
+        release(record);
+        return refusal;
+    }
+    interface_claimed = true;
+    switch (urb.endpoint) {
+        case command_out_endpoint: {
+            const int status = qx_emu_device_write(device, buffer, static_cast<std::size_t>(length), 0);
+            if (status == QX_EMU_NO_DEVICE) {
+                mark_unplugged();
+                release(record);
+                return {-1, ENODEV};
+            }
+            finish(record,
+                   status == QX_EMU_OK      ? 0
+                   : status == QX_EMU_STALL ? -EPIPE
+                                            : -EPROTO,
+                   status == QX_EMU_OK ? length : 0);
+            break;
+        }
+        case reserved_out_endpoint:
+            finish(record, 0, length);
+            break;
+        case command_in_endpoint:
+            pending[command_in_slot].push_back(record);
+            break;
+        case image_in_endpoint: {
+            auto& queue = pending[image_in_slot];
+            if (chosen.image_urb_limit > 0 && static_cast<int>(queue.size()) >= chosen.image_urb_limit) {
+                release(record);
+                return {-1, ENOMEM};
+            }
+            queue.push_back(record);
+            ++seen.submitted_image_urbs;
+            seen.most_image_urbs_in_flight =
+                std::max(seen.most_image_urbs_in_flight, static_cast<int>(queue.size()));
+            break;
+        }
+        default:
+            release(record);
+            return {-1, ENOENT};
+    }
+    state_changed.notify_all();
+    return {0, 0};
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::discard_urb(UMockdevIoctlClient* client,
+                                                                         UMockdevIoctlData* arg) {
+    // The argument is the URB's address itself.
+    gulong address = 0;
+    std::memcpy(&address, arg->data,
+                std::min<std::size_t>(sizeof address, static_cast<std::size_t>(arg->data_len)));
+    for (auto& queue : pending) {
+        const auto found = std::find_if(queue.begin(), queue.end(), [&](const urb_record& record) {
+            return record.client == client && record.client_address == address;
+        });
+        if (found == queue.end())
+            continue;
+        const urb_record record = *found;
+        queue.erase(found);
+        ++seen.discarded_urbs;
+        finish(record, -ENOENT, 0);
+        return {0, 0};
+    }
+    // Already finished (or never submitted): nothing to discard.
+    return {-1, EINVAL};
+}
+
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::reap_urb(UMockdevIoctlClient* client,
+                                                                      UMockdevIoctlData* arg) {
+    urb_record record;
+    {
+        const auto found = std::find_if(finished.begin(), finished.end(), [&](const urb_record& candidate) {
+            return candidate.client == client;
+        });
+        if (found == finished.end())
+            return {-1, unplugged ? ENODEV : EAGAIN};
+        record = *found;
+        finished.erase(found);
+    }
+    // The argument points to the client's URB pointer, which is set to the
+    // reaped URB; completing the request syncs the URB and its buffer back.
+    UMockdevIoctlData* pointer = resolve(arg, 0, sizeof(void*));
+    if (pointer == nullptr) {
+        release(record);
+        return {-1, EFAULT};
+    }
+    umockdev_ioctl_data_set_ptr(pointer, 0, record.urb);
+    umockdev_ioctl_client_complete(client, 0, 0);
+    g_object_unref(pointer);
+    release(record);
+    return {0, 0, true};
+}
+
+}  // namespace qx::test
