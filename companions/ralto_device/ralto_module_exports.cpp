@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "quendral_vko_device_module.h"
+#include "emulated_ralto_source_class.h"
 #include "ralto_module_class.h"
 
 #if defined(_WIN32)
@@ -39,7 +40,11 @@ QX_RALTO_MODULE_API const char* qx_module_get_type(void) {
 }
 
 QX_RALTO_MODULE_API int qx_module_initialize(qx_hotplug_record* host) {
-    return without_exceptions([&] { return module().initialize(host); });
+    return without_exceptions([&] {
+        // The family's cameras reachable here are the emulator's.
+        module().set_camera_listing_source(std::make_shared<qx::emulated_ralto_source_class>());
+        return module().initialize(host);
+    });
 }
 
 QX_RALTO_MODULE_API int qx_module_uninitialize(void) {

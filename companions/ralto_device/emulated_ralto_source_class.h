@@ -1,0 +1,28 @@
+#pragma once
+// The emulator's cameras of the ralto family as the module's camera source.
+// Ralto cameras speak the same text protocol and stream the same packets as
+// the built-in family, so each is served by the built-in family's camera
+// core over the emulated USB transport.
+
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "camera_listing_source_class.h"
+
+namespace qx {
+
+class emulated_ralto_source_class final : public camera_listing_source_class {
+  public:
+    // Lists the emulator's ralto cameras by their "id" and "sernum"; a camera
+    // that does not answer is left out.
+    std::vector<listed_camera> list_cameras() override;
+    // Opens a camera listed before; null when it is gone or was never listed.
+    std::unique_ptr<ralto_camera_class> open_camera(const std::string& device_id) override;
+
+  private:
+    std::mutex mutex_;
+    std::map<std::string, std::string> paths_;  // camera id -> device path; guarded by mutex_
+};
+
+}  // namespace qx
