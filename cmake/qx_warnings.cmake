@@ -27,9 +27,12 @@ endfunction()
 
 # Exports exactly the symbols a linker version script lists (on top of
 # hidden visibility, which leaves the C++ runtime's template instantiations
-# exported).
+# exported). Windows libraries export only what is marked for export and
+# carry their plain names ("quendral_vko_logger.dll").
 function(qx_export_only target map_file)
-  if(NOT WIN32)
+  if(WIN32)
+    set_target_properties(${target} PROPERTIES PREFIX "")
+  else()
     target_link_options(${target} PRIVATE -Wl,--version-script=${map_file})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map_file})
   endif()
