@@ -5,6 +5,8 @@
 #include <array>
 #include <string_view>
 
+#include "quendral_vko_firmware_phrases.h"
+
 namespace qx::emulator {
 
 enum class firmware_phrase {
@@ -28,26 +30,8 @@ enum class firmware_phrase {
     camera_running,
 };
 
-inline constexpr std::array<std::string_view, 18> firmware_phrase_texts = {
-    "Success",
-    "Command not found",
-    "Too many arguments",
-    "Not enough arguments",
-    "Invalid command",
-    "Duplicate command",
-    "Command missing in JSON structure",
-    "Initializing",
-    "Command option not supported",
-    "FPGA not programmed",
-    "Width must start even, end odd and be multiple of 4",
-    "Height and/or width out of range",
-    "Parameter out of range",
-    "Command locked",
-    "Camera running (parameter cannot be set while in this mode)",
-    "Roi and bin combination invalid",
-    "Image data sync failure",
-    "Camera Running",
-};
+inline constexpr std::array<std::string_view, QX_FIRMWARE_PHRASE_COUNT> firmware_phrase_texts = {
+    QX_FIRMWARE_PHRASES};
 
 /** The text of a firmware phrase. */
 constexpr std::string_view text_of(firmware_phrase phrase) {

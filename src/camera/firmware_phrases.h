@@ -5,10 +5,12 @@
 #include <optional>
 #include <string_view>
 
+#include "quendral_vko_firmware_phrases.h"
+
 namespace qx::camera {
 
 // Index 0 ("Success") is never searched for.
-extern const std::array<std::string_view, 18> firmware_phrases;
+extern const std::array<std::string_view, QX_FIRMWARE_PHRASE_COUNT> firmware_phrases;
 
 inline constexpr std::string_view invalid_command_phrase = "Invalid command";
 

@@ -92,6 +92,12 @@ class libusb_fx3_class final : public usb_driver_base {
     // transfer_lock.
     int transfer_command(bool is_in, unsigned char* bytes, std::uint32_t length, std::uint32_t timeout_ms,
                          const char* method);
+    // Runs transfer_command and reports its outcome through the flags. A
+    // write passes no `failed` flag: it reports time-outs and stalls, and
+    // throws on any other failure.
+    void exchange_on_command_channel(bool is_in, unsigned char* bytes, std::uint32_t length,
+                                     std::uint32_t timeout_ms, bool& timed_out, bool* failed, bool& stalled,
+                                     const char* method);
     // Cancels every submitted image transfer and waits until libusb has
     // returned each one. The caller holds transfer_lock. Returns false when
     // some did not come back in time.

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "api/status_codes.h"
+#include "kit/checks.h"
 #include "usb/libusb_fx3_class.h"
 #include "usb/libusb_session_class.h"
 
@@ -265,21 +266,9 @@ void libusb_fx3_class::write(std::uint32_t length, const void* bytes, std::uint3
     stalled = false;
     if (bytes == nullptr && length != 0)
         throw std::runtime_error("libusb_fx3_class::write bytes is null.");
-    const int code = transfer_command(false, static_cast<unsigned char*>(const_cast<void*>(bytes)), length,
-                                      timeout_ms, "write");
-    switch (outcome_of(code)) {
-        case transfer_outcome::done:
-            return;
-        case transfer_outcome::timed_out:
-            timed_out = true;
-            stalled = get_is_endpoint_stalled(command_channel, false);
-            return;
-        case transfer_outcome::stalled:
-            stalled = true;
-            return;
-        default:
-            throw_libusb_failure("write", "bulk transfer", code);
-    }
+    // An OUT transfer only reads the bytes.
+    exchange_on_command_channel(false, static_cast<unsigned char*>(const_cast<void*>(bytes)), length,
+                                timeout_ms, timed_out, nullptr, stalled, "write");
 }
 
 void libusb_fx3_class::read__blocking(std::uint32_t, void* destination, std::uint32_t timeout_ms,
@@ -292,25 +281,36 @@ void libusb_fx3_class::read__blocking(std::uint32_t, void* destination, std::uin
     if (out != nullptr)
         out[0] = 0;
     // The whole transfer size is read and delivered, whatever was asked for.
-    const int code = transfer_command(true, out, command_transfer_size, timeout_ms, "read__blocking");
+    exchange_on_command_channel(true, out, command_transfer_size, timeout_ms, timed_out, &failed, stalled,
+                                "read__blocking");
+}
+
+void libusb_fx3_class::exchange_on_command_channel(bool is_in, unsigned char* bytes, std::uint32_t length,
+                                                   std::uint32_t timeout_ms, bool& timed_out, bool* failed,
+                                                   bool& stalled, const char* method) {
+    const int code = transfer_command(is_in, bytes, length, timeout_ms, method);
     switch (outcome_of(code)) {
         case transfer_outcome::done:
             return;
         case transfer_outcome::timed_out:
             timed_out = true;
-            stalled = get_is_endpoint_stalled(command_channel, true);
+            stalled = get_is_endpoint_stalled(command_channel, is_in);
             return;
         case transfer_outcome::stalled:
-            failed = true;
+            if (failed != nullptr)
+                *failed = true;
             stalled = true;
             return;
         case transfer_outcome::failed:
-            failed = true;
-            stalled = get_is_endpoint_stalled(command_channel, true);
+            if (failed == nullptr)
+                break;
+            *failed = true;
+            stalled = get_is_endpoint_stalled(command_channel, is_in);
             return;
         case transfer_outcome::broken:
-            throw_libusb_failure("read__blocking", "bulk transfer", code);
+            break;
     }
+    throw_libusb_failure(method, "bulk transfer", code);
 }
 
 std::string libusb_fx3_class::get_usb_port_speed() {
@@ -346,6 +346,7 @@ void libusb_fx3_class::read_image_data(void* destination, std::uint32_t timeout_
     stalled = false;
     if (timeout_ms == infinite_timeout)
         throw std::runtime_error("Finite timeout required.");
+    kit::check_pointer_set(destination, "libusb_fx3_class::read_image_data: destination");
     if (image_queue.empty()) {
         failed = true;
         throw std::runtime_error("Unexpected empty transfer queue.");
@@ -411,8 +412,7 @@ void libusb_fx3_class::report_image_completion(transfer_record& record, void* de
         const auto filled = static_cast<std::size_t>(std::max(actual_length, 0));
         std::fill(record.buffer.begin() + static_cast<std::ptrdiff_t>(std::min(filled, record.buffer.size())),
                   record.buffer.end(), 0);
-        if (destination != nullptr)
-            std::memcpy(destination, record.buffer.data(), image_transfer_size);
+        std::memcpy(destination, record.buffer.data(), image_transfer_size);
         return;
     }
     failed = true;

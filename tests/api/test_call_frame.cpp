@@ -9,6 +9,9 @@
 
 #include "support/kit_fixture.h"
 
+extern "C" int c_api_null_handle_status(char* text, int text_size);
+extern "C" const char* c_api_firmware_phrase(int index);
+
 namespace {
 
 using qx::test::kit_fixture;
@@ -93,6 +96,19 @@ TEST_F(call_frame, discovery_failures_carry_the_bare_text_and_code_8) {
     char buffer[64];
     EXPECT_EQ(qx_camera_discover_available_cameras(buffer, sizeof buffer), 8);
     EXPECT_EQ(last_error(), "Error getting camera unique IDs.");
+}
+
+}  // namespace
+
+namespace {
+
+TEST(c_interface, a_c_caller_gets_the_same_status_and_text) {
+    char text[256];
+    EXPECT_EQ(c_api_null_handle_status(text, sizeof text), 1004);
+    EXPECT_STREQ(text, "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    EXPECT_STREQ(c_api_firmware_phrase(0), "Success");
+    EXPECT_STREQ(c_api_firmware_phrase(17), "Camera Running");
+    EXPECT_EQ(c_api_firmware_phrase(18), nullptr);
 }
 
 }  // namespace

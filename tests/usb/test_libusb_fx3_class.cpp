@@ -396,23 +396,34 @@ TEST_F(libusb_fx3_class_test, closing_cancels_every_transfer_in_flight) {
     EXPECT_FALSE(counts.interface_claimed);
 }
 
-TEST_F(libusb_fx3_class_test, an_infinite_image_time_out_is_refused_without_waiting) {
+TEST_F(libusb_fx3_class_test, image_reads_that_cannot_be_served_are_refused_without_consuming_a_transfer) {
     open();
     transport->prime_image_channel();
-    bool timed_out = false;
-    bool failed = false;
-    bool stalled = false;
     std::vector<unsigned char> packet(qx::usb::image_transfer_size);
-    EXPECT_THROW(
-        {
-            try {
-                transport->read_image_data(packet.data(), 0xFFFFFFFF, timed_out, failed, stalled);
-            } catch (const std::runtime_error& error) {
-                EXPECT_STREQ(error.what(), "Finite timeout required.");
-                throw;
-            }
-        },
-        std::runtime_error);
+    struct {
+        void* destination;
+        std::uint32_t timeout_ms;
+        const char* text;
+    } const rows[] = {
+        {packet.data(), 0xFFFFFFFF, "Finite timeout required."},
+        {nullptr, 50, "Pointer is unexpectedly nullptr: libusb_fx3_class::read_image_data: destination"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        bool timed_out = true;
+        bool failed = true;
+        bool stalled = true;
+        try {
+            transport->read_image_data(row.destination, row.timeout_ms, timed_out, failed, stalled);
+            ADD_FAILURE() << "the read was served";
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), row.text);
+        }
+        EXPECT_FALSE(timed_out || failed || stalled);
+    }
+    // Still all submitted: the refused reads took none off the ring.
+    EXPECT_TRUE(camera->wait_for_image_urbs_in_flight(qx::usb::image_transfers_in_flight, 5000));
+    EXPECT_EQ(camera->get_counts().submitted_image_urbs, qx::usb::image_transfers_in_flight);
 }
 
 TEST_F(libusb_fx3_class_test, an_unplug_with_transfers_in_flight_fails_the_reads_and_never_hangs) {

@@ -258,9 +258,11 @@ gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdev
     // buffer back to the client, which must not overlap the worker filling
     // them.
     std::lock_guard<std::mutex> guard(self.state_lock);
-    answer reply{-1, ENOTTY};
+    // After an unplug only the URBs that ended with it can still be reaped.
+    const bool reaping = request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB;
+    answer reply = self.unplugged && !reaping ? answer{-1, ENODEV} : answer{-1, ENOTTY};
     for (const auto& row : request_rows) {
-        if (row.request == request) {
+        if (row.request == request && (!self.unplugged || reaping)) {
             reply = (self.*row.handler)(client, arg);
             break;
         }
@@ -423,8 +425,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(con
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_capabilities(UMockdevIoctlClient*,
                                                                               UMockdevIoctlData* arg) {
-    if (unplugged)
-        return {-1, ENODEV};
     return with_argument<std::uint32_t>(arg, [](std::uint32_t& capabilities) {
         capabilities = usbfs_capabilities;
         return answer{0, 0};
@@ -433,8 +433,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_capabilities(UM
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_driver(UMockdevIoctlClient*,
                                                                         UMockdevIoctlData* arg) {
-    if (unplugged)
-        return {-1, ENODEV};
     return with_argument<usbdevfs_getdriver>(arg, [&](usbdevfs_getdriver& query) {
         if (query.interface != camera_interface)
             return answer{-1, EINVAL};
@@ -448,8 +446,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_driver(UMockdev
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::driver_ioctl(UMockdevIoctlClient*,
                                                                           UMockdevIoctlData* arg) {
-    if (unplugged)
-        return {-1, ENODEV};
     return with_argument<usbdevfs_ioctl>(arg, [&](usbdevfs_ioctl& command) {
         if (command.ifno != static_cast<int>(camera_interface))
             return answer{-1, EINVAL};
@@ -465,8 +461,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::driver_ioctl(UMockd
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::claim_interface(UMockdevIoctlClient*,
                                                                              UMockdevIoctlData* arg) {
-    if (unplugged)
-        return {-1, ENODEV};
     return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
         if (interface_number != camera_interface)
             return answer{-1, EINVAL};
@@ -480,8 +474,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::claim_interface(UMo
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::release_interface(UMockdevIoctlClient*,
                                                                                UMockdevIoctlData* arg) {
-    if (unplugged)
-        return {-1, ENODEV};
     return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
         if (interface_number != camera_interface || !interface_claimed)
             return answer{-1, EINVAL};
@@ -494,8 +486,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::release_interface(U
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::clear_halt(UMockdevIoctlClient*,
                                                                         UMockdevIoctlData* arg) {
-    if (unplugged)
-        return {-1, ENODEV};
     return with_argument<unsigned int>(arg, [&](unsigned int& endpoint) {
         if (endpoint == reserved_out_endpoint)
             return answer{0, 0};
@@ -513,8 +503,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::clear_halt(UMockdev
 }
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::reset(UMockdevIoctlClient*, UMockdevIoctlData*) {
-    if (unplugged)
-        return {-1, ENODEV};
     if (qx_emu_device_reset_port(device) != QX_EMU_OK)
         return {-1, EIO};
     halted.fill(false);
@@ -542,8 +530,7 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control(UMockdevIoc
                                   : nullptr;
     answer reply{-1, EFAULT};
     if (transfer.wLength == 0 || data != nullptr) {
-        reply = unplugged ? answer{-1, ENODEV}
-                          : control_request(setup, data != nullptr ? data->data : nullptr, transfer.wLength);
+        reply = control_request(setup, data != nullptr ? data->data : nullptr, transfer.wLength);
     }
     if (data != nullptr)
         g_object_unref(data);
@@ -572,9 +559,7 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
     urb.actual_length = 0;
 
     answer refusal{0, 0};
-    if (unplugged) {
-        refusal = {-1, ENODEV};
-    } else if (urb.type == USBDEVFS_URB_TYPE_CONTROL) {
+    if (urb.type == USBDEVFS_URB_TYPE_CONTROL) {
         if (urb.endpoint != 0 || length < static_cast<int>(setup_packet_size)) {
             refusal = {-1, EINVAL};
         } else {
