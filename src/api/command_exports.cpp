@@ -16,7 +16,9 @@ QX_CAMERA_API int _internal_command(void* handle, char* command, int command_siz
         camera.run_locked([&] {
             if (command == nullptr) throw std::invalid_argument("command");
             if (response == nullptr) throw std::invalid_argument("response");
-            if (response_size == 0) throw std::out_of_range("Response size is too small.");
+            // A negative size would reach the module as a huge one.
+            if (response_size <= 0) throw std::out_of_range("Response size is too small.");
+            if (command_size < 0) throw std::out_of_range("command_size_bytes_including_any_null_terminator");
             bool supported = true;
             camera.channel().get_exchange(command, static_cast<std::uint64_t>(command_size), nullptr, 0, response,
                                           static_cast<std::uint64_t>(response_size), false, supported);

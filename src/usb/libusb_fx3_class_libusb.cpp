@@ -20,7 +20,8 @@ constexpr int camera_interface = 0;
 constexpr std::uint32_t infinite_timeout = 0xFFFFFFFF;
 // Control requests get the same 5 s the Windows driver's requests carry.
 constexpr unsigned int control_timeout_ms = 5000;
-// How long cancelled image transfers may take to come back from libusb.
+// How long a transfer may take to come back from libusb after it was
+// cancelled, or after its own time-out.
 constexpr auto cancellation_limit = std::chrono::seconds(5);
 // The module status whose text tells the user to raise usbfs_memory_mb.
 constexpr int usbfs_memory_limit_status = 17;

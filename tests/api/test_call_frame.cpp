@@ -67,6 +67,10 @@ TEST_F(call_frame, argument_failures_name_the_argument) {
         {[&] { return _internal_command(camera, id_command, 3, nullptr, 8); }, "response Error: Invalid operation."},
         {[&] { return _internal_command(camera, id_command, 3, response, 0); },
          "Response size is too small. Error: Invalid operation."},
+        {[&] { return _internal_command(camera, id_command, 3, response, -8); },
+         "Response size is too small. Error: Invalid operation."},
+        {[&] { return _internal_command(camera, id_command, -3, response, 8); },
+         "command_size_bytes_including_any_null_terminator Error: Invalid operation."},
     };
     scripted_module().take_calls();
     for (const auto& entry : cases) {

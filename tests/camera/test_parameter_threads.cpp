@@ -43,6 +43,10 @@ bool answer_from_command(const scripted_call& call, char* response, std::uint64_
     }
     status = 0;
     std::strncpy(response, reply.c_str(), static_cast<std::size_t>(size));
+    // A pause between writing the reply and its reading by the caller widens
+    // the window in which calls sharing the reply buffer without the handle
+    // mutex would overwrite each other's replies.
+    std::this_thread::sleep_for(std::chrono::microseconds(20));
     return true;
 }
 

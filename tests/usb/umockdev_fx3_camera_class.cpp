@@ -173,7 +173,6 @@ umockdev_fx3_camera_class::umockdev_fx3_camera_class(const settings& chosen_sett
         throw std::runtime_error(std::string("the emulator refused the camera: ") + qx_emu_get_last_error());
     }
     camera_path = path;
-    kernel_driver_bound = chosen.kernel_driver_bound;
     try {
         device = qx_emu_device_open(camera_path.c_str());
         if (device == nullptr)
@@ -230,8 +229,7 @@ void umockdev_fx3_camera_class::build_testbed() {
     g_signal_connect(handler, "client-vanished", G_CALLBACK(&umockdev_fx3_camera_class::on_client_vanished),
                      this);
     GError* error = nullptr;
-    // The handler must be in place before the node exists, or the node
-    // becomes a plain file.
+    // The handler comes first, so that the node never exists without it.
     if (!umockdev_testbed_attach_ioctl(testbed, camera_node, handler, &error)) {
         throw_glib_error("umockdev_testbed_attach_ioctl", error);
     }
@@ -355,9 +353,8 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
     if (unplugged || halted[slot] || pending[slot].empty())
         return false;
     urb_record& front = pending[slot].front();
-    usbdevfs_urb& urb = urb_of(front.urb);
     auto* buffer = front.buffer != nullptr ? front.buffer->data : nullptr;
-    const int length = urb.buffer_length;
+    const int length = urb_of(front.urb).buffer_length;
     int status = QX_EMU_OK;
     int actual_length = 0;
     // The emulator is asked without waiting; the loop comes back within 1 ms.
@@ -365,31 +362,29 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
         std::size_t transferred = 0;
         status = qx_emu_device_read(device, buffer, static_cast<std::size_t>(length), &transferred, 0);
         actual_length = static_cast<int>(transferred);
-    } else if (length < QX_EMU_PACKET_SIZE) {
-        status = QX_EMU_TRANSFER_ERROR;  // the packet would overflow the buffer
-    } else {
+    } else if (length >= QX_EMU_PACKET_SIZE) {
         status = qx_emu_device_read_packet(device, buffer, 0);
         actual_length = QX_EMU_PACKET_SIZE;
     }
-    switch (status) {
-        case QX_EMU_TIMEOUT:
-            return false;
-        case QX_EMU_NO_DEVICE:
-            mark_unplugged();
-            return true;
-        default:
-            break;
+    if (status == QX_EMU_TIMEOUT)
+        return false;
+    if (status == QX_EMU_NO_DEVICE) {
+        mark_unplugged();
+        return true;
     }
-    urb_record done = front;
+    const urb_record done = front;
     pending[slot].pop_front();
-    if (status == QX_EMU_OK) {
+    if (slot == image_in_slot && length < QX_EMU_PACKET_SIZE) {
+        // A packet longer than the buffer: the controller reports babble.
+        finish(done, -EOVERFLOW, 0);
+    } else if (status == QX_EMU_OK) {
         finish(done, 0, actual_length);
     } else if (status == QX_EMU_STALL) {
         // The controller holds the endpoint's queue until the halt is cleared.
         halted[slot] = true;
         finish(done, -EPIPE, 0);
     } else {
-        finish(done, slot == image_in_slot ? -EOVERFLOW : -EPROTO, 0);
+        finish(done, -EPROTO, 0);
     }
     return true;
 }

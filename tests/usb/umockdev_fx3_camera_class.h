@@ -44,8 +44,6 @@ class umockdev_fx3_camera_class {
         std::string camera_json = "{}";
         // The "speed" attribute of the camera's sysfs node, in Mbit/s.
         std::string speed = "5000";
-        // A kernel driver holds interface 0 until it is detached.
-        bool kernel_driver_bound = true;
         // When above 0: a submission on 0x83 beyond this many URBs in flight
         // fails with ENOMEM, as usbfs does when usbfs_memory_mb is used up.
         int image_urb_limit = 0;
@@ -81,7 +79,8 @@ class umockdev_fx3_camera_class {
 
     const std::string& emulator_path() const { return camera_path; }
 
-    // Unplugs the camera from the emulator and the bus.
+    // Unplugs the camera: the emulator loses it, the URBs in flight end with
+    // ESHUTDOWN and every later request answers ENODEV.
     void unplug();
 
     counts get_counts() const;
@@ -128,6 +127,7 @@ class umockdev_fx3_camera_class {
     void mark_unplugged();
     answer control_request(const unsigned char* setup, unsigned char* data, int data_length);
 
+    // The request handlers; on_handle_ioctl holds state_lock around each.
     answer get_capabilities(UMockdevIoctlClient*, UMockdevIoctlData* arg);
     answer get_driver(UMockdevIoctlClient*, UMockdevIoctlData* arg);
     answer driver_ioctl(UMockdevIoctlClient*, UMockdevIoctlData* arg);
@@ -150,7 +150,7 @@ class umockdev_fx3_camera_class {
     mutable std::condition_variable state_changed;
     bool stopping = false;                                       // guarded by state_lock
     bool unplugged = false;                                      // guarded by state_lock
-    bool kernel_driver_bound = false;                            // guarded by state_lock
+    bool kernel_driver_bound = true;                             // guarded by state_lock: until detached
     bool interface_claimed = false;                              // guarded by state_lock
     std::array<bool, endpoint_slots> halted{};                   // guarded by state_lock
     std::array<std::deque<urb_record>, endpoint_slots> pending;  // guarded by state_lock
