@@ -41,11 +41,11 @@ extern "C" {
 
 /** Results of emulator calls. */
 typedef enum qx_emu_status {
-    QX_EMU_OK = 0,            /**< success */
-    QX_EMU_TIMEOUT = -1,      /**< nothing arrived within the time-out */
-    QX_EMU_STALL = -2,        /**< the endpoint is stalled until cleared */
-    QX_EMU_NO_DEVICE = -3,    /**< the camera is unplugged (or the path is unknown) */
-    QX_EMU_INVALID = -4,      /**< bad argument or configuration */
+    QX_EMU_OK = 0,             /**< success */
+    QX_EMU_TIMEOUT = -1,       /**< nothing arrived within the time-out */
+    QX_EMU_STALL = -2,         /**< the endpoint is stalled until cleared */
+    QX_EMU_NO_DEVICE = -3,     /**< the camera is unplugged (or the path is unknown) */
+    QX_EMU_INVALID = -4,       /**< bad argument or configuration */
     QX_EMU_TRANSFER_ERROR = -5 /**< the transfer failed for another reason */
 } qx_emu_status;
 
@@ -138,19 +138,19 @@ QX_EMU_API int qx_emu_set_faults(const char* device_path, const char* faults_jso
 
 /** Counters of one camera since it was plugged in. */
 typedef struct qx_emu_counters {
-    uint64_t frames_started;   /**< frames whose first packet was produced */
-    uint64_t frames_completed; /**< frames whose last packet was delivered */
-    uint64_t frames_dropped;   /**< frames the camera skipped because the host did not read in time */
-    uint64_t packets_sent;     /**< image packets delivered to the host */
-    uint64_t commands_received;/**< command-channel writes */
-    uint64_t faults_injected;  /**< all injected faults */
-    uint64_t faults_by_kind[8];/**< per kind, indexed by #qx_emu_fault_kind */
+    uint64_t frames_started;    /**< frames whose first packet was produced */
+    uint64_t frames_completed;  /**< frames whose last packet was delivered */
+    uint64_t frames_dropped;    /**< frames the camera skipped because the host did not read in time */
+    uint64_t packets_sent;      /**< image packets delivered to the host */
+    uint64_t commands_received; /**< command-channel writes */
+    uint64_t faults_injected;   /**< all injected faults */
+    uint64_t faults_by_kind[8]; /**< per kind, indexed by #qx_emu_fault_kind */
 } qx_emu_counters;
 
 /** Fault kinds, as counted in qx_emu_counters::faults_by_kind. */
 typedef enum qx_emu_fault_kind {
     QX_EMU_FAULT_DROP_PACKET = 0,
-    QX_EMU_FAULT_SEQUENCE_GAP = 1,     /**< a sequence number skipped or repeated */
+    QX_EMU_FAULT_SEQUENCE_GAP = 1, /**< a sequence number skipped or repeated */
     QX_EMU_FAULT_CORRUPT_HEADER = 2,
     QX_EMU_FAULT_STALL_IMAGE = 3,
     QX_EMU_FAULT_STALL_COMMAND = 4,
@@ -176,7 +176,8 @@ QX_EMU_API qx_emu_device* qx_emu_device_open(const char* device_path);
 /** Closes a device; null is accepted. */
 QX_EMU_API void qx_emu_device_close(qx_emu_device* device);
 /** Vendor and product id of the device. */
-QX_EMU_API int qx_emu_device_get_ids(qx_emu_device* device, unsigned int* vendor_id, unsigned int* product_id);
+QX_EMU_API int qx_emu_device_get_ids(qx_emu_device* device, unsigned int* vendor_id,
+                                     unsigned int* product_id);
 /** USB speed code (#QX_EMU_SPEED_SUPER ...), or a negative status. */
 QX_EMU_API int qx_emu_device_get_speed(qx_emu_device* device);
 
@@ -184,7 +185,8 @@ QX_EMU_API int qx_emu_device_get_speed(qx_emu_device* device);
  * Writes one command (bytes including the terminating NUL) on the command
  * OUT endpoint. Blocks at most @p timeout_ms.
  */
-QX_EMU_API int qx_emu_device_write(qx_emu_device* device, const void* data, size_t size, unsigned int timeout_ms);
+QX_EMU_API int qx_emu_device_write(qx_emu_device* device, const void* data, size_t size,
+                                   unsigned int timeout_ms);
 /**
  * Reads the reply to the last command from the command IN endpoint into
  * @p buffer (up to @p capacity bytes, at most #QX_EMU_REPLY_SIZE) and writes

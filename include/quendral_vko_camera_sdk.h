@@ -50,20 +50,20 @@ extern "C" {
  *  #QX_STATUS_INSUFFICIENT_BUFFER, #QX_STATUS_INVALID_PARAMETER or
  *  #QX_MODULE_STATUS_INITIALIZATION_FAILURE.
  *  @{ */
-#define QX_STATUS_SUCCESS 0                         /**< "No error" */
-#define QX_STATUS_NO_ERROR 1000                     /**< "No error" */
-#define QX_STATUS_INSUFFICIENT_BUFFER 1001          /**< "Error: Insufficient buffer size." */
-#define QX_STATUS_UNSUPPORTED 1002                  /**< "Error: Unsupported parameter or camera feature." */
-#define QX_STATUS_INVALID_PARAMETER 1003            /**< "Error: Invalid parameter. Check documentation ..." */
-#define QX_STATUS_INVALID_OPERATION 1004            /**< "Error: Invalid operation." */
-#define QX_STATUS_FIRMWARE_ERROR 1005               /**< "Error: Firmware-reported error." */
-#define QX_STATUS_UNKNOWN 1006                      /**< "Error: Unknown." */
-#define QX_MODULE_STATUS_TOO_MANY_FUNCTIONS 2       /**< "Error: Too many internal functions requested" */
-#define QX_MODULE_STATUS_OBJECT_NOT_FOUND 5         /**< "Error: Object not found" */
-#define QX_MODULE_STATUS_GET_DATA_FAILED 6          /**< "Error: Get data failed" */
-#define QX_MODULE_STATUS_SET_DATA_FAILED 7          /**< "Error: Set data failed" */
-#define QX_MODULE_STATUS_INITIALIZATION_FAILURE 8   /**< "Error: Initialization failure" */
-#define QX_MODULE_STATUS_USB_MEMORY_LIMIT 17        /**< USB transfer memory limit (usbfs_memory_mb) */
+#define QX_STATUS_SUCCESS 0                       /**< "No error" */
+#define QX_STATUS_NO_ERROR 1000                   /**< "No error" */
+#define QX_STATUS_INSUFFICIENT_BUFFER 1001        /**< "Error: Insufficient buffer size." */
+#define QX_STATUS_UNSUPPORTED 1002                /**< "Error: Unsupported parameter or camera feature." */
+#define QX_STATUS_INVALID_PARAMETER 1003          /**< "Error: Invalid parameter. Check documentation ..." */
+#define QX_STATUS_INVALID_OPERATION 1004          /**< "Error: Invalid operation." */
+#define QX_STATUS_FIRMWARE_ERROR 1005             /**< "Error: Firmware-reported error." */
+#define QX_STATUS_UNKNOWN 1006                    /**< "Error: Unknown." */
+#define QX_MODULE_STATUS_TOO_MANY_FUNCTIONS 2     /**< "Error: Too many internal functions requested" */
+#define QX_MODULE_STATUS_OBJECT_NOT_FOUND 5       /**< "Error: Object not found" */
+#define QX_MODULE_STATUS_GET_DATA_FAILED 6        /**< "Error: Get data failed" */
+#define QX_MODULE_STATUS_SET_DATA_FAILED 7        /**< "Error: Set data failed" */
+#define QX_MODULE_STATUS_INITIALIZATION_FAILURE 8 /**< "Error: Initialization failure" */
+#define QX_MODULE_STATUS_USB_MEMORY_LIMIT 17      /**< USB transfer memory limit (usbfs_memory_mb) */
 /** @} */
 
 /** @name Callback types
@@ -221,8 +221,9 @@ QX_CAMERA_API int qx_camera_set_roi(void* handle, int upper_left_x, int upper_le
                                     int lower_right_y);
 /** The smallest and the largest region of interest, four corners each. */
 QX_CAMERA_API int qx_camera_get_roi_range(void* handle, int* upper_left_x_min, int* upper_left_y_min,
-                                          int* lower_right_x_min, int* lower_right_y_min, int* upper_left_x_max,
-                                          int* upper_left_y_max, int* lower_right_x_max, int* lower_right_y_max);
+                                          int* lower_right_x_min, int* lower_right_y_min,
+                                          int* upper_left_x_max, int* upper_left_y_max,
+                                          int* lower_right_x_max, int* lower_right_y_max);
 
 /** Width of the delivered image in pixels. */
 QX_CAMERA_API int qx_camera_get_image_width(void* handle, int* width_pixels);
@@ -231,7 +232,8 @@ QX_CAMERA_API int qx_camera_get_image_width_range(void* handle, int* image_width
 /** Height of the delivered image in pixels. */
 QX_CAMERA_API int qx_camera_get_image_height(void* handle, int* height_pixels);
 /** Smallest and largest image height. */
-QX_CAMERA_API int qx_camera_get_image_height_range(void* handle, int* image_height_min, int* image_height_max);
+QX_CAMERA_API int qx_camera_get_image_height_range(void* handle, int* image_height_min,
+                                                   int* image_height_max);
 /** Sensor width in pixels: the largest region's lower-right x plus one. */
 QX_CAMERA_API int qx_camera_get_sensor_width(void* handle, int* width_pixels);
 /** Sensor height in pixels: the largest region's lower-right y plus one. */
@@ -259,17 +261,21 @@ QX_CAMERA_API int qx_camera_set_frames_per_trigger_zero_for_unlimited(void* hand
 QX_CAMERA_API int qx_camera_get_frames_per_trigger_range(void* handle, int* nframes_min, int* nframes_max);
 
 /** Hot-pixel correction threshold. */
-QX_CAMERA_API int qx_camera_get_hot_pixel_correction_threshold(void* handle, int* hot_pixel_correction_threshold);
+QX_CAMERA_API int qx_camera_get_hot_pixel_correction_threshold(void* handle,
+                                                               int* hot_pixel_correction_threshold);
 /** Sets the threshold; a negative value fails with "hot_pixel_correction_threshold". */
-QX_CAMERA_API int qx_camera_set_hot_pixel_correction_threshold(void* handle, int hot_pixel_correction_threshold);
+QX_CAMERA_API int qx_camera_set_hot_pixel_correction_threshold(void* handle,
+                                                               int hot_pixel_correction_threshold);
 /** Smallest and largest threshold. */
 QX_CAMERA_API int qx_camera_get_hot_pixel_correction_threshold_range(void* handle,
                                                                      int* hot_pixel_correction_threshold_min,
                                                                      int* hot_pixel_correction_threshold_max);
 /** 1 unless the camera reports the correction "off". */
-QX_CAMERA_API int qx_camera_get_is_hot_pixel_correction_enabled(void* handle, int* is_hot_pixel_correction_enabled);
+QX_CAMERA_API int qx_camera_get_is_hot_pixel_correction_enabled(void* handle,
+                                                                int* is_hot_pixel_correction_enabled);
 /** Switches the correction on (non-zero) or off (0). */
-QX_CAMERA_API int qx_camera_set_is_hot_pixel_correction_enabled(void* handle, int is_hot_pixel_correction_enabled);
+QX_CAMERA_API int qx_camera_set_is_hot_pixel_correction_enabled(void* handle,
+                                                                int is_hot_pixel_correction_enabled);
 
 /**
  * 1 when frame-rate control is on. Every frame-rate control function fails
@@ -427,12 +433,14 @@ QX_CAMERA_API int qx_camera_get_user_memory_maximum_size(void* handle, long long
  * Reads @p size bytes from @p offset into @p data. A failure part-way leaves
  * the bytes read so far in @p data.
  */
-QX_CAMERA_API int qx_camera_get_user_memory(void* handle, unsigned char* data, long long size, long long offset);
+QX_CAMERA_API int qx_camera_get_user_memory(void* handle, unsigned char* data, long long size,
+                                            long long offset);
 /**
  * Erases @p size bytes from @p offset, then writes @p data there. A failure
  * part-way leaves the erased range partly written.
  */
-QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, long long size, long long offset);
+QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, long long size,
+                                            long long offset);
 /** @} */
 
 /** @name Image acquisition
@@ -480,8 +488,9 @@ QX_CAMERA_API int qx_camera_get_frame_available_callback(void* handle, frame_ava
  * @param metadata      receives the frame's metadata record
  * @param metadata_size receives its size in bytes
  */
-QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned short** image_data, int* frame_count,
-                                                      unsigned char** metadata, int* metadata_size);
+QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned short** image_data,
+                                                      int* frame_count, unsigned char** metadata,
+                                                      int* metadata_size);
 
 /** Reads the poll time-out in milliseconds (100 after opening). */
 QX_CAMERA_API int qx_camera_get_image_poll_timeout(void* handle, int* milliseconds);

@@ -18,12 +18,12 @@
 #define QX_FIRMWARE_PHRASE_COUNT 18
 
 /** The phrases, as a list of string literals for an array initialiser. */
-#define QX_FIRMWARE_PHRASES                                                                              \
-    "Success", "Command not found", "Too many arguments", "Not enough arguments", "Invalid command",     \
-        "Duplicate command", "Command missing in JSON structure", "Initializing",                        \
-        "Command option not supported", "FPGA not programmed",                                           \
-        "Width must start even, end odd and be multiple of 4", "Height and/or width out of range",       \
-        "Parameter out of range", "Command locked",                                                      \
+#define QX_FIRMWARE_PHRASES                                                                               \
+    "Success", "Command not found", "Too many arguments", "Not enough arguments", "Invalid command",      \
+        "Duplicate command", "Command missing in JSON structure", "Initializing",                         \
+        "Command option not supported", "FPGA not programmed",                                            \
+        "Width must start even, end odd and be multiple of 4", "Height and/or width out of range",        \
+        "Parameter out of range", "Command locked",                                                       \
         "Camera running (parameter cannot be set while in this mode)", "Roi and bin combination invalid", \
         "Image data sync failure", "Camera Running"
 

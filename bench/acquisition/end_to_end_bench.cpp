@@ -45,11 +45,14 @@ double process_cpu_seconds() {
 }
 
 void stream_to_callback(benchmark::State& state, const char* packing, double stream_bytes_per_pixel) {
-    const std::string config = std::string(R"({"cameras":[{"id":"BENCH","serial":"SN-BENCH","sensor_width":)") +
-                               std::to_string(frame_width) + R"(,"sensor_height":)" + std::to_string(frame_height) +
-                               R"(,"bit_depth":12,"packing":")" + packing + R"(","pacing":"fast"}]})";
-    if (qx_emu_reset(config.c_str()) != QX_EMU_OK) return state.SkipWithError(qx_emu_get_last_error());
-    if (qx_camera_open_sdk() != 0) return state.SkipWithError(qx_camera_get_last_error());
+    const std::string config =
+        std::string(R"({"cameras":[{"id":"BENCH","serial":"SN-BENCH","sensor_width":)") +
+        std::to_string(frame_width) + R"(,"sensor_height":)" + std::to_string(frame_height) +
+        R"(,"bit_depth":12,"packing":")" + packing + R"(","pacing":"fast"}]})";
+    if (qx_emu_reset(config.c_str()) != QX_EMU_OK)
+        return state.SkipWithError(qx_emu_get_last_error());
+    if (qx_camera_open_sdk() != 0)
+        return state.SkipWithError(qx_camera_get_last_error());
     char serials[256] = {};
     void* camera = nullptr;
     char serial[] = "SN-BENCH";
@@ -91,11 +94,16 @@ void stream_to_callback(benchmark::State& state, const char* packing, double str
     const double stream_bytes = frame_width * frame_height * stream_bytes_per_pixel;
     state.counters["frames_per_second"] = frames_per_second;
     state.counters["cpu_ms_per_frame"] = cpu / frames * 1e3;
-    state.counters["ratio_to_usb3_line_rate"] = frames_per_second * stream_bytes / usb3_line_rate_bytes_per_second;
+    state.counters["ratio_to_usb3_line_rate"] =
+        frames_per_second * stream_bytes / usb3_line_rate_bytes_per_second;
 }
 
-void stream_packed_12bit(benchmark::State& state) { stream_to_callback(state, "12", 1.5); }
-void stream_unpacked_16bit(benchmark::State& state) { stream_to_callback(state, "none", 2.0); }
+void stream_packed_12bit(benchmark::State& state) {
+    stream_to_callback(state, "12", 1.5);
+}
+void stream_unpacked_16bit(benchmark::State& state) {
+    stream_to_callback(state, "none", 2.0);
+}
 BENCHMARK(stream_packed_12bit)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3.0);
 BENCHMARK(stream_unpacked_16bit)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3.0);
 

@@ -105,14 +105,15 @@ BENCHMARK(unpack_12bit_frame_scalar)->Unit(benchmark::kMillisecond)->UseRealTime
 // A transport that answers the arm sequence from a table and replays one
 // frame's packets as fast as they are read.
 class replay_transport final : public qx::usb::usb_driver_base {
-public:
+  public:
     replay_transport(bool packed) : usb_driver_base("REPLAY:BENCH") {
         const std::size_t stream_bytes = packed ? pixel_count * 3 / 2 : frame_bytes;
         const std::size_t total = 56 + stream_bytes;
         const std::size_t packet_count = (total + 16379) / 16380;
         std::vector<std::uint8_t> stream(packet_count * 16380, 0);
-        const std::uint32_t words[14] = {0x004F4B56, 1, 0x544E4346, 7, 0x46464F49, 7, 0x544D4649, packed ? 1u : 0u,
-                                         0x4F4C5354, 0, 0x49485354, 0, 0x54444E45, 0};
+        const std::uint32_t words[14] = {0x004F4B56, 1,          0x544E4346,       7,          0x46464F49,
+                                         7,          0x544D4649, packed ? 1u : 0u, 0x4F4C5354, 0,
+                                         0x49485354, 0,          0x54444E45,       0};
         std::memcpy(stream.data(), words, sizeof words);
         const auto pixels = random_bytes(stream_bytes);
         std::memcpy(stream.data() + 56, pixels.data(), stream_bytes);
@@ -123,8 +124,11 @@ public:
             std::memcpy(packet.data() + 4, stream.data() + index * 16380, 16380);
             packets.push_back(std::move(packet));
         }
-        replies = {{"id", "BENCH"}, {"sernum", "BENCH"}, {"prnu crc 0", "none"},
-                   {"pixel_bit_depth", "12"}, {"image_width", std::to_string(frame_width)},
+        replies = {{"id", "BENCH"},
+                   {"sernum", "BENCH"},
+                   {"prnu crc 0", "none"},
+                   {"pixel_bit_depth", "12"},
+                   {"image_width", std::to_string(frame_width)},
                    {"image_height", std::to_string(frame_height)}};
     }
 
@@ -139,13 +143,15 @@ public:
         std::lock_guard<std::mutex> guard(mutex);
         std::string reply = "Success";
         for (const auto& [command, answer] : replies) {
-            if (command == last_command) reply = answer;
+            if (command == last_command)
+                reply = answer;
         }
         std::memset(destination, 0, 1024);
         std::memcpy(destination, reply.c_str(), reply.size());
     }
     std::string get_usb_port_speed() override { return "USB 3.0"; }
-    void read_image_data(void* destination, std::uint32_t, bool& timed_out, bool& failed, bool& stalled) override {
+    void read_image_data(void* destination, std::uint32_t, bool& timed_out, bool& failed,
+                         bool& stalled) override {
         timed_out = failed = stalled = false;
         std::memcpy(destination, packets[next].data(), 16384);
         next = (next + 1) % packets.size();
@@ -155,7 +161,7 @@ public:
     void unstall_endpoint(int, bool) override {}
     void reset_parent_port() override {}
 
-private:
+  private:
     std::mutex mutex;
     std::string last_command;  // guarded by mutex
     std::vector<std::pair<std::string, std::string>> replies;
@@ -173,13 +179,18 @@ void assemble_frames(benchmark::State& state, bool packed) {
     camera.image_poll_timeout_ms.store(2000);
     const double seconds = time_iterations(state, [&] {
         unsigned char* frame = camera.acquisition.poll_frame();
-        if (frame == nullptr) state.SkipWithError("no frame assembled");
+        if (frame == nullptr)
+            state.SkipWithError("no frame assembled");
         benchmark::DoNotOptimize(frame);
     });
     report(state, frame_bytes, frame_bytes, seconds);
 }
-void assemble_unpacked_frames(benchmark::State& state) { assemble_frames(state, false); }
-void assemble_packed_12bit_frames(benchmark::State& state) { assemble_frames(state, true); }
+void assemble_unpacked_frames(benchmark::State& state) {
+    assemble_frames(state, false);
+}
+void assemble_packed_12bit_frames(benchmark::State& state) {
+    assemble_frames(state, true);
+}
 BENCHMARK(assemble_unpacked_frames)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(assemble_packed_12bit_frames)->Unit(benchmark::kMillisecond)->UseRealTime();
 

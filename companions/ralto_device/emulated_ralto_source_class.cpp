@@ -18,11 +18,13 @@ class emulated_ralto_camera_class final : public ralto_camera_class {
 
     int get_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
                  char* response, std::uint64_t response_size) override {
-        return device_qv::dispatch_get({camera_, command, command_size, data, data_size, response, response_size});
+        return device_qv::dispatch_get(
+            {camera_, command, command_size, data, data_size, response, response_size});
     }
     int set_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
                  char* response, std::uint64_t response_size) override {
-        return device_qv::dispatch_set({camera_, command, command_size, data, data_size, response, response_size});
+        return device_qv::dispatch_set(
+            {camera_, command, command_size, data, data_size, response, response_size});
     }
 
   private:
@@ -38,7 +40,8 @@ std::vector<listed_camera> emulated_ralto_source_class::list_cameras() {
     const int count = qx_emu_get_camera_count(emulator_family);
     for (int index = 0; index < count; ++index) {
         char path[256] = {};
-        if (qx_emu_get_camera_path(emulator_family, index, path, sizeof path) != QX_EMU_OK) continue;
+        if (qx_emu_get_camera_path(emulator_family, index, path, sizeof path) != QX_EMU_OK)
+            continue;
         try {
             usb::emulated_fx3_class transport(path);
             device_qv::qv_camera_class camera(&transport);
@@ -58,7 +61,8 @@ std::unique_ptr<ralto_camera_class> emulated_ralto_source_class::open_camera(con
     {
         std::lock_guard<std::mutex> guard(mutex_);
         const auto entry = paths_.find(device_id);
-        if (entry == paths_.end()) return nullptr;
+        if (entry == paths_.end())
+            return nullptr;
         path = entry->second;
     }
     try {

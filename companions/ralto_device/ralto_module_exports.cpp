@@ -4,8 +4,8 @@
 #include <array>
 #include <cstring>
 
-#include "quendral_vko_device_module.h"
 #include "emulated_ralto_source_class.h"
+#include "quendral_vko_device_module.h"
 #include "ralto_module_class.h"
 
 #if defined(_WIN32)

@@ -69,13 +69,15 @@ frame_record scan_frame_record(unsigned char* slot) {
     for (int pair = 0; pair < record_pair_limit && pair * 2 < 4095; ++pair) {
         const std::uint32_t key = word_at(slot, static_cast<std::size_t>(pair) * 2);
         const std::uint32_t value = word_at(slot, static_cast<std::size_t>(pair) * 2 + 1);
-        if (key == tag("FCNT")) record.frame_count = static_cast<int>(value);
+        if (key == tag("FCNT"))
+            record.frame_count = static_cast<int>(value);
         if (key == tag("IOFF")) {
             offset_seen = true;
             record.metadata_size = static_cast<int>(value * 8);
             record.image_data = reinterpret_cast<unsigned short*>(slot + static_cast<std::size_t>(value) * 8);
         }
-        if (key == tag("ENDT")) break;
+        if (key == tag("ENDT"))
+            break;
     }
     record.metadata = slot;
     if (!offset_seen) {
@@ -85,11 +87,14 @@ frame_record scan_frame_record(unsigned char* slot) {
     return record;
 }
 
-frame_acquisition_class::~frame_acquisition_class() { stop_remaining_frame_loop(); }
+frame_acquisition_class::~frame_acquisition_class() {
+    stop_remaining_frame_loop();
+}
 
 void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer) {
     handle.run_locked([&] {
-        if (number_of_frames_to_buffer < 2) throw std::invalid_argument("number_of_frames_to_buffer");
+        if (number_of_frames_to_buffer < 2)
+            throw std::invalid_argument("number_of_frames_to_buffer");
         kit::check_false(armed, "Camera is already armed.");
 
         auto& channel = handle.channel();
@@ -104,7 +109,8 @@ void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int numbe
         const int bytes_per_frame = camera::to_int(handle.response);
 
         const std::int64_t wanted = static_cast<std::int64_t>(number_of_frames_to_buffer) * bytes_per_frame;
-        if (wanted <= 0 || wanted > INT32_MAX) throw std::out_of_range("Frame buffer size is out of range.");
+        if (wanted <= 0 || wanted > INT32_MAX)
+            throw std::out_of_range("Frame buffer size is out of range.");
         // The old block stays alive until the device has taken the new one,
         // so no slot of it is written after it is freed.
         std::unique_ptr<unsigned char[]> replaced;
@@ -116,8 +122,10 @@ void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int numbe
         channel.set_exchange("arm", 4, frame_buffer.get(), static_cast<std::uint64_t>(frame_buffer_size),
                              handle.response, static_cast<std::int32_t>(kit::handle_response_size), false);
 
-        if (frame_loop) stop_frame_loop();
-        if (callback != nullptr) start_frame_loop(handle);
+        if (frame_loop)
+            stop_frame_loop();
+        if (callback != nullptr)
+            start_frame_loop(handle);
         armed = true;
     });
 }
@@ -147,7 +155,8 @@ void frame_acquisition_class::issue_software_trigger(kit::qx_camera_handle_class
 }
 
 void frame_acquisition_class::set_frame_available_callback(kit::qx_camera_handle_class& handle,
-                                                           frame_available_callback new_callback, void* context) {
+                                                           frame_available_callback new_callback,
+                                                           void* context) {
     handle.run_locked([&] {
         kit::check_false(armed, "Callback cannot be set while the camera is armed.");
         callback = new_callback;
@@ -163,8 +172,9 @@ void frame_acquisition_class::get_frame_available_callback(kit::qx_camera_handle
     });
 }
 
-void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& handle, unsigned short** image_data,
-                                                int* frame_count, unsigned char** metadata, int* metadata_size) {
+void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& handle,
+                                                unsigned short** image_data, int* frame_count,
+                                                unsigned char** metadata, int* metadata_size) {
     handle.run_locked([&] {
         kit::check_argument(image_data, "image_buffer_param");
         kit::check_argument(frame_count, "frame_count");
@@ -176,7 +186,8 @@ void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& han
         std::uint64_t frame = 0;
         poll_reply[0] = '\0';
         bool supported = true;
-        handle.channel().get_exchange("image_poll", 11, &frame, 1, poll_reply, reply_buffer_size, false, supported);
+        handle.channel().get_exchange("image_poll", 11, &frame, 1, poll_reply, reply_buffer_size, false,
+                                      supported);
         kit::check_true(supported, not_supported_text);
         if (frame == 0) {
             *image_data = nullptr;
@@ -252,7 +263,8 @@ void frame_acquisition_class::stop_frame_loop() {
 
 void frame_acquisition_class::stop_remaining_frame_loop() noexcept {
     try {
-        if (!frame_loop) return;
+        if (!frame_loop)
+            return;
         stop_requested.exchange(true);
         if (frame_loop->get_id() == std::this_thread::get_id()) {
             frame_loop->detach();
@@ -277,7 +289,8 @@ void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle
         int frames = 0;
         double interval_start = now_in_seconds();
         for (;;) {
-            if (stop_requested.load()) return;
+            if (stop_requested.load())
+                return;
             const double now = now_in_seconds();
             const double elapsed = now - interval_start;
             if (elapsed >= 1.0) {
@@ -291,33 +304,37 @@ void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle
             static constexpr char wait_command[] = "image_wait_per_frame";
             if (handle.device().get_data(wait_command, sizeof wait_command, &frame, 0, frame_loop_reply,
                                          reply_buffer_size) != 0) {
-                throw std::runtime_error(handle.channel().context_text(wait_command, sizeof wait_command, 0,
-                                                                       reply_buffer_size) +
-                                         "Error getting data.");
+                throw std::runtime_error(
+                    handle.channel().context_text(wait_command, sizeof wait_command, 0, reply_buffer_size) +
+                    "Error getting data.");
             }
             const std::string_view reply(frame_loop_reply, strnlen(frame_loop_reply, reply_buffer_size));
             if (const auto phrase = camera::find_firmware_phrase(reply)) {
                 kit::check_true(reply.find(camera::invalid_command_phrase) == std::string_view::npos,
                                 not_supported_text);
-                throw std::runtime_error(handle.channel().context_text(wait_command, sizeof wait_command, 0,
-                                                                       reply_buffer_size) +
-                                         std::string(reply.substr(*phrase)) + "'");
+                throw std::runtime_error(
+                    handle.channel().context_text(wait_command, sizeof wait_command, 0, reply_buffer_size) +
+                    std::string(reply.substr(*phrase)) + "'");
             }
-            if (frame == 0) continue;
+            if (frame == 0)
+                continue;
 
             // Wait for the handle, but give way to a stop: an arm or a close
             // may hold the handle while it waits for this loop to end.
             std::unique_lock<std::recursive_timed_mutex> guard(handle.handle_mutex, std::defer_lock);
             while (!guard.try_lock_for(std::chrono::milliseconds(10))) {
-                if (stop_requested.load()) return;
+                if (stop_requested.load())
+                    return;
             }
             const frame_available_callback current = callback;
-            if (current == nullptr) continue;
+            if (current == nullptr)
+                continue;
             const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame));
             void* context = callback_context;
             guard.unlock();
 
-            current(&handle, record.image_data, record.frame_count, record.metadata, record.metadata_size, context);
+            current(&handle, record.image_data, record.frame_count, record.metadata, record.metadata_size,
+                    context);
             ++frames;
         }
     } catch (const std::exception& failure) {

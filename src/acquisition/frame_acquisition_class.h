@@ -34,7 +34,7 @@ struct frame_record {
 frame_record scan_frame_record(unsigned char* slot);
 
 class frame_acquisition_class {
-public:
+  public:
     frame_acquisition_class() = default;
     // Frees the frame buffer; the frame loop must already be stopped.
     ~frame_acquisition_class();
@@ -50,7 +50,8 @@ public:
     void issue_software_trigger(kit::qx_camera_handle_class& handle);
     void set_frame_available_callback(kit::qx_camera_handle_class& handle, frame_available_callback callback,
                                       void* context);
-    void get_frame_available_callback(kit::qx_camera_handle_class& handle, frame_available_callback* callback);
+    void get_frame_available_callback(kit::qx_camera_handle_class& handle,
+                                      frame_available_callback* callback);
     void get_pending_frame(kit::qx_camera_handle_class& handle, unsigned short** image_data, int* frame_count,
                            unsigned char** metadata, int* metadata_size);
     void set_image_poll_timeout(kit::qx_camera_handle_class& handle, int milliseconds);
@@ -63,22 +64,22 @@ public:
 
     bool is_armed() const { return armed; }
 
-private:
+  private:
     void start_frame_loop(kit::qx_camera_handle_class& handle);
     void stop_frame_loop();
     void run_frame_loop(kit::qx_camera_handle_class& handle);
 
-    bool armed = false;                       // guarded by the handle mutex
+    bool armed = false;                             // guarded by the handle mutex
     std::unique_ptr<unsigned char[]> frame_buffer;  // guarded by the handle mutex
-    std::int32_t frame_buffer_size = 0;       // guarded by the handle mutex
-    frame_available_callback callback = nullptr;  // guarded by the handle mutex
-    void* callback_context = nullptr;         // guarded by the handle mutex
+    std::int32_t frame_buffer_size = 0;             // guarded by the handle mutex
+    frame_available_callback callback = nullptr;    // guarded by the handle mutex
+    void* callback_context = nullptr;               // guarded by the handle mutex
 
     std::unique_ptr<std::thread> frame_loop;  // guarded by the handle mutex
     std::atomic<bool> stop_requested{false};
     std::mutex handshake_mutex;
     std::condition_variable handshake;
-    bool loop_started = false;                // guarded by handshake_mutex
+    bool loop_started = false;  // guarded by handshake_mutex
     std::atomic<double> measured_frame_rate{0.0};
 };
 

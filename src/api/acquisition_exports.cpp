@@ -11,9 +11,8 @@ namespace {
 // Runs an acquisition method of the handle through the camera call frame.
 template <class Method, class... Arguments>
 int acquisition_call(void* handle, Method method, Arguments... arguments) {
-    return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& camera) {
-        (camera.acquisition.*method)(camera, arguments...);
-    });
+    return qx::api::run_camera_call(
+        handle, [&](qx_camera_handle_class& camera) { (camera.acquisition.*method)(camera, arguments...); });
 }
 
 using acquisition = qx::acquisition::frame_acquisition_class;
@@ -26,7 +25,9 @@ QX_CAMERA_API int qx_camera_arm(void* handle, int number_of_frames_to_buffer) {
     return acquisition_call(handle, &acquisition::arm, number_of_frames_to_buffer);
 }
 
-QX_CAMERA_API int qx_camera_disarm(void* handle) { return acquisition_call(handle, &acquisition::disarm); }
+QX_CAMERA_API int qx_camera_disarm(void* handle) {
+    return acquisition_call(handle, &acquisition::disarm);
+}
 
 QX_CAMERA_API int qx_camera_issue_software_trigger(void* handle) {
     return acquisition_call(handle, &acquisition::issue_software_trigger);
@@ -45,8 +46,9 @@ QX_CAMERA_API int qx_camera_get_frame_available_callback(void* handle, frame_ava
     return acquisition_call(handle, &acquisition::get_frame_available_callback, callback);
 }
 
-QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned short** image_data, int* frame_count,
-                                                      unsigned char** metadata, int* metadata_size) {
+QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned short** image_data,
+                                                      int* frame_count, unsigned char** metadata,
+                                                      int* metadata_size) {
     return acquisition_call(handle, &acquisition::get_pending_frame, image_data, frame_count, metadata,
                             metadata_size);
 }

@@ -14,14 +14,19 @@ QX_CAMERA_API int _internal_command(void* handle, char* command, int command_siz
                                     int response_size) {
     return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& camera) {
         camera.run_locked([&] {
-            if (command == nullptr) throw std::invalid_argument("command");
-            if (response == nullptr) throw std::invalid_argument("response");
+            if (command == nullptr)
+                throw std::invalid_argument("command");
+            if (response == nullptr)
+                throw std::invalid_argument("response");
             // A negative size would reach the module as a huge one.
-            if (response_size <= 0) throw std::out_of_range("Response size is too small.");
-            if (command_size < 0) throw std::out_of_range("command_size_bytes_including_any_null_terminator");
+            if (response_size <= 0)
+                throw std::out_of_range("Response size is too small.");
+            if (command_size < 0)
+                throw std::out_of_range("command_size_bytes_including_any_null_terminator");
             bool supported = true;
-            camera.channel().get_exchange(command, static_cast<std::uint64_t>(command_size), nullptr, 0, response,
-                                          static_cast<std::uint64_t>(response_size), false, supported);
+            camera.channel().get_exchange(command, static_cast<std::uint64_t>(command_size), nullptr, 0,
+                                          response, static_cast<std::uint64_t>(response_size), false,
+                                          supported);
             qx::kit::check_true(supported, "Command is not supported.");
         });
     });
@@ -30,8 +35,10 @@ QX_CAMERA_API int _internal_command(void* handle, char* command, int command_siz
 QX_CAMERA_API int _set_image_size_overrides(void* handle, int width, int height) {
     return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& camera) {
         camera.run_locked([&] {
-            if (width < 1) throw std::invalid_argument("width");
-            if (height < 1) throw std::invalid_argument("height");
+            if (width < 1)
+                throw std::invalid_argument("width");
+            if (height < 1)
+                throw std::invalid_argument("height");
             camera.properties.image_width_override = width;
             camera.properties.image_height_override = height;
         });

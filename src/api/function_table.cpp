@@ -15,7 +15,10 @@ struct function_row {
     void* address;
 };
 
-#define QX_FUNCTION_ROW(function) function_row{#function, reinterpret_cast<void*>(&function)}
+#define QX_FUNCTION_ROW(function)                       \
+    function_row {                                      \
+#function, reinterpret_cast < void*>(&function) \
+    }
 
 const function_row function_table[] = {
     QX_FUNCTION_ROW(qx_module_initialize),
@@ -156,24 +159,33 @@ constexpr int function_count = static_cast<int>(std::size(function_table));
 extern "C" {
 
 QX_CAMERA_API void* qx_get_function(const char* function_name) {
-    if (function_name == nullptr) return nullptr;
+    if (function_name == nullptr)
+        return nullptr;
     for (const auto& row : function_table) {
-        if (std::strcmp(row.name, function_name) == 0) return row.address;
+        if (std::strcmp(row.name, function_name) == 0)
+            return row.address;
     }
     return nullptr;
 }
 
-QX_CAMERA_API const char* qx_get_function_name(int index) { return function_table[index].name; }
+QX_CAMERA_API const char* qx_get_function_name(int index) {
+    return function_table[index].name;
+}
 
-QX_CAMERA_API int qx_get_num_mod_attributes(void) { return static_cast<int>(std::size(attribute_table)); }
+QX_CAMERA_API int qx_get_num_mod_attributes(void) {
+    return static_cast<int>(std::size(attribute_table));
+}
 
 QX_CAMERA_API int qx_get_mod_attribute_value(const char* attribute_name, char* value, int value_size) {
-    if (attribute_name == nullptr) return qx::api::module_status_object_not_found;
+    if (attribute_name == nullptr)
+        return qx::api::module_status_object_not_found;
     for (const auto& row : attribute_table) {
-        if (std::strcmp(row.name, attribute_name) != 0) continue;
+        if (std::strcmp(row.name, attribute_name) != 0)
+            continue;
         const char* text = row.value();
         const std::size_t needed = std::strlen(text) + 1;
-        if (value == nullptr || value_size < 0 || static_cast<std::size_t>(value_size) < needed) return 15;
+        if (value == nullptr || value_size < 0 || static_cast<std::size_t>(value_size) < needed)
+            return 15;
         std::memcpy(value, text, needed);
         return qx::api::status_success;
     }
@@ -181,7 +193,8 @@ QX_CAMERA_API int qx_get_mod_attribute_value(const char* attribute_name, char* v
 }
 
 QX_CAMERA_API int get_mod_func_list_from_top(int count, void** functions) {
-    if (count <= 0) return qx::api::status_success;
+    if (count <= 0)
+        return qx::api::status_success;
     const int copied = count < function_count ? count : function_count;
     for (int index = 0; index < copied; ++index) functions[index] = function_table[index].address;
     return copied < count ? qx::api::module_status_too_many_functions : qx::api::status_success;

@@ -11,12 +11,15 @@ namespace {
 thread_local char thread_last_error[last_error_capacity] = {};
 }
 
-const char* last_error_text() { return thread_last_error; }
+const char* last_error_text() {
+    return thread_last_error;
+}
 
 void set_last_error_text(const char* message) {
     const std::size_t length = message == nullptr ? 0 : std::strlen(message);
     const std::size_t kept = length < last_error_capacity - 1 ? length : last_error_capacity - 1;
-    if (kept > 0) std::memcpy(thread_last_error, message, kept);
+    if (kept > 0)
+        std::memcpy(thread_last_error, message, kept);
     thread_last_error[kept] = '\0';
 }
 

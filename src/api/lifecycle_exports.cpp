@@ -21,10 +21,12 @@ QX_CAMERA_API int qx_camera_close_sdk(void) {
 // codes, and a failure of discovery itself is code 8 with the bare text.
 QX_CAMERA_API int qx_camera_discover_available_cameras(char* serial_numbers, int size) {
     if (serial_numbers == nullptr) {
-        return qx::api::set_last_error(qx::api::status_invalid_parameter, "Serial numbers string must not be null.");
+        return qx::api::set_last_error(qx::api::status_invalid_parameter,
+                                       "Serial numbers string must not be null.");
     }
     if (size < 1) {
-        return qx::api::set_last_error(qx::api::status_insufficient_buffer, "Serial numbers string is too short.");
+        return qx::api::set_last_error(qx::api::status_insufficient_buffer,
+                                       "Serial numbers string is too short.");
     }
     try {
         kit_registry_class::instance().discover_cameras(serial_numbers, size);
@@ -37,8 +39,10 @@ QX_CAMERA_API int qx_camera_discover_available_cameras(char* serial_numbers, int
 
 QX_CAMERA_API int qx_camera_open_camera(char* serial_number, void** handle) {
     return run_kit_call([&] {
-        if (serial_number == nullptr) throw std::invalid_argument("camera_serial_number");
-        if (handle == nullptr) throw std::invalid_argument("handle");
+        if (serial_number == nullptr)
+            throw std::invalid_argument("camera_serial_number");
+        if (handle == nullptr)
+            throw std::invalid_argument("handle");
         *handle = kit_registry_class::instance().open_camera(serial_number);
     });
 }
@@ -47,6 +51,8 @@ QX_CAMERA_API int qx_camera_close_camera(void* handle) {
     return run_kit_call([&] { kit_registry_class::instance().close_camera(handle); });
 }
 
-QX_CAMERA_API const char* qx_camera_get_last_error(void) { return qx::api::last_error_text(); }
+QX_CAMERA_API const char* qx_camera_get_last_error(void) {
+    return qx::api::last_error_text();
+}
 
 }  // extern "C"

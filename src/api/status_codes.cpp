@@ -25,7 +25,8 @@ constexpr std::array<const char*, 18> module_status_texts = {
     "Error: Device disconnected",
     "Error: Insufficient buffer size",
     "Error: Invalid pointer",
-    "Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb parameter. See SDK "
+    "Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb parameter. See "
+    "SDK "
     "README for more information.",
 };
 
@@ -44,7 +45,8 @@ constexpr const char* unknown_status_text = "Error: Unknown.";
 }  // namespace
 
 const char* status_text(int code) {
-    if (code >= 0 && code < static_cast<int>(module_status_texts.size())) return module_status_texts[code];
+    if (code >= 0 && code < static_cast<int>(module_status_texts.size()))
+        return module_status_texts[code];
     if (code >= first_kit_code && code < first_kit_code + static_cast<int>(kit_status_texts.size())) {
         return kit_status_texts[code - first_kit_code];
     }

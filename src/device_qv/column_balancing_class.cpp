@@ -27,7 +27,8 @@ constexpr int hex_digits_per_column = 8;
 // The first integer token of a reply.
 std::uint32_t first_integer(const std::string& reply) {
     lex_token token = make_lex_token(reply.c_str(), reply.size());
-    if (next_token(&token) != LEX_INT) throw std::runtime_error("Expected token to be LEX_INT.");
+    if (next_token(&token) != LEX_INT)
+        throw std::runtime_error("Expected token to be LEX_INT.");
     return token.value;
 }
 
@@ -62,13 +63,15 @@ std::uint16_t corrected_pixel(std::uint16_t pixel, float factor) {
     const float product = static_cast<float>(pixel) * factor;
     // Truncation toward zero of a value outside the 32-bit range (or NaN)
     // yields the integer indefinite value, which reads as far above 1023.
-    if (!(product > -2147483648.0f && product < 2147483648.0f)) return static_cast<std::uint16_t>(corrected_full_scale);
+    if (!(product > -2147483648.0f && product < 2147483648.0f))
+        return static_cast<std::uint16_t>(corrected_full_scale);
     const auto truncated = static_cast<std::uint32_t>(static_cast<std::int32_t>(product));
     return static_cast<std::uint16_t>(truncated > corrected_full_scale ? corrected_full_scale : truncated);
 }
 
 void correct_row_scalar(std::uint16_t* pixels, const float* factors, int count) {
-    for (int column = 0; column < count; ++column) pixels[column] = corrected_pixel(pixels[column], factors[column]);
+    for (int column = 0; column < count; ++column)
+        pixels[column] = corrected_pixel(pixels[column], factors[column]);
 }
 
 #if defined(QX_HAVE_X86_SIMD)
@@ -76,7 +79,8 @@ namespace {
 
 // Truncation of an out-of-range or NaN product yields 0x80000000, which an
 // unsigned minimum with 1023 turns into 1023: the scalar rule exactly.
-__attribute__((target("avx2"))) void correct_row_avx2(std::uint16_t* pixels, const float* factors, int count) {
+__attribute__((target("avx2"))) void correct_row_avx2(std::uint16_t* pixels, const float* factors,
+                                                      int count) {
     const __m256i full_scale = _mm256_set1_epi32(static_cast<int>(corrected_full_scale));
     int column = 0;
     for (; column + 8 <= count; column += 8) {
@@ -84,13 +88,15 @@ __attribute__((target("avx2"))) void correct_row_avx2(std::uint16_t* pixels, con
         const __m256 values = _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(raw));
         const __m256 products = _mm256_mul_ps(values, _mm256_loadu_ps(factors + column));
         const __m256i clamped = _mm256_min_epu32(_mm256_cvttps_epi32(products), full_scale);
-        const __m128i packed = _mm_packus_epi32(_mm256_castsi256_si128(clamped), _mm256_extracti128_si256(clamped, 1));
+        const __m128i packed =
+            _mm_packus_epi32(_mm256_castsi256_si128(clamped), _mm256_extracti128_si256(clamped, 1));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + column), packed);
     }
     correct_row_scalar(pixels + column, factors + column, count - column);
 }
 
-__attribute__((target("sse4.1"))) void correct_row_sse41(std::uint16_t* pixels, const float* factors, int count) {
+__attribute__((target("sse4.1"))) void correct_row_sse41(std::uint16_t* pixels, const float* factors,
+                                                         int count) {
     const __m128i full_scale = _mm_set1_epi32(static_cast<int>(corrected_full_scale));
     int column = 0;
     for (; column + 8 <= count; column += 8) {
@@ -101,7 +107,8 @@ __attribute__((target("sse4.1"))) void correct_row_sse41(std::uint16_t* pixels, 
             _mm_min_epu32(_mm_cvttps_epi32(_mm_mul_ps(low, _mm_loadu_ps(factors + column))), full_scale);
         const __m128i high_result =
             _mm_min_epu32(_mm_cvttps_epi32(_mm_mul_ps(high, _mm_loadu_ps(factors + column + 4))), full_scale);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + column), _mm_packus_epi32(low_result, high_result));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + column),
+                         _mm_packus_epi32(low_result, high_result));
     }
     correct_row_scalar(pixels + column, factors + column, count - column);
 }
@@ -150,15 +157,18 @@ void column_balancing_class::set_working_row(int set, const float* factors, int 
     if (set < 0 || set >= column_gain_sets || count < 0 || count > column_gain_columns) {
         throw std::out_of_range("Column-gain row out of range.");
     }
-    std::memcpy(working[static_cast<std::size_t>(set)].data(), factors, static_cast<std::size_t>(count) * sizeof(float));
-    if (set > loaded_gain_max) loaded_gain_max = set;
+    std::memcpy(working[static_cast<std::size_t>(set)].data(), factors,
+                static_cast<std::size_t>(count) * sizeof(float));
+    if (set > loaded_gain_max)
+        loaded_gain_max = set;
     correction_max = count;
 }
 
 bool column_balancing_class::load_tables(qv_camera_class& camera) {
     const std::string checksum = camera.query("prnu crc 0");
     lex_token token = make_lex_token(checksum.c_str(), checksum.size());
-    if (next_token(&token) != LEX_INT) return false;
+    if (next_token(&token) != LEX_INT)
+        return false;
 
     const int width = std::atoi(camera.query("image_width.max").c_str());
     if (static_cast<std::uint32_t>(width - 1) > static_cast<std::uint32_t>(max_table_width - 1)) {
@@ -188,7 +198,8 @@ bool column_balancing_class::load_tables(qv_camera_class& camera) {
                           static_cast<unsigned>(column), static_cast<unsigned>(count * 4));
             const std::string reply = camera.query(command);
             auto& text = texts[static_cast<std::size_t>(set)];
-            if (text.size() + reply.size() > text_capacity) throw std::runtime_error("Offset is out of range.");
+            if (text.size() + reply.size() > text_capacity)
+                throw std::runtime_error("Offset is out of range.");
             text += reply;
         }
     }
@@ -209,7 +220,8 @@ bool column_balancing_class::load_tables(qv_camera_class& camera) {
 
 void column_balancing_class::adapt_tables(qv_camera_class& camera) {
     const std::uint32_t gain = first_integer(camera.query("gain"));
-    if (gain > static_cast<std::uint32_t>(column_gain_sets - 1)) throw std::runtime_error("Gain out of range.");
+    if (gain > static_cast<std::uint32_t>(column_gain_sets - 1))
+        throw std::runtime_error("Gain out of range.");
     camera.cached_gain = static_cast<std::int32_t>(gain);
 
     const auto binning = static_cast<std::int32_t>(first_integer(camera.query("hbin")));
@@ -217,12 +229,14 @@ void column_balancing_class::adapt_tables(qv_camera_class& camera) {
     lex_token token = make_lex_token(region.c_str(), region.size());
     std::int32_t corners[3] = {};
     for (auto& corner : corners) {
-        if (next_token(&token) != LEX_INT) throw std::runtime_error("Expected token to be LEX_INT.");
+        if (next_token(&token) != LEX_INT)
+            throw std::runtime_error("Expected token to be LEX_INT.");
         corner = static_cast<std::int32_t>(token.value);
     }
     const std::int32_t left = corners[0];
     const std::int32_t cut_width = corners[2] - left + 1;
-    if (binning < 1) throw std::runtime_error("Binning factor must be 1 or more.");
+    if (binning < 1)
+        throw std::runtime_error("Binning factor must be 1 or more.");
     if (cut_width < 1 || left < 0 || left + cut_width > loaded_width) {
         throw std::runtime_error("Region of interest lies outside the column-gain tables.");
     }
@@ -245,13 +259,17 @@ void column_balancing_class::adapt_tables(qv_camera_class& camera) {
     }
 }
 
-void column_balancing_class::correct_frame(unsigned char* slot, int width, int height, std::int32_t gain_set) const {
-    if (slot == nullptr) throw std::runtime_error("Image data cannot be nullptr.");
-    if (!enabled) throw std::runtime_error("Expected column correction to be enabled.");
+void column_balancing_class::correct_frame(unsigned char* slot, int width, int height,
+                                           std::int32_t gain_set) const {
+    if (slot == nullptr)
+        throw std::runtime_error("Image data cannot be nullptr.");
+    if (!enabled)
+        throw std::runtime_error("Expected column correction to be enabled.");
     if (correction_max != width) {
         throw std::runtime_error("Expected column-correction max to equal the image width in pixels.");
     }
-    if (gain_set < 0 || gain_set > loaded_gain_max) throw std::runtime_error("Gain out of range.");
+    if (gain_set < 0 || gain_set > loaded_gain_max)
+        throw std::runtime_error("Gain out of range.");
     const float* factors = working[static_cast<std::size_t>(gain_set)].data();
     // Slots start on an allocation boundary, so pixels 56 bytes in are
     // 16-bit aligned.

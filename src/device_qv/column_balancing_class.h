@@ -19,7 +19,7 @@ inline constexpr std::size_t corrected_pixel_offset = 56;
 inline constexpr std::uint32_t corrected_full_scale = 1023;
 
 class column_balancing_class {
-public:
+  public:
     // Reads the tables ("prnu crc 0", "image_width.max", "gain.max",
     // "prnu r ..."). A camera without tables leaves correction off and
     // returns false. Throws on malformed tables. The caller holds the
@@ -39,7 +39,7 @@ public:
     // their own; the correction then expects frames `count` pixels wide.
     void set_working_row(int set, const float* factors, int count);
 
-    bool enabled = false;      // guarded by the camera's command lock
+    bool enabled = false;  // guarded by the camera's command lock
     bool tables_loaded = false;
 
     // Inspectable for tests and diagnostics.
@@ -49,7 +49,7 @@ public:
     float working_entry(int set, int column) const { return working[static_cast<std::size_t>(set)][column]; }
     float loaded_entry(int set, int column) const { return loaded[static_cast<std::size_t>(set)][column]; }
 
-private:
+  private:
     using gain_table = std::array<std::array<float, column_gain_columns>, column_gain_sets>;
     gain_table loaded{};
     gain_table working{};

@@ -68,7 +68,9 @@ struct assembly_state {
 
 }  // namespace
 
-device_acquisition_class::~device_acquisition_class() { shut_down(); }
+device_acquisition_class::~device_acquisition_class() {
+    shut_down();
+}
 
 std::shared_ptr<frame_slot_queue_class> device_acquisition_class::free_queue() {
     std::lock_guard<std::mutex> guard(queues_mutex);
@@ -82,16 +84,19 @@ std::shared_ptr<frame_slot_queue_class> device_acquisition_class::pending_queue(
 
 void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
     std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
-    if (buffer == nullptr || size <= 0) throw std::runtime_error("A frame buffer must be provided to arm.");
+    if (buffer == nullptr || size <= 0)
+        throw std::runtime_error("A frame buffer must be provided to arm.");
 
     const int new_bit_depth = std::atoi(camera.query("pixel_bit_depth", query_copy_length).c_str());
     const int new_width = std::atoi(camera.query("image_width", query_copy_length).c_str());
     const int new_height = std::atoi(camera.query("image_height", query_copy_length).c_str());
-    if (camera.column_balancing.enabled) camera.column_balancing.adapt_tables(camera);
+    if (camera.column_balancing.enabled)
+        camera.column_balancing.adapt_tables(camera);
 
     held_slot = nullptr;
     const std::int64_t new_pixel_bytes = static_cast<std::int64_t>(new_width) * new_height * 2;
-    const std::int64_t new_slot_size = new_pixel_bytes + (camera.metadata_enabled.load() ? metadata_slot_reserve : 0);
+    const std::int64_t new_slot_size =
+        new_pixel_bytes + (camera.metadata_enabled.load() ? metadata_slot_reserve : 0);
     const std::int64_t slot_count = new_slot_size > 0 ? size / new_slot_size : 0;
 
     abort_requested.exchange(true);
@@ -99,13 +104,16 @@ void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
         // Under the packet loop's lock no slot of the old buffer is being
         // filled, so none is written once the queues are replaced.
         std::lock_guard<std::recursive_mutex> packet_loop_guard(camera.packet_loop_lock);
-        if (auto old_free = free_queue()) old_free->mark_complete();
-        if (auto old_pending = pending_queue()) old_pending->mark_complete();
+        if (auto old_free = free_queue())
+            old_free->mark_complete();
+        if (auto old_pending = pending_queue())
+            old_pending->mark_complete();
 
         std::lock_guard<std::recursive_mutex> acquisition(camera.acquisition_lock);
         auto fresh_free = std::make_shared<frame_slot_queue_class>("free");
         auto fresh_pending = std::make_shared<frame_slot_queue_class>("pending");
-        for (std::int64_t slot = 0; slot < slot_count; ++slot) fresh_free->push(buffer + slot * new_slot_size);
+        for (std::int64_t slot = 0; slot < slot_count; ++slot)
+            fresh_free->push(buffer + slot * new_slot_size);
 
         bit_depth = new_bit_depth;
         width = new_width;
@@ -142,7 +150,8 @@ void device_acquisition_class::stop() {
 unsigned char* device_acquisition_class::hand_over(unsigned char* slot) {
     std::lock_guard<std::recursive_mutex> commands(camera.command_lock, std::adopt_lock);
     if (held_slot != nullptr) {
-        if (auto free = free_queue()) free->push(held_slot);
+        if (auto free = free_queue())
+            free->push(held_slot);
     }
     held_slot = slot;
     if (slot != nullptr && camera.column_balancing.enabled) {
@@ -153,24 +162,30 @@ unsigned char* device_acquisition_class::hand_over(unsigned char* slot) {
 
 unsigned char* device_acquisition_class::wait_for_frame() {
     std::lock_guard<std::recursive_mutex> acquisition(camera.acquisition_lock);
-    if (abort_requested.load()) return nullptr;
+    if (abort_requested.load())
+        return nullptr;
     for (;;) {
         const auto pending = pending_queue();
-        if (!pending) return nullptr;
+        if (!pending)
+            return nullptr;
         bool timed_out = false;
         unsigned char* slot = pending->pop(pending_wait_step_ms, timed_out);
-        if (slot == nullptr && stopped.load()) return nullptr;
-        if (abort_requested.load()) return nullptr;
+        if (slot == nullptr && stopped.load())
+            return nullptr;
+        if (abort_requested.load())
+            return nullptr;
         if (slot == nullptr) {
             // A completed queue answers at once; give an arm in progress its turn.
-            if (!timed_out) std::this_thread::yield();
+            if (!timed_out)
+                std::this_thread::yield();
             continue;
         }
         // Arming holds the command lock while it waits for this thread's
         // acquisition lock; it raises the abort flag first, so give way to it
         // instead of blocking on the command lock.
         while (!camera.command_lock.try_lock()) {
-            if (abort_requested.load()) return nullptr;
+            if (abort_requested.load())
+                return nullptr;
             std::this_thread::yield();
         }
         return hand_over(slot);
@@ -215,25 +230,29 @@ void device_acquisition_class::run_packet_loop() {
     try {
         staging_block staging(static_cast<unsigned char*>(std::calloc(staging_buffer_size, 1)));
         staging_block packet(static_cast<unsigned char*>(std::calloc(packet_buffer_size, 1)));
-        if (!staging || !packet) throw std::runtime_error("Cannot allocate the packet staging buffers.");
+        if (!staging || !packet)
+            throw std::runtime_error("Cannot allocate the packet staging buffers.");
         camera.transport()->prime_image_channel();
 
         assembly_state frame;
         for (;;) {
-            if (loop_stop_requested.load()) break;
+            if (loop_stop_requested.load())
+                break;
             bool timed_out = false;
             bool failed = false;
             bool stall = false;
             camera.transport()->read_image_data(packet.get(), packet_timeout_ms, timed_out, failed, stall);
             if (timed_out || failed || stall) {
-                if (loop_stop_requested.load()) break;
+                if (loop_stop_requested.load())
+                    break;
             }
 
             // The packet is handled under the loop's lock, so that arming
             // never replaces the queues or the geometry in the middle of it;
             // the read itself waits outside, so arming never waits for it.
             std::lock_guard<std::recursive_mutex> pass(camera.packet_loop_lock);
-            if (loop_stop_requested.load()) break;
+            if (loop_stop_requested.load())
+                break;
             if (stall) {
                 frame.reset();
                 camera.transport()->parent_reset(true);
@@ -243,7 +262,8 @@ void device_acquisition_class::run_packet_loop() {
                 frame.reset();
                 // A failing link (an unplugged camera) fails every read at
                 // once; pause so that the loop does not spin.
-                if (failed && !timed_out) std::this_thread::sleep_for(failed_read_pause);
+                if (failed && !timed_out)
+                    std::this_thread::sleep_for(failed_read_pause);
                 continue;
             }
 
@@ -264,12 +284,14 @@ void device_acquisition_class::run_packet_loop() {
                 }
                 if (frame.packets <= frame.expected_packets) {
                     if (frame.write_position_words < staging_word_limit) {
-                        std::memcpy(staging.get() + frame.write_position_words * 2, payload, image_payload_size);
+                        std::memcpy(staging.get() + frame.write_position_words * 2, payload,
+                                    image_payload_size);
                         frame.write_position_words += image_payload_size / 2;
                     }
                 }
                 frame.previous_sequence = sequence;
-                if (frame.packets < frame.expected_packets) continue;
+                if (frame.packets < frame.expected_packets)
+                    continue;
                 deliver = true;
             } else {
                 // A first packet: find the metadata's end and the packing.
@@ -278,8 +300,10 @@ void device_acquisition_class::run_packet_loop() {
                 for (std::size_t word = 0; word + 1 < metadata_scan_words; word += 2) {
                     const std::uint32_t key = read_word(payload + word * 4);
                     const std::uint32_t value = read_word(payload + word * 4 + 4);
-                    if (key == magic_tag) metadata_start = static_cast<std::int64_t>(word * 4);
-                    if (key == format_tag && (value & 1) != 0) frame.packed = true;
+                    if (key == magic_tag)
+                        metadata_start = static_cast<std::int64_t>(word * 4);
+                    if (key == format_tag && (value & 1) != 0)
+                        frame.packed = true;
                     if (key == end_tag) {
                         frame.pixel_start = static_cast<std::int64_t>(word * 4 + 8);
                         frame.metadata_length = frame.pixel_start - (metadata_start < 0 ? 0 : metadata_start);
@@ -288,8 +312,10 @@ void device_acquisition_class::run_packet_loop() {
                 }
                 const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
                 std::int64_t stream_bytes = pixels * 2;
-                if (frame.packed && bit_depth == 12) stream_bytes = (pixels * 3 / 4) * 2;
-                if (frame.packed && bit_depth == 10) stream_bytes = pixels * 10 / 8;
+                if (frame.packed && bit_depth == 12)
+                    stream_bytes = (pixels * 3 / 4) * 2;
+                if (frame.packed && bit_depth == 10)
+                    stream_bytes = pixels * 10 / 8;
                 const std::int64_t total = frame.metadata_length + stream_bytes;
                 frame.expected_packets = (total + image_payload_size - 1) / image_payload_size;
 
@@ -300,7 +326,9 @@ void device_acquisition_class::run_packet_loop() {
                     // The byte count is taken as a count of 16-bit words, so
                     // the next packet lands at twice that byte offset.
                     const std::int64_t kept = image_payload_size - frame.metadata_length;
-                    if (kept > 0) std::memcpy(staging.get(), payload + frame.pixel_start, static_cast<std::size_t>(kept));
+                    if (kept > 0)
+                        std::memcpy(staging.get(), payload + frame.pixel_start,
+                                    static_cast<std::size_t>(kept));
                     frame.write_position_words = kept;
                 }
                 frame.in_frame = true;
@@ -310,7 +338,8 @@ void device_acquisition_class::run_packet_loop() {
                 }
                 deliver = true;
             }
-            if (!deliver) continue;
+            if (!deliver)
+                continue;
 
             const auto free = free_queue();
             const auto pending = pending_queue();
@@ -333,7 +362,8 @@ void device_acquisition_class::run_packet_loop() {
                 const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
                 const std::int64_t groups_wanted =
                     packed12 ? ((pixels * 3 / 4) + 2) / 3 : (pixels * 10 / 8 + 4) / 5;
-                const std::int64_t groups_fitting = std::max<std::int64_t>(0, (room - destination_offset) / 8);
+                const std::int64_t groups_fitting =
+                    std::max<std::int64_t>(0, (room - destination_offset) / 8);
                 const auto groups = static_cast<std::size_t>(std::min(groups_wanted, groups_fitting));
                 auto* destination = reinterpret_cast<std::uint16_t*>(slot + destination_offset);
                 if (packed12) {

@@ -25,7 +25,7 @@ inline constexpr std::uint32_t staging_word_limit = 49'152'000;
 inline constexpr std::uint32_t metadata_slot_reserve = 16384;
 
 class device_acquisition_class {
-public:
+  public:
     explicit device_acquisition_class(qv_camera_class& owner) : camera(owner) {}
     // Stops and joins the packet loop. Never throws.
     ~device_acquisition_class();
@@ -58,7 +58,7 @@ public:
     int image_height() const { return height; }
     int pixel_bit_depth() const { return bit_depth; }
 
-private:
+  private:
     // The packet loop thread's body.
     void run_packet_loop();
     // Hands the held slot back to "free" and holds `slot` instead; applies
@@ -85,7 +85,7 @@ private:
     std::atomic<bool> loop_running{false};
     std::thread packet_loop;  // started by the first arm, joined at shut-down
 
-    std::mutex queues_mutex;  // a leaf lock: nothing is taken while it is held
+    std::mutex queues_mutex;                                // a leaf lock: nothing is taken while it is held
     std::shared_ptr<frame_slot_queue_class> free_slots;     // guarded by queues_mutex
     std::shared_ptr<frame_slot_queue_class> pending_slots;  // guarded by queues_mutex
 

@@ -27,7 +27,8 @@ constexpr std::uint32_t size_query_copy_length = 256;
 
 // Writes a text and its NUL into the reply, never past the reply buffer.
 void write_reply(const dispatch_call& call, std::string_view text) {
-    if (call.reply == nullptr || call.reply_size == 0) return;
+    if (call.reply == nullptr || call.reply_size == 0)
+        return;
     const std::size_t room = static_cast<std::size_t>(call.reply_size) - 1;
     const std::size_t length = text.size() < room ? text.size() : room;
     std::memcpy(call.reply, text.data(), length);
@@ -35,9 +36,11 @@ void write_reply(const dispatch_call& call, std::string_view text) {
 }
 
 std::string data_text(const dispatch_call& call) {
-    if (call.data == nullptr) return {};
+    if (call.data == nullptr)
+        return {};
     const auto* text = static_cast<const char*>(call.data);
-    return std::string(text, strnlen(text, call.data_size > 0 ? static_cast<std::size_t>(call.data_size) : 256));
+    return std::string(text,
+                       strnlen(text, call.data_size > 0 ? static_cast<std::size_t>(call.data_size) : 256));
 }
 
 void store_frame_pointer(const dispatch_call& call, unsigned char* frame) {
@@ -80,7 +83,8 @@ void frame_size(const dispatch_call& call, const std::string&) {
     const auto height = static_cast<std::uint32_t>(
         camera::to_int_or_zero(call.camera.query("image_height", size_query_copy_length)));
     std::uint32_t bytes = width * height * 2;
-    if (call.camera.metadata_enabled.load()) bytes += metadata_slot_reserve;
+    if (call.camera.metadata_enabled.load())
+        bytes += metadata_slot_reserve;
     write_reply(call, std::to_string(static_cast<std::int32_t>(bytes)));
 }
 
@@ -89,22 +93,27 @@ void not_implemented(const dispatch_call& call, const char* failure) {
     throw std::runtime_error(failure);
 }
 
-void stop_acquisition(const dispatch_call& call, const std::string&) { call.camera.acquisition.stop(); }
+void stop_acquisition(const dispatch_call& call, const std::string&) {
+    call.camera.acquisition.stop();
+}
 
 // Matching order matters: rows are tried top to bottom.
 const dispatch_row get_rows[] = {
     {"image_poll_timeout_ms", false,
      [](const dispatch_call& call, const std::string&) {
-         write_reply(call, std::to_string(static_cast<std::int32_t>(call.camera.image_poll_timeout_ms.load())));
+         write_reply(call,
+                     std::to_string(static_cast<std::int32_t>(call.camera.image_poll_timeout_ms.load())));
      }},
     {"image_poll", false,
      [](const dispatch_call& call, const std::string&) {
-         if (call.data == nullptr) throw std::runtime_error("A data pointer must be provided to poll for an image.");
+         if (call.data == nullptr)
+             throw std::runtime_error("A data pointer must be provided to poll for an image.");
          store_frame_pointer(call, call.camera.acquisition.poll_frame());
      }},
     {"image_wait_per_frame", false,
      [](const dispatch_call& call, const std::string&) {
-         if (call.data == nullptr) throw std::runtime_error("A data pointer must be provided to wait for an image.");
+         if (call.data == nullptr)
+             throw std::runtime_error("A data pointer must be provided to wait for an image.");
          store_frame_pointer(call, call.camera.acquisition.wait_for_frame());
      }},
     {"usb_speed", true,
@@ -112,7 +121,8 @@ const dispatch_row get_rows[] = {
          std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
          const std::string speed = call.camera.transport()->get_usb_port_speed();
          // NUL-padded, and unterminated when the text fills the buffer.
-         if (call.reply != nullptr) std::strncpy(call.reply, speed.c_str(), static_cast<std::size_t>(call.reply_size));
+         if (call.reply != nullptr)
+             std::strncpy(call.reply, speed.c_str(), static_cast<std::size_t>(call.reply_size));
      }},
     {"image_metadata", false,
      [](const dispatch_call& call, const std::string&) {
@@ -132,8 +142,14 @@ const dispatch_row get_rows[] = {
          call.camera.column_balancing.enabled = false;
          write_reply(call, "off");
      }},
-    {"ccload", false, [](const dispatch_call& call, const std::string&) { not_implemented(call, "ccload is not implemented."); }},
-    {"ccdump", false, [](const dispatch_call& call, const std::string&) { not_implemented(call, "ccdump is not implemented."); }},
+    {"ccload", false,
+     [](const dispatch_call& call, const std::string&) {
+         not_implemented(call, "ccload is not implemented.");
+     }},
+    {"ccdump", false,
+     [](const dispatch_call& call, const std::string&) {
+         not_implemented(call, "ccdump is not implemented.");
+     }},
     {"gain", false, read_gain},
 };
 
@@ -153,7 +169,8 @@ const dispatch_row set_rows[] = {
     {"gain ", true, write_gain},
     {"image_poll_timeout_ms", false,
      [](const dispatch_call& call, const std::string&) {
-         call.camera.image_poll_timeout_ms.store(static_cast<std::uint32_t>(camera::to_int_or_zero(data_text(call))));
+         call.camera.image_poll_timeout_ms.store(
+             static_cast<std::uint32_t>(camera::to_int_or_zero(data_text(call))));
      }},
     {"unblock_image_wait_for_frame", false,
      [](const dispatch_call& call, const std::string&) { call.camera.acquisition.unblock(); }},
@@ -162,12 +179,15 @@ const dispatch_row set_rows[] = {
 template <std::size_t row_count>
 int dispatch(const dispatch_row (&rows)[row_count], const dispatch_call& call) {
     try {
-        if (call.command == nullptr) throw std::invalid_argument("command");
+        if (call.command == nullptr)
+            throw std::invalid_argument("command");
         const std::string trimmed_command = kit::trimmed(call.command);
         for (const auto& row : rows) {
             const std::string_view word(row.word);
-            const bool matches = row.matches_prefix ? trimmed_command.rfind(word, 0) == 0 : trimmed_command == word;
-            if (!matches) continue;
+            const bool matches =
+                row.matches_prefix ? trimmed_command.rfind(word, 0) == 0 : trimmed_command == word;
+            if (!matches)
+                continue;
             row.handle(call, trimmed_command);
             return 0;
         }
@@ -180,8 +200,12 @@ int dispatch(const dispatch_row (&rows)[row_count], const dispatch_call& call) {
 
 }  // namespace
 
-int dispatch_get(const dispatch_call& call) { return dispatch(get_rows, call); }
+int dispatch_get(const dispatch_call& call) {
+    return dispatch(get_rows, call);
+}
 
-int dispatch_set(const dispatch_call& call) { return dispatch(set_rows, call); }
+int dispatch_set(const dispatch_call& call) {
+    return dispatch(set_rows, call);
+}
 
 }  // namespace qx::device_qv

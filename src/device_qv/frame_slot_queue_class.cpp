@@ -7,7 +7,8 @@
 namespace qx::device_qv {
 
 void frame_slot_queue_class::push(unsigned char* slot) {
-    if (complete.load()) throw std::runtime_error("Queue is marked complete, so no additional items can be queued.");
+    if (complete.load())
+        throw std::runtime_error("Queue is marked complete, so no additional items can be queued.");
     {
         std::lock_guard<std::mutex> waiters(waiter_mutex);
         std::lock_guard<std::mutex> guard(items_mutex);
@@ -18,8 +19,10 @@ void frame_slot_queue_class::push(unsigned char* slot) {
 
 unsigned char* frame_slot_queue_class::pop(std::int64_t timeout_ms, bool& timed_out) {
     timed_out = false;
-    if (timeout_ms < 0) throw std::runtime_error("Timeout must be 0 or more milliseconds.");
-    if (complete.load()) return nullptr;
+    if (timeout_ms < 0)
+        throw std::runtime_error("Timeout must be 0 or more milliseconds.");
+    if (complete.load())
+        return nullptr;
 
     using clock = std::chrono::steady_clock;
     // The deadline saturates instead of overflowing: a century is forever.
@@ -28,11 +31,13 @@ unsigned char* frame_slot_queue_class::pop(std::int64_t timeout_ms, bool& timed_
 
     std::unique_lock<std::mutex> waiters(waiter_mutex);
     const bool arrived = item_arrived.wait_until(waiters, deadline, [&] {
-        if (complete.load()) return true;
+        if (complete.load())
+            return true;
         std::lock_guard<std::mutex> guard(items_mutex);
         return !items.empty();
     });
-    if (complete.load()) return nullptr;
+    if (complete.load())
+        return nullptr;
     if (!arrived) {
         timed_out = true;
         return nullptr;

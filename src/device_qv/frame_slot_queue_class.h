@@ -12,7 +12,7 @@
 namespace qx::device_qv {
 
 class frame_slot_queue_class {
-public:
+  public:
     explicit frame_slot_queue_class(std::string queue_name) : name(std::move(queue_name)) {}
 
     // Appends a slot and wakes one waiter. Throws "Queue is marked complete,
@@ -30,12 +30,12 @@ public:
     const std::string& queue_name() const { return name; }
     std::size_t size();
 
-private:
+  private:
     std::string name;
     std::mutex waiter_mutex;
     std::condition_variable item_arrived;
-    std::mutex items_mutex;                   // taken inside waiter_mutex
-    std::deque<unsigned char*> items;         // guarded by items_mutex
+    std::mutex items_mutex;            // taken inside waiter_mutex
+    std::deque<unsigned char*> items;  // guarded by items_mutex
     std::atomic<bool> complete{false};
 };
 

@@ -23,7 +23,8 @@ constexpr char module_version[] = "1.0";
 int dispatch(int (*route)(const qx::device_qv::dispatch_call&), void* device, const char* command,
              std::uint64_t command_size, const void* data, std::uint64_t data_size, char* response,
              std::uint64_t response_size) {
-    if (device == nullptr) return 1;
+    if (device == nullptr)
+        return 1;
     return route({*static_cast<qv_camera_class*>(device), command, command_size, data, data_size, response,
                   response_size});
 }
@@ -32,9 +33,13 @@ int dispatch(int (*route)(const qx::device_qv::dispatch_call&), void* device, co
 
 extern "C" {
 
-QX_CAMERA_API const char* qx_module_get_name(void) { return module_name; }
+QX_CAMERA_API const char* qx_module_get_name(void) {
+    return module_name;
+}
 
-QX_CAMERA_API const char* qx_module_get_type(void) { return module_type; }
+QX_CAMERA_API const char* qx_module_get_type(void) {
+    return module_type;
+}
 
 QX_CAMERA_API int qx_module_initialize(qx_hotplug_record* host) {
     try {
@@ -44,7 +49,9 @@ QX_CAMERA_API int qx_module_initialize(qx_hotplug_record* host) {
     }
 }
 
-QX_CAMERA_API int qx_module_uninitialize(void) { return module_state_class::instance().uninitialize(); }
+QX_CAMERA_API int qx_module_uninitialize(void) {
+    return module_state_class::instance().uninitialize();
+}
 
 QX_CAMERA_API int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers, int) {
     try {
@@ -55,12 +62,15 @@ QX_CAMERA_API int get_device_ids(char* device_ids, int device_ids_size, char* se
 }
 
 QX_CAMERA_API int create(const char* device_id, void** device) {
-    if (device == nullptr) return 1;
+    if (device == nullptr)
+        return 1;
     *device = nullptr;
-    if (device_id == nullptr) return 1;
+    if (device_id == nullptr)
+        return 1;
     try {
         const std::string path = module_state_class::instance().device_path_of(device_id);
-        if (path.empty()) return 1;
+        if (path.empty())
+            return 1;
         auto transport = qx::usb::open_usb_driver(path);
         auto camera = std::make_unique<qv_camera_class>(transport.get());
         // The camera does not own its transport; destroy deletes both.
@@ -73,7 +83,8 @@ QX_CAMERA_API int create(const char* device_id, void** device) {
 }
 
 QX_CAMERA_API int destroy(void* device) {
-    if (device == nullptr) return 1;
+    if (device == nullptr)
+        return 1;
     auto* camera = static_cast<qv_camera_class*>(device);
     qx::usb::usb_driver_base* transport = camera->transport();
     delete camera;
@@ -81,25 +92,29 @@ QX_CAMERA_API int destroy(void* device) {
     return 0;
 }
 
-QX_CAMERA_API int get_data__returns_zero_for_success(void* device, const char* command, std::uint64_t command_size,
-                                                     const void* data, std::uint64_t data_size, char* response,
+QX_CAMERA_API int get_data__returns_zero_for_success(void* device, const char* command,
+                                                     std::uint64_t command_size, const void* data,
+                                                     std::uint64_t data_size, char* response,
                                                      std::uint64_t response_size) {
     return dispatch(&qx::device_qv::dispatch_get, device, command, command_size, data, data_size, response,
                     response_size);
 }
 
-QX_CAMERA_API int set_data__returns_zero_for_success(void* device, const char* command, std::uint64_t command_size,
-                                                     const void* data, std::uint64_t data_size, char* response,
+QX_CAMERA_API int set_data__returns_zero_for_success(void* device, const char* command,
+                                                     std::uint64_t command_size, const void* data,
+                                                     std::uint64_t data_size, char* response,
                                                      std::uint64_t response_size) {
     return dispatch(&qx::device_qv::dispatch_set, device, command, command_size, data, data_size, response,
                     response_size);
 }
 
 QX_CAMERA_API int qx_get_module_data(const char* key, void* value, std::int32_t) {
-    if (key == nullptr) return 0;
+    if (key == nullptr)
+        return 0;
     const std::string_view name(key);
     if (name == "version") {
-        if (value == nullptr) return 1;
+        if (value == nullptr)
+            return 1;
         std::memcpy(value, module_version, sizeof module_version);
         return 0;
     }

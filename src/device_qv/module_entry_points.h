@@ -16,11 +16,13 @@ QX_CAMERA_API int get_device_ids(char* device_ids, int device_ids_size, char* se
                                  int serial_numbers_size);
 QX_CAMERA_API int create(const char* device_id, void** device);
 QX_CAMERA_API int destroy(void* device);
-QX_CAMERA_API int get_data__returns_zero_for_success(void* device, const char* command, std::uint64_t command_size,
-                                                     const void* data, std::uint64_t data_size, char* response,
+QX_CAMERA_API int get_data__returns_zero_for_success(void* device, const char* command,
+                                                     std::uint64_t command_size, const void* data,
+                                                     std::uint64_t data_size, char* response,
                                                      std::uint64_t response_size);
-QX_CAMERA_API int set_data__returns_zero_for_success(void* device, const char* command, std::uint64_t command_size,
-                                                     const void* data, std::uint64_t data_size, char* response,
+QX_CAMERA_API int set_data__returns_zero_for_success(void* device, const char* command,
+                                                     std::uint64_t command_size, const void* data,
+                                                     std::uint64_t data_size, char* response,
                                                      std::uint64_t response_size);
 QX_CAMERA_API int qx_get_module_data(const char* key, void* value, std::int32_t reserved);
 QX_CAMERA_API int qx_set_module_data(const char* key, void* value, std::int32_t reserved);

@@ -48,7 +48,8 @@ int module_state_class::uninitialize() {
         closing = std::move(hotplug_event);
         hotplug_event.reset();
     }
-    if (closing) closing->close();
+    if (closing)
+        closing->close();
     return 0;
 }
 
@@ -69,7 +70,8 @@ void module_state_class::remember_device(const std::string& camera_id, const std
 }
 
 int module_state_class::get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers) {
-    if (device_ids == nullptr || serial_numbers == nullptr || device_ids_size < 1) return 1;
+    if (device_ids == nullptr || serial_numbers == nullptr || device_ids_size < 1)
+        return 1;
     std::memset(device_ids, 0, static_cast<std::size_t>(device_ids_size));
     int count = 0;
     try {
@@ -83,7 +85,8 @@ int module_state_class::get_device_ids(char* device_ids, int device_ids_size, ch
     std::string serials;
     for (int index = 0; index < count; ++index) {
         char path[usb::device_path_capacity] = {};
-        if (enumerator.get_device_path(index, path, sizeof path) == 0) return 1;
+        if (enumerator.get_device_path(index, path, sizeof path) == 0)
+            return 1;
         const std::string device_path(path, strnlen(path, sizeof path));
         try {
             auto transport = usb::open_usb_driver(device_path);
@@ -117,7 +120,8 @@ void module_state_class::add_open_camera(qv_camera_class* camera) {
 void module_state_class::remove_open_camera(qv_camera_class* camera) {
     std::lock_guard<std::mutex> guard(open_cameras_mutex);
     const auto entry = std::find(open_cameras.begin(), open_cameras.end(), camera);
-    if (entry != open_cameras.end()) open_cameras.erase(entry);
+    if (entry != open_cameras.end())
+        open_cameras.erase(entry);
 }
 
 std::size_t module_state_class::open_camera_count() {
@@ -144,7 +148,8 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
             std::memset(event_camera_id, 0, sizeof event_camera_id);
             std::strncpy(event_camera_id, camera_id.c_str(), sizeof event_camera_id - 1);
         }
-        if (event) event->set();
+        if (event)
+            event->set();
         return;
     }
     if (event_code == QX_HOTPLUG_EVENT_DEPARTURE) {
@@ -160,7 +165,8 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
                 }
             }
         }
-        if (event) event->set();
+        if (event)
+            event->set();
         return;
     }
     std::lock_guard<std::mutex> guard(hotplug_mutex);
@@ -170,16 +176,21 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
 
 int module_state_class::wait_for_hotplug_payload(char* payload) {
     auto event = current_hotplug_event();
-    if (event) event->wait();
+    if (event)
+        event->wait();
     std::lock_guard<std::mutex> guard(hotplug_mutex);
-    if (payload == nullptr) return 0;
-    if (pending_event_code == 1) std::snprintf(payload, hotplug_id_capacity + 3, "1,%s", event_camera_id);
-    if (pending_event_code == 2) std::snprintf(payload, hotplug_id_capacity + 3, "0,%s", event_camera_id);
+    if (payload == nullptr)
+        return 0;
+    if (pending_event_code == 1)
+        std::snprintf(payload, hotplug_id_capacity + 3, "1,%s", event_camera_id);
+    if (pending_event_code == 2)
+        std::snprintf(payload, hotplug_id_capacity + 3, "0,%s", event_camera_id);
     return 0;
 }
 
 void module_state_class::release_hotplug_waiter() {
-    if (auto event = current_hotplug_event()) event->set();
+    if (auto event = current_hotplug_event())
+        event->set();
 }
 
 }  // namespace qx::device_qv

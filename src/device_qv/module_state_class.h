@@ -23,7 +23,7 @@ inline constexpr std::uint32_t qv_product_ids[] = {0x6101, 0x6117, 0x6210, 0x611
 inline constexpr std::size_t hotplug_id_capacity = 256;
 
 class module_state_class {
-public:
+  public:
     static module_state_class& instance();
 
     // Sets the identity filter, creates the hot-plug event and subscribes to
@@ -51,7 +51,7 @@ public:
 
     usb::usb_identity_filter identity_filter;
 
-private:
+  private:
     module_state_class() = default;
     // Enters an id -> path pair, replacing an entry with the same id or path.
     void remember_device(const std::string& camera_id, const std::string& device_path);
@@ -70,8 +70,8 @@ private:
     bool initialised = false;
     std::mutex hotplug_mutex;
     std::shared_ptr<platform::auto_reset_event_class> hotplug_event;  // guarded by hotplug_mutex
-    std::int32_t pending_event_code = 0;                               // guarded by hotplug_mutex
-    char event_camera_id[hotplug_id_capacity] = {};                    // guarded by hotplug_mutex
+    std::int32_t pending_event_code = 0;                              // guarded by hotplug_mutex
+    char event_camera_id[hotplug_id_capacity] = {};                   // guarded by hotplug_mutex
 };
 
 }  // namespace qx::device_qv

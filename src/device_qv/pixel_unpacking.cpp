@@ -32,8 +32,8 @@ namespace {
 // 16 bytes in, 8 pixels out per step for 12-bit (12 source bytes used), and
 // 8 pixels from 10 source bytes for 10-bit. Each step reads 16 bytes, so the
 // vector loops stop early enough never to read past the source.
-__attribute__((target("ssse3"))) void unpack_12bit_ssse3(const std::uint8_t* source, std::uint16_t* destination,
-                                                         std::size_t groups) {
+__attribute__((target("ssse3"))) void unpack_12bit_ssse3(const std::uint8_t* source,
+                                                         std::uint16_t* destination, std::size_t groups) {
     // Each 16-bit lane takes the two bytes that hold its pixel: pixel 2k from
     // bytes 3k, 3k+1 (low 12 bits); pixel 2k+1 from bytes 3k+1, 3k+2 (shifted
     // right by 4).
@@ -44,14 +44,15 @@ __attribute__((target("ssse3"))) void unpack_12bit_ssse3(const std::uint8_t* sou
         const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(source));
         const __m128i pairs = _mm_shuffle_epi8(bytes, shuffle);
         const __m128i even = _mm_and_si128(pairs, low_mask);
-        const __m128i odd = _mm_and_si128(_mm_srli_epi16(pairs, 4), _mm_set1_epi32(static_cast<int>(0x0FFF0000)));
+        const __m128i odd =
+            _mm_and_si128(_mm_srli_epi16(pairs, 4), _mm_set1_epi32(static_cast<int>(0x0FFF0000)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(destination), _mm_or_si128(even, odd));
     }
     unpack_12bit_scalar(source, destination, groups - group);
 }
 
-__attribute__((target("ssse3"))) void unpack_10bit_ssse3(const std::uint8_t* source, std::uint16_t* destination,
-                                                         std::size_t groups) {
+__attribute__((target("ssse3"))) void unpack_10bit_ssse3(const std::uint8_t* source,
+                                                         std::uint16_t* destination, std::size_t groups) {
     // Pixel k of a group starts at bit 10k: the lane takes bytes (0,1), (1,2),
     // (2,3), (3,4) and needs a right shift by 0, 2, 4, 6; the next group
     // starts 5 bytes on. Shifting left by 6 - shift (a multiply that drops
@@ -78,21 +79,24 @@ bool processor_has_ssse3() {
 
 void unpack_12bit(const std::uint8_t* source, std::uint16_t* destination, std::size_t groups) {
 #if defined(QX_HAVE_X86_SIMD)
-    if (processor_has_ssse3()) return unpack_12bit_ssse3(source, destination, groups);
+    if (processor_has_ssse3())
+        return unpack_12bit_ssse3(source, destination, groups);
 #endif
     unpack_12bit_scalar(source, destination, groups);
 }
 
 void unpack_10bit(const std::uint8_t* source, std::uint16_t* destination, std::size_t groups) {
 #if defined(QX_HAVE_X86_SIMD)
-    if (processor_has_ssse3()) return unpack_10bit_ssse3(source, destination, groups);
+    if (processor_has_ssse3())
+        return unpack_10bit_ssse3(source, destination, groups);
 #endif
     unpack_10bit_scalar(source, destination, groups);
 }
 
 const char* unpacking_implementation_name() {
 #if defined(QX_HAVE_X86_SIMD)
-    if (processor_has_ssse3()) return "ssse3";
+    if (processor_has_ssse3())
+        return "ssse3";
 #endif
     return "scalar";
 }

@@ -19,7 +19,9 @@ constexpr std::size_t gain_prefix_length = sizeof gain_prefix - 1;
 constexpr std::size_t gain_reply_text_length = 256;
 
 // The reply text in a buffer of `size` bytes, never past its end.
-std::string text_in(const char* buffer, std::size_t size) { return std::string(buffer, strnlen(buffer, size)); }
+std::string text_in(const char* buffer, std::size_t size) {
+    return std::string(buffer, strnlen(buffer, size));
+}
 
 }  // namespace
 
@@ -73,9 +75,11 @@ void qv_camera_class::send_command(const char* command, std::uint32_t length, ch
             // A read that failed without a time-out or a stall is not
             // retried: the reply area is used as it stands.
             if (caller_buffer != nullptr) {
-                std::memcpy(caller_buffer, reply, copy_length < reply_area_size ? copy_length : reply_area_size);
+                std::memcpy(caller_buffer, reply,
+                            copy_length < reply_area_size ? copy_length : reply_area_size);
             }
-            if (std::strncmp(command, gain_prefix, gain_prefix_length) != 0 || !column_balancing.enabled) return;
+            if (std::strncmp(command, gain_prefix, gain_prefix_length) != 0 || !column_balancing.enabled)
+                return;
 
             const char* gain_text = caller_buffer != nullptr ? caller_buffer : reply;
             lex_token token = make_lex_token(gain_text, strnlen(gain_text, gain_reply_text_length));
@@ -91,7 +95,8 @@ void qv_camera_class::send_command(const char* command, std::uint32_t length, ch
     }
     // Correction stays on while the gain command is retried; once the call
     // fails for good on its reply, correction is switched off.
-    if (gain_update_failed) column_balancing.enabled = false;
+    if (gain_update_failed)
+        column_balancing.enabled = false;
     throw std::runtime_error("After " + std::to_string(attempt_limit) +
                              " attempts, failed to do a Cypress FX3 write + readback.");
 }

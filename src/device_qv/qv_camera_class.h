@@ -22,7 +22,7 @@ inline constexpr std::uint32_t command_timeout_ms = 5000;
 inline constexpr std::uint32_t reply_area_size = 1024;
 
 class qv_camera_class {
-public:
+  public:
     // Reads the camera's "id" and "sernum", loads its column-balancing data
     // and enters the module's list of open cameras. The transport is not
     // owned: the module deletes it after the camera.
@@ -38,8 +38,8 @@ public:
     // stall. Copies the first `copy_length` bytes of the reply into
     // `caller_buffer` when it is given. Keeps the cached gain in step when a
     // "gain " command succeeds while column correction is on.
-    void send_command(const char* command, std::uint32_t length, char* caller_buffer, std::uint32_t copy_length,
-                      std::uint32_t timeout_ms = command_timeout_ms);
+    void send_command(const char* command, std::uint32_t length, char* caller_buffer,
+                      std::uint32_t copy_length, std::uint32_t timeout_ms = command_timeout_ms);
 
     // Convenience: sends a text command and returns its reply text.
     std::string query(const std::string& command, std::uint32_t copy_length = reply_area_size);
@@ -56,15 +56,15 @@ public:
     // Whether each frame slot begins with the metadata record; set by the
     // kit before it arms, read by the packet loop.
     std::atomic<bool> metadata_enabled{false};
-    std::int32_t cached_gain = 0;  // guarded by command_lock; the active column-gain set
+    std::int32_t cached_gain = 0;             // guarded by command_lock; the active column-gain set
     column_balancing_class column_balancing;  // guarded by command_lock
 
-private:
+  private:
     usb::usb_driver_base* usb_transport;
     std::string camera_id;
     std::string camera_serial;
 
-public:
+  public:
     // Last, so that it is destroyed first: the packet loop uses the members
     // above until it has stopped.
     device_acquisition_class acquisition{*this};

@@ -17,19 +17,24 @@ namespace qx::kit {
 [[noreturn]] void fail_string_is_null(std::string_view detail);
 
 inline void check_pointer_set(const void* pointer, std::string_view detail) {
-    if (pointer == nullptr) fail_pointer_is_null(detail);
+    if (pointer == nullptr)
+        fail_pointer_is_null(detail);
 }
 inline void check_pointer_null(const void* pointer, std::string_view detail) {
-    if (pointer != nullptr) fail_pointer_is_set(detail);
+    if (pointer != nullptr)
+        fail_pointer_is_set(detail);
 }
 inline void check_true(bool condition, std::string_view detail) {
-    if (!condition) fail_condition_is_false(detail);
+    if (!condition)
+        fail_condition_is_false(detail);
 }
 inline void check_false(bool condition, std::string_view detail) {
-    if (condition) fail_condition_is_true(detail);
+    if (condition)
+        fail_condition_is_true(detail);
 }
 inline void check_string_given(const char* text, std::string_view detail) {
-    if (text == nullptr) fail_string_is_null(detail);
+    if (text == nullptr)
+        fail_string_is_null(detail);
 }
 
 // Trims the text in place and fails when something is left.
@@ -44,7 +49,8 @@ std::string trimmed(std::string_view text);
 // The invalid-argument failure whose whole text is the parameter's name.
 [[noreturn]] void fail_argument(const char* parameter_name);
 inline void check_argument(const void* pointer, const char* parameter_name) {
-    if (pointer == nullptr) fail_argument(parameter_name);
+    if (pointer == nullptr)
+        fail_argument(parameter_name);
 }
 
 }  // namespace qx::kit

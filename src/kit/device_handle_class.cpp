@@ -12,18 +12,22 @@ device_handle_class::device_handle_class(void* device, std::shared_ptr<module_ob
 }
 
 int device_handle_class::get_data(const char* command, std::uint64_t command_size, const void* data,
-                                  std::uint64_t data_size, char* response, std::uint64_t response_size) const {
+                                  std::uint64_t data_size, char* response,
+                                  std::uint64_t response_size) const {
     const auto getter = owner_module ? owner_module->get_data__returns_zero_for_success : nullptr;
-    if (device_pointer == nullptr || getter == nullptr) return api::module_status_get_data_failed;
+    if (device_pointer == nullptr || getter == nullptr)
+        return api::module_status_get_data_failed;
     return getter(device_pointer, command, command_size, data, data_size, response, response_size) == 0
                ? api::status_success
                : api::module_status_get_data_failed;
 }
 
 int device_handle_class::set_data(const char* command, std::uint64_t command_size, const void* data,
-                                  std::uint64_t data_size, char* response, std::uint64_t response_size) const {
+                                  std::uint64_t data_size, char* response,
+                                  std::uint64_t response_size) const {
     const auto setter = owner_module ? owner_module->set_data__returns_zero_for_success : nullptr;
-    if (device_pointer == nullptr || setter == nullptr) return api::module_status_set_data_failed;
+    if (device_pointer == nullptr || setter == nullptr)
+        return api::module_status_set_data_failed;
     return setter(device_pointer, command, command_size, data, data_size, response, response_size) == 0
                ? api::status_success
                : api::module_status_get_data_failed;
@@ -31,7 +35,8 @@ int device_handle_class::set_data(const char* command, std::uint64_t command_siz
 
 int device_handle_class::destroy_device() const {
     const auto destroy = owner_module ? owner_module->destroy : nullptr;
-    if (device_pointer == nullptr || destroy == nullptr) return api::status_success;
+    if (device_pointer == nullptr || destroy == nullptr)
+        return api::status_success;
     return destroy(device_pointer);
 }
 

@@ -9,7 +9,7 @@ namespace qx::kit {
 class module_obj;
 
 class device_handle_class {
-public:
+  public:
     // Fails with "Device handle cannot be null." for a null device.
     device_handle_class(void* device, std::shared_ptr<module_obj> module);
 
@@ -27,7 +27,7 @@ public:
     // The module's destroy; 0 when the module has none any more.
     int destroy_device() const;
 
-private:
+  private:
     void* device_pointer;
     std::shared_ptr<module_obj> owner_module;
 };

@@ -16,7 +16,7 @@ namespace qx::kit {
 class kit_class;
 
 class Device_module_manager {
-public:
+  public:
     // Admits one library that is already loaded in the process, by its
     // (Windows) file name. Throws on every refusal; nothing is appended then.
     void Process_device_module(kit_class* owner, const std::string& file_name);
@@ -24,12 +24,15 @@ public:
     // First module of that exact name, in admission order; null when none.
     std::shared_ptr<module_obj> find_module(const std::string& module_name) const;
 
-    int get_module_data(const std::string& module_name, const char* key, void* value, std::int32_t reserved) const;
-    int set_module_data(const std::string& module_name, const char* key, void* value, std::int32_t reserved) const;
+    int get_module_data(const std::string& module_name, const char* key, void* value,
+                        std::int32_t reserved) const;
+    int set_module_data(const std::string& module_name, const char* key, void* value,
+                        std::int32_t reserved) const;
 
     // Gathers "<name>:<ids>." per module into the two caller buffers.
     // 0, or module code 8 when a module fails or a buffer is too small.
-    int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers, int serial_numbers_size) const;
+    int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers,
+                       int serial_numbers_size) const;
 
     // Has the named module create the device for an id, under the
     // process-wide creation mutex. Empty when the module is unknown, has no
@@ -44,7 +47,7 @@ public:
     const std::string& module_names() const { return names; }
     void finish_admission();
 
-private:
+  private:
     std::list<std::shared_ptr<module_obj>> module_list;
     std::string names;
 };

@@ -8,7 +8,7 @@
 namespace qx::kit {
 
 class kit_class {
-public:
+  public:
     // Loads and opens the hot-plug monitor, then admits the kit's own
     // library and the second family's module. Throws on any failure, leaving
     // nothing loaded or open.
@@ -23,7 +23,7 @@ public:
     qx_hotplug_record hotplug{};
     Device_module_manager manager;
 
-private:
+  private:
     void release_everything() noexcept;
 
     platform::library_handle second_family_library = nullptr;

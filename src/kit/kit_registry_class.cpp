@@ -29,25 +29,30 @@ std::vector<std::string> entries_of_module(const std::string& gathered, const st
     while (start != std::string::npos && start != 0 && gathered[start - 1] != '.') {
         start = gathered.find(marker, start + 1);
     }
-    if (start == std::string::npos) return {};
+    if (start == std::string::npos)
+        return {};
     start += marker.size();
 
     std::size_t end = gathered.size();
     for (const auto& other : modules) {
         const std::string other_marker = "." + other->module_name + ":";
         const std::size_t next = gathered.find(other_marker, start);
-        if (next != std::string::npos) end = std::min(end, next + 1);
+        if (next != std::string::npos)
+            end = std::min(end, next + 1);
     }
     std::string segment = gathered.substr(start, end - start);
-    if (!segment.empty() && segment.back() == '.') segment.pop_back();
+    if (!segment.empty() && segment.back() == '.')
+        segment.pop_back();
 
     std::vector<std::string> entries;
     std::size_t from = 0;
     while (from <= segment.size()) {
         std::size_t comma = segment.find(',', from);
-        if (comma == std::string::npos) comma = segment.size();
+        if (comma == std::string::npos)
+            comma = segment.size();
         std::string entry = segment.substr(from, comma - from);
-        if (!entry.empty() && entry != ".") entries.push_back(std::move(entry));
+        if (!entry.empty() && entry != ".")
+            entries.push_back(std::move(entry));
         from = comma + 1;
     }
     return entries;
@@ -87,7 +92,8 @@ void kit_registry_class::discover_cameras(char* serial_numbers, int size) {
 
     std::vector<char> ids(device_id_list_size, '\0');
     std::vector<char> serials(device_id_list_size, '\0');
-    if (kit.manager.get_device_ids(ids.data(), device_id_list_size, serials.data(), device_id_list_size) != 0) {
+    if (kit.manager.get_device_ids(ids.data(), device_id_list_size, serials.data(), device_id_list_size) !=
+        0) {
         throw std::runtime_error("Error getting camera unique IDs.");
     }
     const std::string gathered_ids(ids.data(), strnlen(ids.data(), ids.size()));
@@ -107,14 +113,16 @@ void kit_registry_class::discover_cameras(char* serial_numbers, int size) {
     // Copied first and judged after: a text of exactly `size` characters is
     // accepted unterminated, a longer one fails with a cut copy in place.
     std::strncpy(serial_numbers, result.c_str(), static_cast<std::size_t>(size));
-    if (result.size() > static_cast<std::size_t>(size)) throw std::runtime_error("Insufficient string size.");
+    if (result.size() > static_cast<std::size_t>(size))
+        throw std::runtime_error("Insufficient string size.");
 }
 
 void* kit_registry_class::open_camera(const char* serial_number) {
     qx_camera_handle_class* handle = nullptr;
     {
         std::lock_guard<std::recursive_mutex> guard(registry_mutex);
-        if (serial_number == nullptr) throw std::invalid_argument("camera_serial_number");
+        if (serial_number == nullptr)
+            throw std::invalid_argument("camera_serial_number");
 
         std::string device_id;
         for (const auto& [id, serial] : discovered_serials) {
@@ -124,12 +132,16 @@ void* kit_registry_class::open_camera(const char* serial_number) {
             }
         }
         check_false(device_id.empty(), "Serial number not found");
-        const auto holds_device_id = [&](const qx_camera_handle_class* open) { return open->device_id() == device_id; };
-        check_false(std::any_of(open_handles.begin(), open_handles.end(), holds_device_id), "Camera is already open.");
+        const auto holds_device_id = [&](const qx_camera_handle_class* open) {
+            return open->device_id() == device_id;
+        };
+        check_false(std::any_of(open_handles.begin(), open_handles.end(), holds_device_id),
+                    "Camera is already open.");
 
         kit_class& kit = require_kit();
         auto device = kit.manager.create_device(QX_QV_DEVICE_TYPE_NAME, device_id);
-        if (!device) device = kit.manager.create_device(QX_RALTO_DEVICE_TYPE_NAME, device_id);
+        if (!device)
+            device = kit.manager.create_device(QX_RALTO_DEVICE_TYPE_NAME, device_id);
         check_true(device.has_value(), "Unknown error when attempting to open the camera.");
 
         const auto holds_device = [&](const qx_camera_handle_class* open) {
@@ -163,20 +175,23 @@ void kit_registry_class::close_camera(void* handle) {
         std::lock_guard<std::recursive_mutex> guard(registry_mutex);
         validate_handle(handle);
         // A second close of a handle being closed is refused like a stale one.
-        if (!closing_handles.insert(camera).second) throw std::runtime_error("Camera handle is invalid.");
+        if (!closing_handles.insert(camera).second)
+            throw std::runtime_error("Camera handle is invalid.");
     } catch (const std::exception& failure) {
         failures += std::string(failure.what()) + " ";
         camera = nullptr;
     }
     delete camera;
     trim_in_place(failures);
-    if (!failures.empty()) fail_trimmed_string_is_not_empty(failures);
+    if (!failures.empty())
+        fail_trimmed_string_is_not_empty(failures);
 }
 
 void kit_registry_class::validate_handle(const void* handle) {
     std::lock_guard<std::recursive_mutex> guard(registry_mutex);
     for (const auto* open : open_handles) {
-        if (open == handle) return;
+        if (open == handle)
+            return;
     }
     throw std::runtime_error("Camera handle is invalid.");
 }

@@ -24,7 +24,7 @@ namespace qx::kit {
 class qx_camera_handle_class;
 
 class kit_registry_class {
-public:
+  public:
     static kit_registry_class& instance();
 
     void open_sdk();
@@ -46,13 +46,13 @@ public:
     // opening of the kit.
     std::array<std::atomic<int>, 2> hotplug_listener_enabled{};
 
-private:
+  private:
     kit_registry_class() = default;
     kit_class& require_kit();
 
     std::recursive_mutex registry_mutex;
-    std::unique_ptr<kit_class> kit_object;                  // guarded by registry_mutex
-    std::list<qx_camera_handle_class*> open_handles;        // guarded by registry_mutex
+    std::unique_ptr<kit_class> kit_object;                    // guarded by registry_mutex
+    std::list<qx_camera_handle_class*> open_handles;          // guarded by registry_mutex
     std::set<const qx_camera_handle_class*> closing_handles;  // guarded by registry_mutex
     std::map<std::string, std::string> discovered_serials;  // device id -> serial; guarded by registry_mutex
 };

@@ -24,7 +24,8 @@ module_obj::module_obj(kit_class* owner_kit, std::string library_file_name, plat
                       "module_obj::module_obj qx_module_initialize not found.");
     check_pointer_set(reinterpret_cast<void*>(qx_module_get_name),
                       "module_obj::module_obj qx_module_get_name not found.");
-    check_pointer_set(reinterpret_cast<void*>(qx_get_function), "module_obj::module_obj qx_get_function not found.");
+    check_pointer_set(reinterpret_cast<void*>(qx_get_function),
+                      "module_obj::module_obj qx_get_function not found.");
     check_pointer_set(reinterpret_cast<void*>(qx_module_uninitialize),
                       "module_obj::module_obj qx_module_uninitialize not found.");
     check_pointer_set(library, "module_obj::module_obj module handle unexpectedly null.");
@@ -34,20 +35,25 @@ module_obj::module_obj(kit_class* owner_kit, std::string library_file_name, plat
                "module_obj::module_obj call to qx_module_initialize returned an error code.");
 }
 
-module_obj::~module_obj() { platform::release_found_library(library); }
+module_obj::~module_obj() {
+    platform::release_found_library(library);
+}
 
 void module_obj::bind_optional_entry_points() {
     get_device_ids = lookup<qx_get_device_ids_t>(library, "get_device_ids");
     create = lookup<qx_create_t>(library, "create");
     destroy = lookup<qx_destroy_t>(library, "destroy");
-    get_data__returns_zero_for_success = lookup<qx_device_data_t>(library, "get_data__returns_zero_for_success");
-    set_data__returns_zero_for_success = lookup<qx_device_data_t>(library, "set_data__returns_zero_for_success");
+    get_data__returns_zero_for_success =
+        lookup<qx_device_data_t>(library, "get_data__returns_zero_for_success");
+    set_data__returns_zero_for_success =
+        lookup<qx_device_data_t>(library, "set_data__returns_zero_for_success");
     qx_get_module_data = lookup<qx_get_module_data_t>(library, "qx_get_module_data");
     qx_set_module_data = lookup<qx_set_module_data_t>(library, "qx_set_module_data");
 }
 
 void module_obj::shut_down() {
-    if (shut_down_done) return;
+    if (shut_down_done)
+        return;
     shut_down_done = true;
     get_device_ids = nullptr;
     create = nullptr;
@@ -57,7 +63,8 @@ void module_obj::shut_down() {
     qx_get_module_data = nullptr;
     qx_set_module_data = nullptr;
     module_name.clear();
-    if (qx_module_uninitialize != nullptr) qx_module_uninitialize();
+    if (qx_module_uninitialize != nullptr)
+        qx_module_uninitialize();
 }
 
 }  // namespace qx::kit

@@ -12,7 +12,7 @@ namespace qx::kit {
 class kit_class;
 
 class module_obj {
-public:
+  public:
     // Looks up the four required entry points, checks them and calls
     // qx_module_initialize with the owner's hot-plug record.
     module_obj(kit_class* owner, std::string file_name, platform::library_handle library);
@@ -50,7 +50,7 @@ public:
 
     std::string module_name;
 
-private:
+  private:
     bool shut_down_done = false;
 };
 

@@ -37,19 +37,25 @@ qx_camera_handle_class::~qx_camera_handle_class() {
     }
     collect([&] { device_link.destroy_device(); });
     kit_registry_class::instance().remove_handle(this);
-    if (!failures.empty()) std::printf("~qx_camera_handle_class error: %s\n", failures.c_str());
+    if (!failures.empty())
+        std::printf("~qx_camera_handle_class error: %s\n", failures.c_str());
 }
 
-void qx_camera_handle_class::validate() const { kit_registry_class::instance().validate_handle(this); }
+void qx_camera_handle_class::validate() const {
+    kit_registry_class::instance().validate_handle(this);
+}
 
-void qx_camera_handle_class::disarm() { acquisition.disarm(*this); }
+void qx_camera_handle_class::disarm() {
+    acquisition.disarm(*this);
+}
 
 void qx_camera_handle_class::initialise_after_open() {
     run_locked([&] {
         disarm();
         properties.set_features_from_discover_reply(command_channel.get("discover"));
         // Cameras with a gain control may map gain indexes through a table.
-        if (properties.has(camera::feature::gain)) camera::load_gain_table(*this);
+        if (properties.has(camera::feature::gain))
+            camera::load_gain_table(*this);
     });
 }
 

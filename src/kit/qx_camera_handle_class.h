@@ -14,7 +14,7 @@ namespace qx::kit {
 inline constexpr std::size_t handle_response_size = 1024;
 
 class qx_camera_handle_class {
-public:
+  public:
     qx_camera_handle_class(device_handle_class device, std::string device_id);
     // Disarms, unblocks a waiting frame read, destroys the device and leaves
     // the open-handle list. Never throws: failures are collected and printed.
@@ -55,11 +55,11 @@ public:
     // acquisition. The handle mutex comes first in the object on purpose.
     // Timed, so that the frame loop can wait for it and still notice a stop.
     std::recursive_timed_mutex handle_mutex;
-    char response[handle_response_size] = {};  // guarded by handle_mutex
+    char response[handle_response_size] = {};    // guarded by handle_mutex
     camera::camera_properties_class properties;  // guarded by handle_mutex
     acquisition::frame_acquisition_class acquisition;
 
-private:
+  private:
     bool abandoned = false;
     std::string id;
     device_handle_class device_link;

@@ -8,7 +8,7 @@
 namespace qx::platform {
 
 class auto_reset_event_class {
-public:
+  public:
     void set() {
         std::lock_guard<std::mutex> guard(mutex);
         signalled = true;
@@ -20,7 +20,8 @@ public:
     bool wait() {
         std::unique_lock<std::mutex> guard(mutex);
         wake.wait(guard, [&] { return signalled || closed; });
-        if (closed) return false;
+        if (closed)
+            return false;
         signalled = false;
         return true;
     }
@@ -31,7 +32,7 @@ public:
         wake.notify_all();
     }
 
-private:
+  private:
     std::mutex mutex;
     std::condition_variable wake;
     bool signalled = false;  // guarded by mutex

@@ -1,6 +1,6 @@
-#include "platform/shared_library.h"
-
 #include <cstdlib>
+
+#include "platform/shared_library.h"
 
 namespace qx::platform {
 
@@ -20,8 +20,8 @@ std::string map_library_file_name(const std::string& windows_file_name) {
 #else
     static const std::string dll_suffix = ".dll";
     if (windows_file_name.size() <= dll_suffix.size() ||
-        windows_file_name.compare(windows_file_name.size() - dll_suffix.size(), dll_suffix.size(), dll_suffix) !=
-            0) {
+        windows_file_name.compare(windows_file_name.size() - dll_suffix.size(), dll_suffix.size(),
+                                  dll_suffix) != 0) {
         return windows_file_name;
     }
     return "lib" + windows_file_name.substr(0, windows_file_name.size() - dll_suffix.size()) + ".so";
@@ -40,21 +40,25 @@ std::vector<std::string> module_search_directories() {
         std::size_t start = 0;
         while (start <= entries.size()) {
             auto end = entries.find(path_list_separator, start);
-            if (end == std::string::npos) end = entries.size();
-            if (end > start) directories.push_back(entries.substr(start, end - start));
+            if (end == std::string::npos)
+                end = entries.size();
+            if (end > start)
+                directories.push_back(entries.substr(start, end - start));
             start = end + 1;
         }
     }
     const std::string own = own_library_path();
     const auto cut = own.find_last_of("/\\");
-    if (cut != std::string::npos) directories.push_back(own.substr(0, cut));
+    if (cut != std::string::npos)
+        directories.push_back(own.substr(0, cut));
     return directories;
 }
 
 library_handle load_library(const std::string& windows_file_name) {
     const std::string file_name = map_library_file_name(windows_file_name);
     for (const auto& directory : module_search_directories()) {
-        if (library_handle handle = load_library_file(directory + directory_separator + file_name)) return handle;
+        if (library_handle handle = load_library_file(directory + directory_separator + file_name))
+            return handle;
     }
     return load_library_file(file_name);
 }

@@ -21,7 +21,8 @@ struct loaded_library_search {
 
 int match_loaded_object(struct dl_phdr_info* info, size_t, void* data) {
     auto* search = static_cast<loaded_library_search*>(data);
-    if (info->dlpi_name == nullptr || info->dlpi_name[0] == '\0') return 0;
+    if (info->dlpi_name == nullptr || info->dlpi_name[0] == '\0')
+        return 0;
     if (file_name_of(info->dlpi_name) == search->wanted_file_name) {
         search->found_path = info->dlpi_name;
         return 1;
@@ -36,26 +37,31 @@ library_handle find_loaded_library(const std::string& windows_file_name) {
     // that a library loaded through an explicit path is found as well.
     loaded_library_search search{file_name.c_str(), {}};
     dl_iterate_phdr(match_loaded_object, &search);
-    if (search.found_path.empty()) return nullptr;
+    if (search.found_path.empty())
+        return nullptr;
     return dlopen(search.found_path.c_str(), RTLD_NOW | RTLD_NOLOAD);
 }
 
 void release_found_library(library_handle handle) {
-    if (handle != nullptr) dlclose(handle);
+    if (handle != nullptr)
+        dlclose(handle);
 }
 
 void unload_library(library_handle handle) {
-    if (handle != nullptr) dlclose(handle);
+    if (handle != nullptr)
+        dlclose(handle);
 }
 
 void* find_symbol(library_handle handle, const char* name) {
-    if (handle == nullptr || name == nullptr) return nullptr;
+    if (handle == nullptr || name == nullptr)
+        return nullptr;
     return dlsym(handle, name);
 }
 
 std::string own_library_path() {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&own_library_path), &info) == 0 || info.dli_fname == nullptr) return {};
+    if (dladdr(reinterpret_cast<void*>(&own_library_path), &info) == 0 || info.dli_fname == nullptr)
+        return {};
     return info.dli_fname;
 }
 

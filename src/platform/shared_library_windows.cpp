@@ -15,23 +15,27 @@ library_handle find_loaded_library(const std::string& windows_file_name) {
 void release_found_library(library_handle) {}
 
 void unload_library(library_handle handle) {
-    if (handle != nullptr) FreeLibrary(reinterpret_cast<HMODULE>(handle));
+    if (handle != nullptr)
+        FreeLibrary(reinterpret_cast<HMODULE>(handle));
 }
 
 void* find_symbol(library_handle handle, const char* name) {
-    if (handle == nullptr || name == nullptr) return nullptr;
+    if (handle == nullptr || name == nullptr)
+        return nullptr;
     return reinterpret_cast<void*>(GetProcAddress(reinterpret_cast<HMODULE>(handle), name));
 }
 
 std::string own_library_path() {
     HMODULE self = nullptr;
-    if (!GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                            reinterpret_cast<LPCSTR>(&own_library_path), &self)) {
+    if (!GetModuleHandleExA(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            reinterpret_cast<LPCSTR>(&own_library_path), &self)) {
         return {};
     }
     char path[260] = {};
     const DWORD length = GetModuleFileNameA(self, path, sizeof(path));
-    if (length == 0 || length >= sizeof(path)) return {};
+    if (length == 0 || length >= sizeof(path))
+        return {};
     return std::string(path, length);
 }
 

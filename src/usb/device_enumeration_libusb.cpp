@@ -4,14 +4,15 @@
 #include <libusb.h>
 
 #include "usb/device_enumerator_class.h"
-#include "usb/usb_device_path.h"
+#include "usb/libusb_session_class.h"
 
 namespace qx::usb {
 
 std::optional<std::vector<std::string>> list_platform_device_paths() {
     libusb_context* context = nullptr;
     // A machine without USB access (no usbfs) simply has no real cameras.
-    if (libusb_init(&context) != 0) return std::vector<std::string>{};
+    if (libusb_init(&context) != 0)
+        return std::vector<std::string>{};
     libusb_device** devices = nullptr;
     const ssize_t count = libusb_get_device_list(context, &devices);
     if (count < 0) {
@@ -20,13 +21,10 @@ std::optional<std::vector<std::string>> list_platform_device_paths() {
     }
     std::vector<std::string> found;
     for (ssize_t index = 0; index < count; ++index) {
-        libusb_device_descriptor descriptor{};
-        if (libusb_get_device_descriptor(devices[index], &descriptor) != 0) continue;
-        std::uint8_t ports[usb_max_port_chain_length] = {};
-        const int depth = libusb_get_port_numbers(devices[index], ports, sizeof ports);
-        found.push_back(format_usb_device_path(libusb_get_bus_number(devices[index]),
-                                               std::span<const std::uint8_t>(ports, depth > 0 ? depth : 0),
-                                               descriptor.idVendor, descriptor.idProduct));
+        // The same path the transport opens and the hot-plug monitor reports.
+        std::string path = libusb_device_path(devices[index]);
+        if (!path.empty())
+            found.push_back(std::move(path));
     }
     libusb_free_device_list(devices, 1);
     libusb_exit(context);

@@ -23,7 +23,7 @@ struct usb_identity_filter {
 };
 
 class device_enumerator_class {
-public:
+  public:
     // Rebuilds the tables from the devices present; returns the count, or 0
     // when the platform's device list could not be read.
     int enumerate(const usb_identity_filter& filter);
@@ -39,7 +39,7 @@ public:
     // the platform's and the emulator's paths.
     void filter_candidates(const std::vector<std::string>& candidates, const usb_identity_filter& filter);
 
-private:
+  private:
     int device_count = 0;
     std::array<std::array<char, device_path_capacity>, max_enumerated_devices> paths{};
     std::array<std::uint32_t, max_enumerated_devices> vendor_ids{};

@@ -17,19 +17,22 @@ emulated_fx3_class::emulated_fx3_class(std::string device_path)
     }
 }
 
-emulated_fx3_class::~emulated_fx3_class() { qx_emu_device_close(device); }
+emulated_fx3_class::~emulated_fx3_class() {
+    qx_emu_device_close(device);
+}
 
 void emulated_fx3_class::throw_if_gone(int status, const char* method) const {
     if (status == QX_EMU_NO_DEVICE) {
         throw std::runtime_error(std::string("emulated_fx3_class::") + method + " device disconnected.");
     }
     if (status == QX_EMU_INVALID) {
-        throw std::runtime_error(std::string("emulated_fx3_class::") + method + " " + qx_emu_get_last_error());
+        throw std::runtime_error(std::string("emulated_fx3_class::") + method + " " +
+                                 qx_emu_get_last_error());
     }
 }
 
-void emulated_fx3_class::write(std::uint32_t length, const void* bytes, std::uint32_t timeout_ms, bool& timed_out,
-                               bool& stalled) {
+void emulated_fx3_class::write(std::uint32_t length, const void* bytes, std::uint32_t timeout_ms,
+                               bool& timed_out, bool& stalled) {
     std::lock_guard<std::recursive_mutex> guard(transfer_lock);
     timed_out = false;
     stalled = false;
@@ -49,7 +52,8 @@ void emulated_fx3_class::read__blocking(std::uint32_t, void* destination, std::u
     timed_out = false;
     failed = false;
     stalled = false;
-    if (destination != nullptr) static_cast<char*>(destination)[0] = '\0';
+    if (destination != nullptr)
+        static_cast<char*>(destination)[0] = '\0';
     char reply[command_transfer_size] = {};
     std::size_t transferred = 0;
     const int status = qx_emu_device_read(device, reply, sizeof reply, &transferred, timeout_ms);
@@ -57,7 +61,8 @@ void emulated_fx3_class::read__blocking(std::uint32_t, void* destination, std::u
     switch (status) {
         case QX_EMU_OK:
             // The whole transfer size is delivered, whatever was asked for.
-            if (destination != nullptr) std::memcpy(destination, reply, sizeof reply);
+            if (destination != nullptr)
+                std::memcpy(destination, reply, sizeof reply);
             break;
         case QX_EMU_TIMEOUT:
             timed_out = true;
@@ -77,7 +82,8 @@ void emulated_fx3_class::read__blocking(std::uint32_t, void* destination, std::u
 std::string emulated_fx3_class::get_usb_port_speed() {
     std::lock_guard<std::recursive_mutex> guard(control_lock);
     const int speed = qx_emu_device_get_speed(device);
-    if (speed < 0) throw std::runtime_error("Error getting USB-port speed.");
+    if (speed < 0)
+        throw std::runtime_error("Error getting USB-port speed.");
     switch (speed) {
         case QX_EMU_SPEED_FULL:
             return "USB 1.0";
@@ -90,13 +96,14 @@ std::string emulated_fx3_class::get_usb_port_speed() {
     }
 }
 
-void emulated_fx3_class::read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out, bool& failed,
-                                         bool& stalled) {
+void emulated_fx3_class::read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out,
+                                         bool& failed, bool& stalled) {
     std::lock_guard<std::recursive_mutex> reading(image_lock);
     timed_out = false;
     failed = false;
     stalled = false;
-    if (timeout_ms == infinite_timeout) throw std::runtime_error("Finite timeout required.");
+    if (timeout_ms == infinite_timeout)
+        throw std::runtime_error("Finite timeout required.");
     const int status = qx_emu_device_read_packet(device, destination, timeout_ms);
     switch (status) {
         case QX_EMU_OK:
@@ -124,7 +131,8 @@ bool emulated_fx3_class::get_is_endpoint_stalled(int channel, bool is_in) {
     std::lock_guard<std::recursive_mutex> guard(control_lock);
     int stalled = 0;
     const int status = qx_emu_device_get_endpoint_stalled(device, endpoint_address(channel, is_in), &stalled);
-    if (status != QX_EMU_OK) throw std::runtime_error("emulated_fx3_class::get_is_endpoint_stalled failed.");
+    if (status != QX_EMU_OK)
+        throw std::runtime_error("emulated_fx3_class::get_is_endpoint_stalled failed.");
     return stalled != 0;
 }
 

@@ -8,7 +8,7 @@
 namespace qx::usb {
 
 class emulated_fx3_class final : public usb_driver_base {
-public:
+  public:
     // Fails with "emulated_fx3_class::emulated_fx3_class cannot open device: ..."
     // when the emulator has no camera at that path.
     explicit emulated_fx3_class(std::string device_path);
@@ -26,7 +26,7 @@ public:
     void unstall_endpoint(int channel, bool is_in) override;
     void reset_parent_port() override;
 
-private:
+  private:
     // Throws for the statuses that end the connection (an unplugged camera).
     void throw_if_gone(int status, const char* method) const;
 

@@ -1,11 +1,11 @@
 #include <libusb.h>
-#include <pthread.h>
 #include <sys/time.h>
 
 #include <mutex>
 #include <stdexcept>
 #include <string>
 
+#include "platform/thread_name.h"
 #include "usb/libusb_session_class.h"
 #include "usb/usb_device_path.h"
 
@@ -55,7 +55,7 @@ libusb_session_class::~libusb_session_class() {
 }
 
 void libusb_session_class::handle_events_until_stopped() {
-    pthread_setname_np(pthread_self(), "LIBUSB EVENTS");
+    platform::name_current_thread("LIBUSB EVENTS");
     while (!stop_requested) {
         timeval wait{0, event_wait_us};
         // Failures here are transient (an interrupted poll); the transfers

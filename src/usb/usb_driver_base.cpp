@@ -22,15 +22,18 @@ void usb_driver_base::parent_reset(bool force) {
         int channel;
         bool is_in;
     };
-    constexpr endpoint checked_in_order[] = {{image_channel, true}, {command_channel, false}, {command_channel, true}};
+    constexpr endpoint checked_in_order[] = {
+        {image_channel, true}, {command_channel, false}, {command_channel, true}};
     bool any_stalled = false;
     for (const auto& checked : checked_in_order) {
-        if (!get_is_endpoint_stalled(checked.channel, checked.is_in)) continue;
+        if (!get_is_endpoint_stalled(checked.channel, checked.is_in))
+            continue;
         any_stalled = true;
         unstall_endpoint(checked.channel, checked.is_in);
         get_is_endpoint_stalled(checked.channel, checked.is_in);
     }
-    if (!any_stalled && force) reset_parent_port();
+    if (!any_stalled && force)
+        reset_parent_port();
 }
 
 }  // namespace qx::usb

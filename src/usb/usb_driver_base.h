@@ -29,7 +29,7 @@ inline constexpr unsigned char endpoint_address(int channel, bool is_in) {
 }
 
 class usb_driver_base {
-public:
+  public:
     // Fails with "Trimmed string is empty: Device path must be provided."
     // for an empty path.
     explicit usb_driver_base(std::string device_path);
@@ -45,8 +45,8 @@ public:
     // Takes transfer_lock. Sets `timed_out` when nothing came in time,
     // `failed` when the transfer failed, `stalled` from the endpoint's state.
     // Throws on a driver failure.
-    virtual void read__blocking(std::uint32_t length, void* destination, std::uint32_t timeout_ms, bool& timed_out,
-                                bool& failed, bool& stalled) = 0;
+    virtual void read__blocking(std::uint32_t length, void* destination, std::uint32_t timeout_ms,
+                                bool& timed_out, bool& failed, bool& stalled) = 0;
 
     // Writes `length` bytes on the command channel. Blocks up to
     // `timeout_ms`. Takes transfer_lock. Sets `timed_out` and `stalled`.
@@ -77,7 +77,8 @@ public:
     // transfer_lock together.
     virtual void unstall_endpoint(int channel, bool is_in) = 0;
 
-    // Resets the port the device hangs on. Takes control_lock.
+    // Resets the port the device hangs on. Takes control_lock (and, where
+    // the transport cancels its transfers first, transfer_lock with it).
     virtual void reset_parent_port() = 0;
 
     // Link recovery: checks the image IN, command OUT and command IN
@@ -88,12 +89,12 @@ public:
 
     const std::string& device_path() const { return path; }
 
-protected:
+  protected:
     std::recursive_mutex control_lock;
     std::recursive_mutex transfer_lock;
     std::recursive_mutex image_lock;
 
-private:
+  private:
     std::string path;
 };
 

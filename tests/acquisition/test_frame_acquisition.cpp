@@ -25,7 +25,8 @@ constexpr std::uint32_t near_wrap = 0xFFFFFFFEu;
 std::string camera_json(const std::string& packing, int bits, const std::string& extra = "", int width = 64,
                         int height = 8) {
     return R"({"id":"ACQ-1","serial":"SN-ACQ","sensor_width":)" + std::to_string(width) +
-           R"(,"sensor_height":)" + std::to_string(height) + R"(,"pacing":"fast",)"
+           R"(,"sensor_height":)" + std::to_string(height) +
+           R"(,"pacing":"fast",)"
            R"("pattern":"gradient","bit_depth":)" +
            std::to_string(bits) + R"(,"packing":")" + packing + R"(","frame_count_start":)" +
            std::to_string(near_wrap) + (extra.empty() ? "" : "," + extra) + "}";
@@ -39,7 +40,7 @@ struct polled_frame {
 };
 
 class frame_acquisition : public qx::test::sdk_camera_fixture {
-protected:
+  protected:
     // Polls until a frame arrives or `attempts` polls found nothing.
     bool poll(polled_frame& frame, std::size_t pixel_count, int attempts = 50) {
         for (int attempt = 0; attempt < attempts; ++attempt) {
@@ -47,9 +48,11 @@ protected:
             int count = 0;
             unsigned char* metadata = nullptr;
             int metadata_size = 0;
-            EXPECT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size), 0)
+            EXPECT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size),
+                      0)
                 << qx_camera_get_last_error();
-            if (image == nullptr) continue;
+            if (image == nullptr)
+                continue;
             frame.frame_count = static_cast<std::uint32_t>(count);
             frame.metadata_size = metadata_size;
             frame.pixels.assign(image, image + pixel_count);
@@ -67,7 +70,8 @@ protected:
         EXPECT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
         std::vector<polled_frame> captured;
         polled_frame frame;
-        while (static_cast<int>(captured.size()) < frames && poll(frame, pixel_count, 10)) captured.push_back(frame);
+        while (static_cast<int>(captured.size()) < frames && poll(frame, pixel_count, 10))
+            captured.push_back(frame);
         EXPECT_EQ(qx_camera_disarm(camera), 0) << qx_camera_get_last_error();
         return captured;
     }
@@ -114,7 +118,8 @@ TEST_F(frame_acquisition, region_of_interest_and_binning_shape_the_frame) {
     const frame_geometry geometry{8, 2, 16, 4, 2, 1, 12};
     const auto frames = capture(3, 16 * 4);
     ASSERT_EQ(frames.size(), 3u);
-    for (const auto& frame : frames) EXPECT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, geometry), 0);
+    for (const auto& frame : frames)
+        EXPECT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, geometry), 0);
 }
 
 TEST_F(frame_acquisition, a_software_trigger_gives_exactly_nframes_frames) {
@@ -131,7 +136,8 @@ TEST_F(frame_acquisition, with_n_slots_frames_beyond_them_are_lost_until_the_kit
     ASSERT_EQ(qx_camera_arm(camera, 3), 0) << qx_camera_get_last_error();
     ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
     // Let the camera send all ten frames before the kit asks for any.
-    for (int wait = 0; wait < 200 && counters().frames_completed < 10; ++wait) std::this_thread::sleep_for(10ms);
+    for (int wait = 0; wait < 200 && counters().frames_completed < 10; ++wait)
+        std::this_thread::sleep_for(10ms);
     ASSERT_EQ(counters().frames_completed, 10u);
     std::this_thread::sleep_for(50ms);
     polled_frame frame;
@@ -173,9 +179,10 @@ TEST_F(frame_acquisition, arming_rules_and_their_texts) {
     EXPECT_EQ(armed, 1);
     auto callback = [](void*, unsigned short*, int, unsigned char*, int, void*) {};
     EXPECT_EQ(qx_camera_set_frame_available_callback(camera, callback, nullptr), 1004);
-    EXPECT_STREQ(qx_camera_get_last_error(),
-                 "Condition is unexpectedly true: Callback cannot be set while the camera is armed. Error: Invalid "
-                 "operation.");
+    EXPECT_STREQ(
+        qx_camera_get_last_error(),
+        "Condition is unexpectedly true: Callback cannot be set while the camera is armed. Error: Invalid "
+        "operation.");
     ASSERT_EQ(qx_camera_disarm(camera), 0);
     ASSERT_EQ(qx_camera_get_is_armed(camera, &armed), 0);
     EXPECT_EQ(armed, 0);
@@ -221,12 +228,15 @@ struct callback_log {
         if (log->call_back_into_handle) {
             int armed = 0;
             double rate = 0;
-            if (qx_camera_get_is_armed(handle, &armed) != 0 || armed != 1) ++failed;
-            if (qx_camera_get_measured_frame_rate(handle, &rate) != 0) ++failed;
+            if (qx_camera_get_is_armed(handle, &armed) != 0 || armed != 1)
+                ++failed;
+            if (qx_camera_get_measured_frame_rate(handle, &rate) != 0)
+                ++failed;
         }
         std::lock_guard<std::mutex> guard(log->mutex);
         log->counts.push_back(static_cast<std::uint32_t>(count));
-        if (mismatches != 0) ++log->mismatched_frames;
+        if (mismatches != 0)
+            ++log->mismatched_frames;
         log->handle_calls_failed += failed;
     }
     std::size_t received() {
@@ -275,7 +285,8 @@ TEST_F(frame_acquisition, arm_and_disarm_a_thousand_times_reusing_the_buffer) {
             ASSERT_NE(image, nullptr) << "round " << round;
             // The same buffer serves every arm of the same size: the first
             // slot's pixels are always at the same address.
-            if (first_image == nullptr) first_image = image;
+            if (first_image == nullptr)
+                first_image = image;
             EXPECT_EQ(image, first_image) << "round " << round;
         }
         ASSERT_EQ(qx_camera_disarm(camera), 0) << "round " << round << ": " << qx_camera_get_last_error();
@@ -297,8 +308,9 @@ TEST_F(frame_acquisition, closing_while_streaming_does_not_hang) {
 
 TEST_F(frame_acquisition, the_measured_frame_rate_follows_the_camera) {
     // 50 frames per second, paced by the camera.
-    open_camera_with(R"({"id":"ACQ-1","serial":"SN-ACQ","sensor_width":64,"sensor_height":8,"pacing":"frame_time",)"
-                     R"("frame_time_us":20000})");
+    open_camera_with(
+        R"({"id":"ACQ-1","serial":"SN-ACQ","sensor_width":64,"sensor_height":8,"pacing":"frame_time",)"
+        R"("frame_time_us":20000})");
     callback_log log;
     ASSERT_EQ(qx_camera_set_frame_available_callback(camera, &callback_log::on_frame, &log), 0);
     double rate = -1;
@@ -340,7 +352,8 @@ TEST_P(frame_faults, exactly_the_damaged_frame_is_missing) {
     command("nframes " + std::to_string(run_length));
     ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 300), 0);
     ASSERT_EQ(qx_camera_arm(camera, run_length + 2), 0) << qx_camera_get_last_error();
-    ASSERT_EQ(qx_emu_set_faults(device_path.c_str(), GetParam().faults), QX_EMU_OK) << qx_emu_get_last_error();
+    ASSERT_EQ(qx_emu_set_faults(device_path.c_str(), GetParam().faults), QX_EMU_OK)
+        << qx_emu_get_last_error();
     ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
 
     std::vector<std::uint32_t> counts;
@@ -353,7 +366,8 @@ TEST_P(frame_faults, exactly_the_damaged_frame_is_missing) {
     }
     std::vector<std::uint32_t> expected;
     for (int index = 0; index < run_length; ++index) {
-        if (index != damaged_index) expected.push_back(near_wrap + static_cast<std::uint32_t>(index));
+        if (index != damaged_index)
+            expected.push_back(near_wrap + static_cast<std::uint32_t>(index));
     }
     EXPECT_EQ(counts, expected);
     const auto sent = counters();
@@ -364,19 +378,24 @@ TEST_P(frame_faults, exactly_the_damaged_frame_is_missing) {
 
 INSTANTIATE_TEST_SUITE_P(
     injected, frame_faults,
-    ::testing::Values(
-        fault_case{"dropped_packet", R"({"drop_packet":{"frames":[3],"packet":2}})", QX_EMU_FAULT_DROP_PACKET},
-        fault_case{"dropped_first_packet", R"({"drop_packet":{"frames":[3],"packet":0}})", QX_EMU_FAULT_DROP_PACKET},
-        fault_case{"dropped_last_packet", R"({"drop_packet":{"frames":[3],"packet":3}})", QX_EMU_FAULT_DROP_PACKET},
-        fault_case{"skipped_sequence", R"({"sequence_gap":{"frames":[3],"packet":1,"mode":"skip"}})",
-                   QX_EMU_FAULT_SEQUENCE_GAP},
-        fault_case{"repeated_sequence", R"({"sequence_gap":{"frames":[3],"packet":3,"mode":"repeat"}})",
-                   QX_EMU_FAULT_SEQUENCE_GAP},
-        fault_case{"corrupted_first_header", R"({"corrupt_header":{"frames":[3],"packet":0}})",
-                   QX_EMU_FAULT_CORRUPT_HEADER},
-        fault_case{"corrupted_header", R"({"corrupt_header":{"frames":[3],"packet":1}})",
-                   QX_EMU_FAULT_CORRUPT_HEADER},
-        fault_case{"stall_mid_frame", R"({"stall_image":{"frames":[3],"packet":1}})", QX_EMU_FAULT_STALL_IMAGE}),
+    ::testing::Values(fault_case{"dropped_packet", R"({"drop_packet":{"frames":[3],"packet":2}})",
+                                 QX_EMU_FAULT_DROP_PACKET},
+                      fault_case{"dropped_first_packet", R"({"drop_packet":{"frames":[3],"packet":0}})",
+                                 QX_EMU_FAULT_DROP_PACKET},
+                      fault_case{"dropped_last_packet", R"({"drop_packet":{"frames":[3],"packet":3}})",
+                                 QX_EMU_FAULT_DROP_PACKET},
+                      fault_case{"skipped_sequence",
+                                 R"({"sequence_gap":{"frames":[3],"packet":1,"mode":"skip"}})",
+                                 QX_EMU_FAULT_SEQUENCE_GAP},
+                      fault_case{"repeated_sequence",
+                                 R"({"sequence_gap":{"frames":[3],"packet":3,"mode":"repeat"}})",
+                                 QX_EMU_FAULT_SEQUENCE_GAP},
+                      fault_case{"corrupted_first_header", R"({"corrupt_header":{"frames":[3],"packet":0}})",
+                                 QX_EMU_FAULT_CORRUPT_HEADER},
+                      fault_case{"corrupted_header", R"({"corrupt_header":{"frames":[3],"packet":1}})",
+                                 QX_EMU_FAULT_CORRUPT_HEADER},
+                      fault_case{"stall_mid_frame", R"({"stall_image":{"frames":[3],"packet":1}})",
+                                 QX_EMU_FAULT_STALL_IMAGE}),
     [](const ::testing::TestParamInfo<fault_case>& info) { return std::string(info.param.name); });
 
 TEST_F(frame_acquisition, an_unplug_mid_frame_ends_the_stream_without_a_hang) {
@@ -430,8 +449,10 @@ TEST_F(frame_acquisition, frames_arrive_column_balanced_pixel_by_pixel) {
                                                       : static_cast<float>(1.0 - 2.0 * x / 63);
                     const double product = 900.0 * static_cast<float>(factor);
                     const double truncated = std::trunc(static_cast<float>(product));
-                    const int expected = truncated < 0 || truncated > 1023 ? 1023 : static_cast<int>(truncated);
-                    if (frame.pixels[static_cast<std::size_t>(row * 32 + column)] != expected) ++mismatches;
+                    const int expected =
+                        truncated < 0 || truncated > 1023 ? 1023 : static_cast<int>(truncated);
+                    if (frame.pixels[static_cast<std::size_t>(row * 32 + column)] != expected)
+                        ++mismatches;
                 }
             }
             EXPECT_EQ(mismatches, 0);

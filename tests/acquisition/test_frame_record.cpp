@@ -24,7 +24,12 @@ std::vector<unsigned char> slot_of(const std::vector<std::pair<const char*, std:
 }
 
 TEST(frame_record, reads_count_and_pixel_offset_from_the_tags) {
-    auto slot = slot_of({{"VKO\0", 1}, {"FCNT", 4294967295u}, {"IOFF", 7}, {"IFMT", 1}, {"TSLO", 5}, {"TSHI", 0},
+    auto slot = slot_of({{"VKO\0", 1},
+                         {"FCNT", 4294967295u},
+                         {"IOFF", 7},
+                         {"IFMT", 1},
+                         {"TSLO", 5},
+                         {"TSHI", 0},
                          {"ENDT", 0}});
     const auto record = scan_frame_record(slot.data());
     EXPECT_EQ(record.frame_count, -1);

@@ -29,9 +29,11 @@ TEST_F(call_frame, fresh_thread_reads_an_empty_last_error) {
 TEST_F(call_frame, null_handle_is_reported_before_any_other_argument) {
     char response[16];
     EXPECT_EQ(_internal_command(nullptr, nullptr, 0, nullptr, 0), 1004);
-    EXPECT_EQ(last_error(), "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    EXPECT_EQ(last_error(),
+              "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
     EXPECT_EQ(_set_image_size_overrides(nullptr, 0, 0), 1004);
-    EXPECT_EQ(last_error(), "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
+    EXPECT_EQ(last_error(),
+              "Pointer is unexpectedly nullptr: Camera handle is null. Error: Invalid operation.");
     EXPECT_EQ(_internal_command(nullptr, const_cast<char*>("id"), 3, response, sizeof response), 1004);
 }
 
@@ -63,8 +65,10 @@ TEST_F(call_frame, argument_failures_name_the_argument) {
     } cases[] = {
         {[&] { return _set_image_size_overrides(camera, 0, 10); }, "width Error: Invalid operation."},
         {[&] { return _set_image_size_overrides(camera, 10, 0); }, "height Error: Invalid operation."},
-        {[&] { return _internal_command(camera, nullptr, 3, response, 8); }, "command Error: Invalid operation."},
-        {[&] { return _internal_command(camera, id_command, 3, nullptr, 8); }, "response Error: Invalid operation."},
+        {[&] { return _internal_command(camera, nullptr, 3, response, 8); },
+         "command Error: Invalid operation."},
+        {[&] { return _internal_command(camera, id_command, 3, nullptr, 8); },
+         "response Error: Invalid operation."},
         {[&] { return _internal_command(camera, id_command, 3, response, 0); },
          "Response size is too small. Error: Invalid operation."},
         {[&] { return _internal_command(camera, id_command, 3, response, -8); },
@@ -86,9 +90,10 @@ TEST_F(call_frame, discovery_reports_its_own_argument_codes) {
     open_sdk();
     char buffer[4];
     EXPECT_EQ(qx_camera_discover_available_cameras(nullptr, 10), 1003);
-    EXPECT_EQ(last_error(),
-              "Serial numbers string must not be null. Error: Invalid parameter. Check documentation for detailed "
-              "parameter information.");
+    EXPECT_EQ(
+        last_error(),
+        "Serial numbers string must not be null. Error: Invalid parameter. Check documentation for detailed "
+        "parameter information.");
     EXPECT_EQ(qx_camera_discover_available_cameras(buffer, 0), 1001);
     EXPECT_EQ(last_error(), "Serial numbers string is too short. Error: Insufficient buffer size.");
     EXPECT_EQ(qx_camera_discover_available_cameras(buffer, -5), 1001);

@@ -30,7 +30,8 @@ TEST(last_error, composes_message_blank_and_code_text) {
         {0, "m", "m No error"},
         {2, "m", "m Error: Too many internal functions requested"},
         {17, "",
-         " Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb parameter. See "
+         " Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb "
+         "parameter. See "
          "SDK README for more information."},
         {16, "m", "m Error: Invalid pointer"},
         {1005, "m", "m Error: Firmware-reported error."},
@@ -73,9 +74,10 @@ TEST(last_error, each_thread_sees_only_its_own_failures) {
 }
 
 TEST(status_codes, module_table_has_exactly_eighteen_entries) {
-    EXPECT_STREQ(qx::api::status_text(17),
-                 "Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb parameter. "
-                 "See SDK README for more information.");
+    EXPECT_STREQ(
+        qx::api::status_text(17),
+        "Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb parameter. "
+        "See SDK README for more information.");
     EXPECT_STREQ(qx::api::status_text(18), "Error: Unknown.");
     EXPECT_STREQ(qx::api::status_text(999), "Error: Unknown.");
 }

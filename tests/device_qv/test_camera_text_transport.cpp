@@ -18,11 +18,12 @@ using qx::test::recording_transport;
 constexpr std::uint32_t short_timeout_ms = 50;
 
 class camera_text_transport : public ::testing::Test {
-protected:
+  protected:
     void open(const std::string& camera_json) {
         qx::test::configure_emulator(R"({"cameras":[)" + camera_json + "]}");
         path = qx::test::emulated_path();
-        transport = std::make_unique<recording_transport>(std::make_unique<qx::usb::emulated_fx3_class>(path));
+        transport =
+            std::make_unique<recording_transport>(std::make_unique<qx::usb::emulated_fx3_class>(path));
         camera = std::make_unique<qv_camera_class>(transport.get());
         transport->take_operations();
     }
@@ -31,8 +32,8 @@ protected:
     }
     std::string send(const std::string& command, std::uint32_t timeout_ms = short_timeout_ms) {
         char reply[1024] = {};
-        camera->send_command(command.c_str(), static_cast<std::uint32_t>(command.size() + 1), reply, sizeof reply,
-                             timeout_ms);
+        camera->send_command(command.c_str(), static_cast<std::uint32_t>(command.size() + 1), reply,
+                             sizeof reply, timeout_ms);
         return reply;
     }
     std::string failure_of(const std::string& command) {
@@ -57,7 +58,8 @@ TEST_F(camera_text_transport, construction_reads_the_trimmed_id_and_the_serial) 
 
 TEST_F(camera_text_transport, a_blank_id_refuses_the_camera) {
     qx::test::configure_emulator(R"({"cameras":[)" +
-                                 qx::test::small_camera_json("CAM-1", "SER-1", R"("replies":{"id":"   "})") + "]}");
+                                 qx::test::small_camera_json("CAM-1", "SER-1", R"("replies":{"id":"   "})") +
+                                 "]}");
     qx::usb::emulated_fx3_class link(qx::test::emulated_path());
     try {
         qv_camera_class refused(&link);
@@ -105,9 +107,10 @@ TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminato
 }
 
 TEST_F(camera_text_transport, gain_commands_update_the_active_column_gain_set_only_with_correction_on) {
-    const std::string column_gains = R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
-                                     R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],)"
-                                     R"("replies":{"gain 3":"3 dB","gain 2":"Success"})";
+    const std::string column_gains =
+        R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
+        R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],)"
+        R"("replies":{"gain 3":"3 dB","gain 2":"Success"})";
     open(qx::test::small_camera_json("CAM-1", "SER-1", column_gains));
     ASSERT_TRUE(camera->column_balancing.enabled);
 

@@ -46,7 +46,7 @@ float ramp(float first, float last, int column) {
 }
 
 class column_balancing : public ::testing::Test {
-protected:
+  protected:
     std::string open(const std::string& camera_json) {
         qx::test::configure_emulator(R"({"cameras":[)" + camera_json + "]}");
         transport = std::make_unique<qx::usb::emulated_fx3_class>(qx::test::emulated_path());
@@ -59,7 +59,8 @@ protected:
     }
     void send(const std::string& command) {
         char reply[1024] = {};
-        camera->send_command(command.c_str(), static_cast<std::uint32_t>(command.size() + 1), reply, sizeof reply);
+        camera->send_command(command.c_str(), static_cast<std::uint32_t>(command.size() + 1), reply,
+                             sizeof reply);
     }
 
     std::unique_ptr<qx::usb::emulated_fx3_class> transport;
@@ -151,20 +152,29 @@ TEST(column_correction, the_fast_path_gives_the_bits_of_the_scalar_definition) {
     std::mt19937 random(42);
     std::uniform_int_distribution<int> pixel(0, 65535);
     std::uniform_real_distribution<float> factor(-3.0f, 3.0f);
-    const float specials[] = {0.0f, -0.0f, 1.0f, 1e20f, -1e20f, std::numeric_limits<float>::quiet_NaN(),
-                              std::numeric_limits<float>::infinity(), 1023.0f / 1024.0f, 1e-30f};
+    const float specials[] = {0.0f,
+                              -0.0f,
+                              1.0f,
+                              1e20f,
+                              -1e20f,
+                              std::numeric_limits<float>::quiet_NaN(),
+                              std::numeric_limits<float>::infinity(),
+                              1023.0f / 1024.0f,
+                              1e-30f};
     for (int count = 0; count < 68; ++count) {
         for (int round = 0; round < 20; ++round) {
             std::vector<std::uint16_t> pixels(static_cast<std::size_t>(count) + 1);
             std::vector<float> factors(static_cast<std::size_t>(count) + 1);
             for (auto& value : pixels) value = static_cast<std::uint16_t>(pixel(random));
             for (std::size_t index = 0; index < factors.size(); ++index) {
-                factors[index] = index % 7 == 3 ? specials[(index + round) % std::size(specials)] : factor(random);
+                factors[index] =
+                    index % 7 == 3 ? specials[(index + round) % std::size(specials)] : factor(random);
             }
             auto expected = pixels;
             correct_row_scalar_for_test(expected.data(), factors.data(), count);
             qx::device_qv::correct_row(pixels.data(), factors.data(), count);
-            ASSERT_EQ(pixels, expected) << count << " pixels, " << qx::device_qv::correction_implementation_name();
+            ASSERT_EQ(pixels, expected)
+                << count << " pixels, " << qx::device_qv::correction_implementation_name();
         }
     }
 }
@@ -183,7 +193,8 @@ TEST(column_correction, refuses_frames_it_cannot_correct) {
     EXPECT_EQ(failure_of(nullptr, 16), "Image data cannot be nullptr.");
     EXPECT_EQ(failure_of(slot.data(), 16), "Expected column correction to be enabled.");
     tables.enabled = true;
-    EXPECT_EQ(failure_of(slot.data(), 16), "Expected column-correction max to equal the image width in pixels.");
+    EXPECT_EQ(failure_of(slot.data(), 16),
+              "Expected column-correction max to equal the image width in pixels.");
 }
 
 }  // namespace

@@ -12,12 +12,14 @@
 namespace {
 
 class device_dispatch : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(qx_module_initialize(nullptr), 0);
         qx::test::configure_emulator(
             R"({"cameras":[)" +
-            qx::test::small_camera_json("ID-D", "SER-D", R"json("replies":{"stop":"Camera running (parameter cannot be set while in this mode)"})json") +
+            qx::test::small_camera_json(
+                "ID-D", "SER-D",
+                R"json("replies":{"stop":"Camera running (parameter cannot be set while in this mode)"})json") +
             "]}");
         path = qx::test::emulated_path();
         std::vector<char> ids(2048, '\0');
@@ -26,26 +28,29 @@ protected:
         ASSERT_EQ(create("ID-D", &device), 0);
     }
     void TearDown() override {
-        if (device != nullptr) destroy(device);
+        if (device != nullptr)
+            destroy(device);
         qx_module_uninitialize();
     }
 
-    int get(const std::string& command, std::string& reply, const void* data = nullptr, std::uint64_t data_size = 0) {
+    int get(const std::string& command, std::string& reply, const void* data = nullptr,
+            std::uint64_t data_size = 0) {
         char buffer[1024];
         std::memset(buffer, '#', sizeof buffer);
         buffer[sizeof buffer - 1] = '\0';
-        const int status = get_data__returns_zero_for_success(device, command.c_str(), command.size() + 1, data,
-                                                              data_size, buffer, sizeof buffer);
+        const int status = get_data__returns_zero_for_success(device, command.c_str(), command.size() + 1,
+                                                              data, data_size, buffer, sizeof buffer);
         reply = buffer;
         return status;
     }
     int set(const std::string& command, const char* value = nullptr) {
         char buffer[1024] = {};
         char data[256] = {};
-        if (value != nullptr) std::strncpy(data, value, sizeof data - 1);
+        if (value != nullptr)
+            std::strncpy(data, value, sizeof data - 1);
         return set_data__returns_zero_for_success(device, command.c_str(), command.size() + 1,
-                                                  value != nullptr ? data : nullptr, value != nullptr ? 256 : 0,
-                                                  buffer, sizeof buffer);
+                                                  value != nullptr ? data : nullptr,
+                                                  value != nullptr ? 256 : 0, buffer, sizeof buffer);
     }
     std::uint64_t commands_received() { return qx::test::emulator_counters(path).commands_received; }
 

@@ -28,7 +28,8 @@ usb_identity_filter family_filter() {
 
 std::string path_at(const device_enumerator_class& enumerator, int index) {
     char path[256] = {};
-    if (enumerator.get_device_path(index, path, sizeof path) == 0) return "<none>";
+    if (enumerator.get_device_path(index, path, sizeof path) == 0)
+        return "<none>";
     return path;
 }
 
@@ -46,12 +47,12 @@ TEST(device_enumeration, keeps_the_family_and_at_most_eight) {
 
 TEST(device_enumeration, filters_by_vendor_and_product_and_reads_lower_case_paths) {
     const std::vector<std::string> candidates = {
-        "USB:BUS_001:PORT_1:VID_2A7C&PID_6118",     // not a product of the family
-        "USB:BUS_001:PORT_2:VID_1234&PID_6101",     // another vendor
-        "USB:BUS_001:PORT_3:NO_IDS_HERE",           // no ids at all
-        "usb:bus_002:port_4:vid_2a7c&pid_611e",     // lower case: found and stored upper case
+        "USB:BUS_001:PORT_1:VID_2A7C&PID_6118",  // not a product of the family
+        "USB:BUS_001:PORT_2:VID_1234&PID_6101",  // another vendor
+        "USB:BUS_001:PORT_3:NO_IDS_HERE",        // no ids at all
+        "usb:bus_002:port_4:vid_2a7c&pid_611e",  // lower case: found and stored upper case
         "\\\\?\\usb#vid_2a7c&pid_6210#5&1a2b3c#{guid}",
-        "USB:BUS_001:PORT_5:VID_2A7C",              // no product id
+        "USB:BUS_001:PORT_5:VID_2A7C",  // no product id
     };
     device_enumerator_class enumerator;
     enumerator.filter_candidates(candidates, family_filter());
@@ -76,7 +77,7 @@ TEST(device_enumeration, path_fetch_is_bounded_and_padded) {
 }
 
 class module_listing : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override { ASSERT_EQ(qx_module_initialize(nullptr), 0); }
     void TearDown() override { qx_module_uninitialize(); }
 
@@ -109,8 +110,8 @@ TEST_F(module_listing, lists_ids_with_a_final_full_stop_and_serials_with_commas)
 
 TEST_F(module_listing, a_camera_with_a_blank_id_is_left_out_and_the_next_is_listed) {
     qx::test::configure_emulator(R"({"cameras":[)" +
-                                 qx::test::small_camera_json("ID-A", "SER-A", R"("replies":{"id":"  "})") + "," +
-                                 qx::test::small_camera_json("ID-B", "SER-B") + "]}");
+                                 qx::test::small_camera_json("ID-A", "SER-A", R"("replies":{"id":"  "})") +
+                                 "," + qx::test::small_camera_json("ID-B", "SER-B") + "]}");
     std::string ids, serials;
     list(ids, serials);
     EXPECT_EQ(ids, "ID-B,.");
@@ -120,7 +121,8 @@ TEST_F(module_listing, a_camera_with_a_blank_id_is_left_out_and_the_next_is_list
 TEST_F(module_listing, the_ninth_camera_is_not_listed) {
     std::string cameras;
     for (int index = 1; index <= 9; ++index) {
-        if (!cameras.empty()) cameras += ",";
+        if (!cameras.empty())
+            cameras += ",";
         cameras += qx::test::small_camera_json("ID-" + std::to_string(index), "SER-" + std::to_string(index));
     }
     qx::test::configure_emulator(R"({"cameras":[)" + cameras + "]}");

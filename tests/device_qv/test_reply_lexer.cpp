@@ -24,9 +24,11 @@ std::vector<expected_token> lex_all(const std::string& input) {
         const char* before = token.cursor;
         const std::int32_t kind = next_token(&token);
         tokens.push_back({kind, token.value, token.text});
-        if (kind == LEX_END || kind == LEX_ERROR) break;
+        if (kind == LEX_END || kind == LEX_ERROR)
+            break;
         // A word that runs to the end of the input leaves the cursor where it was.
-        if (kind == LEX_WORD && token.cursor == before) break;
+        if (kind == LEX_WORD && token.cursor == before)
+            break;
     }
     return tokens;
 }
@@ -70,6 +72,8 @@ TEST(reply_lexer, a_word_of_64_characters_or_more_is_an_error) {
     EXPECT_EQ(next_token(&token), LEX_ERROR);
 }
 
-TEST(reply_lexer, a_null_record_gives_zero) { EXPECT_EQ(next_token(nullptr), 0); }
+TEST(reply_lexer, a_null_record_gives_zero) {
+    EXPECT_EQ(next_token(nullptr), 0);
+}
 
 }  // namespace

@@ -2,6 +2,7 @@
 // once. Meant to run under ThreadSanitizer as well.
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "emulator/emulator_test_support.h"
@@ -64,6 +65,11 @@ TEST(virtual_camera_threads, streaming_commands_and_hot_plug_at_once) {
             EXPECT_EQ(camera.command("stop"), "Success");
             EXPECT_EQ(camera.command("start"), "Success");
         }
+    }
+    // On a loaded machine the other threads may not have run yet: give them
+    // (a bounded) time to do some work before stopping them.
+    for (int wait = 0; wait < 1000 && (frames_checked.load() == 0 || hotplug_events.load() == 0); ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     commands_done = true;
     reader.join();

@@ -13,8 +13,10 @@
 namespace {
 
 class emulated_camera_parameters : public qx::test::sdk_camera_fixture {
-protected:
-    void SetUp() override { open_camera_with(R"({"serial":"SN-PARAMS","firmware":"1.4.0","model":"QV-2448M"})"); }
+  protected:
+    void SetUp() override {
+        open_camera_with(R"({"serial":"SN-PARAMS","firmware":"1.4.0","model":"QV-2448M"})");
+    }
 };
 
 TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
@@ -26,12 +28,15 @@ TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
         std::function<int()> call;
     } getters[] = {
         {"exposure", [&] { return qx_camera_get_exposure_time(camera, &exposure); }},
-        {"exposure range", [&] { return qx_camera_get_exposure_time_range(camera, &exposure_min, &exposure_max); }},
+        {"exposure range",
+         [&] { return qx_camera_get_exposure_time_range(camera, &exposure_min, &exposure_max); }},
         {"frame time", [&] { return qx_camera_get_frame_time(camera, &value); }},
         {"black level", [&] { return qx_camera_get_black_level(camera, &value); }},
         {"black level range", [&] { return qx_camera_get_black_level_range(camera, &low, &high); }},
-        {"frames per trigger", [&] { return qx_camera_get_frames_per_trigger_zero_for_unlimited(camera, &value); }},
-        {"frames per trigger range", [&] { return qx_camera_get_frames_per_trigger_range(camera, &low, &high); }},
+        {"frames per trigger",
+         [&] { return qx_camera_get_frames_per_trigger_zero_for_unlimited(camera, &value); }},
+        {"frames per trigger range",
+         [&] { return qx_camera_get_frames_per_trigger_range(camera, &low, &high); }},
         {"hot pixel threshold", [&] { return qx_camera_get_hot_pixel_correction_threshold(camera, &value); }},
         {"hot pixel threshold range",
          [&] { return qx_camera_get_hot_pixel_correction_threshold_range(camera, &low, &high); }},
@@ -56,7 +61,8 @@ TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
         {"serial length range",
          [&] { return qx_camera_get_serial_number_string_length_range(camera, &low, &high); }},
     };
-    for (const auto& getter : getters) EXPECT_EQ(getter.call(), 0) << getter.name << ": " << qx_camera_get_last_error();
+    for (const auto& getter : getters)
+        EXPECT_EQ(getter.call(), 0) << getter.name << ": " << qx_camera_get_last_error();
 }
 
 TEST_F(emulated_camera_parameters, values_match_the_emulated_camera) {
@@ -101,8 +107,9 @@ TEST_F(emulated_camera_parameters, settings_round_trip_through_the_camera) {
     EXPECT_EQ(width, 1024);
     // The camera itself refuses a region that breaks its geometry rules.
     EXPECT_EQ(qx_camera_set_roi(camera, 101, 50, 1123, 561), 1004);
-    EXPECT_NE(std::string(qx_camera_get_last_error()).find("Width must start even, end odd and be multiple of 4"),
-              std::string::npos)
+    EXPECT_NE(
+        std::string(qx_camera_get_last_error()).find("Width must start even, end odd and be multiple of 4"),
+        std::string::npos)
         << qx_camera_get_last_error();
 
     ASSERT_EQ(qx_camera_set_gain(camera, 60), 0) << qx_camera_get_last_error();
@@ -117,7 +124,8 @@ TEST_F(emulated_camera_parameters, settings_round_trip_through_the_camera) {
     ASSERT_EQ(qx_camera_set_user_memory(camera, const_cast<unsigned char*>(stored), sizeof stored, 40), 0)
         << qx_camera_get_last_error();
     unsigned char read_back[sizeof stored] = {};
-    ASSERT_EQ(qx_camera_get_user_memory(camera, read_back, sizeof read_back, 40), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_get_user_memory(camera, read_back, sizeof read_back, 40), 0)
+        << qx_camera_get_last_error();
     EXPECT_EQ(std::memcmp(read_back, stored, sizeof stored), 0);
 }
 

@@ -10,7 +10,7 @@
 namespace {
 
 class second_family_cameras : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_EQ(qx_emu_reset(R"({"cameras":[
             {"family":"ralto","serial":"RT-1","sensor_width":64,"sensor_height":8,"pacing":"fast"},
@@ -31,7 +31,8 @@ protected:
 
 TEST_F(second_family_cameras, are_listed_after_the_built_in_family) {
     char serials[256] = {};
-    ASSERT_EQ(qx_camera_discover_available_cameras(serials, sizeof serials - 1), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_discover_available_cameras(serials, sizeof serials - 1), 0)
+        << qx_camera_get_last_error();
     EXPECT_STREQ(serials, "QV-1 RT-1");
 }
 
@@ -47,7 +48,8 @@ TEST_F(second_family_cameras, open_answer_parameters_and_stream_frames) {
     ASSERT_EQ(qx_camera_get_image_width(camera, &width), 0);
     EXPECT_EQ(width, 64);
 
-    ASSERT_EQ(qx_camera_set_frames_per_trigger_zero_for_unlimited(camera, 3), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_set_frames_per_trigger_zero_for_unlimited(camera, 3), 0)
+        << qx_camera_get_last_error();
     ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
     ASSERT_EQ(qx_camera_arm(camera, 4), 0) << qx_camera_get_last_error();
     ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
@@ -59,7 +61,8 @@ TEST_F(second_family_cameras, open_answer_parameters_and_stream_frames) {
         int size = 0;
         ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &size), 0)
             << qx_camera_get_last_error();
-        if (image == nullptr) continue;
+        if (image == nullptr)
+            continue;
         const qx::test::frame_geometry geometry{0, 0, 64, 8, 1, 1, 12};
         EXPECT_EQ(qx::test::gradient_mismatches(image, static_cast<std::uint32_t>(count), geometry), 0);
         ++frames;

@@ -16,11 +16,13 @@ using qx::test::scripted_module_state;
 
 // A scripted module library loaded under its own file name.
 class loaded_module {
-public:
+  public:
     loaded_module(const std::string& directory, const std::string& name)
         : library(dlopen((directory + "/lib" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL)) {
-        if (library == nullptr) throw std::runtime_error(dlerror());
-        auto get_state = reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
+        if (library == nullptr)
+            throw std::runtime_error(dlerror());
+        auto get_state =
+            reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
         state = get_state();
         state->reset();
     }
@@ -46,9 +48,10 @@ TEST(device_module_manager, refuses_modules_whose_type_is_not_exactly_device) {
     for (const char* type : {"DEVICES", "device", "DEVIC", ""}) {
         module.state->module_type = type;
         Device_module_manager manager;
-        EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
-                  "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type "
-                  "did not return 'DEVICE' and is therefore not considered to be a device module.")
+        EXPECT_EQ(
+            admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
+            "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type "
+            "did not return 'DEVICE' and is therefore not considered to be a device module.")
             << type;
         EXPECT_TRUE(manager.modules().empty());
     }
@@ -59,10 +62,12 @@ TEST(device_module_manager, refuses_a_blank_name_and_a_blank_file_name) {
     module.state->module_name = "  \t ";
     Device_module_manager manager;
     EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
-              "Trimmed string is empty: Device_module_manager::Process_device_module get_module_name did not return "
+              "Trimmed string is empty: Device_module_manager::Process_device_module get_module_name did not "
+              "return "
               "a name.");
     EXPECT_EQ(admission_failure(manager, "   "),
-              "Trimmed string is empty: Device_module_manager::Process_device_module expected a shared-library file "
+              "Trimmed string is empty: Device_module_manager::Process_device_module expected a "
+              "shared-library file "
               "name.");
     EXPECT_EQ(admission_failure(manager, "not_loaded_anywhere.dll"),
               "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
@@ -84,9 +89,10 @@ TEST(device_module_manager, a_failing_initialize_refuses_the_module) {
     loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
     module.state->initialize_status = 4;
     Device_module_manager manager;
-    EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
-              "Condition is unexpectedly false: module_obj::module_obj call to qx_module_initialize returned an "
-              "error code.");
+    EXPECT_EQ(
+        admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
+        "Condition is unexpectedly false: module_obj::module_obj call to qx_module_initialize returned an "
+        "error code.");
     EXPECT_TRUE(manager.module_names().empty());
 }
 

@@ -29,7 +29,8 @@ TEST(function_table, finds_every_module_entry_point_by_exact_name) {
     for (const char* name :
          {"qx_module_initialize", "qx_module_uninitialize", "qx_get_function", "qx_module_get_name",
           "qx_module_get_type", "get_device_ids", "create", "destroy", "get_data__returns_zero_for_success",
-          "set_data__returns_zero_for_success", "qx_get_module_data", "qx_set_module_data", "qx_camera_open_sdk"}) {
+          "set_data__returns_zero_for_success", "qx_get_module_data", "qx_set_module_data",
+          "qx_camera_open_sdk"}) {
         EXPECT_EQ(qx_get_function(name), dlsym(kit, name)) << name;
         EXPECT_NE(qx_get_function(name), nullptr) << name;
     }

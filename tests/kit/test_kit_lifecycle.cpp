@@ -45,9 +45,11 @@ TEST_F(kit_lifecycle, a_refused_module_fails_the_open_and_keeps_the_old_kit) {
     open_sdk();
     scripted_module().module_type = "DEVICES";
     EXPECT_EQ(qx_camera_open_sdk(), 1004);
-    EXPECT_EQ(last_error(),
-              "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type did "
-              "not return 'DEVICE' and is therefore not considered to be a device module. Error: Invalid operation.");
+    EXPECT_EQ(
+        last_error(),
+        "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type did "
+        "not return 'DEVICE' and is therefore not considered to be a device module. Error: Invalid "
+        "operation.");
     // The earlier kit still serves discovery.
     EXPECT_EQ(discover(), "SN1");
 }
@@ -60,7 +62,8 @@ TEST_F(kit_lifecycle, discovery_lists_serials_separated_by_single_blanks_and_fil
     ASSERT_NE(camera, nullptr);
     bool created_with_id = false;
     for (const auto& call : scripted_module().take_calls()) {
-        if (call.function == "create" && call.command == "id-2") created_with_id = true;
+        if (call.function == "create" && call.command == "id-2")
+            created_with_id = true;
     }
     EXPECT_TRUE(created_with_id);
 }
@@ -97,7 +100,8 @@ TEST_F(kit_lifecycle, opening_requires_discovery_in_this_process) {
     void* handle = nullptr;
     char serial[] = "SN-NEVER-SEEN";
     EXPECT_EQ(qx_camera_open_camera(serial, &handle), 1004);
-    EXPECT_EQ(last_error(), "Condition is unexpectedly true: Serial number not found Error: Invalid operation.");
+    EXPECT_EQ(last_error(),
+              "Condition is unexpectedly true: Serial number not found Error: Invalid operation.");
     EXPECT_EQ(handle, nullptr);
     EXPECT_EQ(qx_camera_open_camera(nullptr, &handle), 1004);
     EXPECT_EQ(last_error(), "camera_serial_number Error: Invalid operation.");
@@ -109,7 +113,8 @@ TEST_F(kit_lifecycle, a_camera_opens_only_once) {
     void* second = nullptr;
     char serial[] = "SN1";
     EXPECT_EQ(qx_camera_open_camera(serial, &second), 1004);
-    EXPECT_EQ(last_error(), "Condition is unexpectedly true: Camera is already open. Error: Invalid operation.");
+    EXPECT_EQ(last_error(),
+              "Condition is unexpectedly true: Camera is already open. Error: Invalid operation.");
     EXPECT_EQ(second, nullptr);
 }
 
@@ -156,9 +161,10 @@ TEST_F(kit_lifecycle, closing_the_sdk_requires_every_camera_closed) {
     void* camera = open_camera("SN1");
     ASSERT_NE(camera, nullptr);
     EXPECT_EQ(qx_camera_close_sdk(), 1004);
-    EXPECT_EQ(last_error(),
-              "Condition is unexpectedly false: Cameras must be closed before closing the SDK. Error: Invalid "
-              "operation.");
+    EXPECT_EQ(
+        last_error(),
+        "Condition is unexpectedly false: Cameras must be closed before closing the SDK. Error: Invalid "
+        "operation.");
     // The kit is still open and serving.
     EXPECT_EQ(discover(), "SN1");
     close_camera(camera);
@@ -187,10 +193,12 @@ TEST_F(kit_lifecycle, closing_a_camera_stops_it_unblocks_waits_and_destroys_the_
 TEST_F(kit_lifecycle, closing_an_unknown_or_null_handle_reports_an_invalid_handle) {
     open_sdk();
     EXPECT_EQ(qx_camera_close_camera(nullptr), 1004);
-    EXPECT_EQ(last_error(), "Trimmed string is not empty: Camera handle is invalid. Error: Invalid operation.");
+    EXPECT_EQ(last_error(),
+              "Trimmed string is not empty: Camera handle is invalid. Error: Invalid operation.");
     alignas(64) static unsigned char impostor[4096] = {};
     EXPECT_EQ(qx_camera_close_camera(impostor), 1004);
-    EXPECT_EQ(last_error(), "Trimmed string is not empty: Camera handle is invalid. Error: Invalid operation.");
+    EXPECT_EQ(last_error(),
+              "Trimmed string is not empty: Camera handle is invalid. Error: Invalid operation.");
 }
 
 TEST_F(kit_lifecycle, a_failed_stop_on_close_still_closes) {
@@ -221,10 +229,13 @@ TEST_F(kit_lifecycle, concurrent_discovery_and_opening_from_many_threads) {
             std::string serial = "SN" + std::to_string(worker + 1);
             for (int round = 0; round < 50; ++round) {
                 char text[256];
-                if (qx_camera_discover_available_cameras(text, sizeof text) != 0) ++failures;
+                if (qx_camera_discover_available_cameras(text, sizeof text) != 0)
+                    ++failures;
                 void* handle = nullptr;
-                if (qx_camera_open_camera(serial.data(), &handle) != 0) ++failures;
-                if (qx_camera_close_camera(handle) != 0) ++failures;
+                if (qx_camera_open_camera(serial.data(), &handle) != 0)
+                    ++failures;
+                if (qx_camera_close_camera(handle) != 0)
+                    ++failures;
             }
         });
     }

@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 struct isolated_kit {
     isolated_kit() {
         library = dlopen(QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) throw std::runtime_error(dlerror());
+        if (library == nullptr)
+            throw std::runtime_error(dlerror());
         open_sdk = reinterpret_cast<int (*)()>(dlsym(library, "qx_camera_open_sdk"));
         close_sdk = reinterpret_cast<int (*)()>(dlsym(library, "qx_camera_close_sdk"));
         last_error = reinterpret_cast<const char* (*)()>(dlsym(library, "qx_camera_get_last_error"));
@@ -35,7 +36,7 @@ isolated_kit& kit() {
 
 // A directory holding links to the chosen test libraries only.
 class module_directory {
-public:
+  public:
     explicit module_directory(std::initializer_list<const char*> libraries) {
         char pattern[] = "/tmp/qx_modules_XXXXXX";
         path = mkdtemp(pattern);
@@ -51,7 +52,7 @@ public:
     module_directory(const module_directory&) = delete;
     module_directory& operator=(const module_directory&) = delete;
 
-private:
+  private:
     std::string path;
 };
 
@@ -75,9 +76,10 @@ TEST(missing_companions, a_monitor_that_fails_to_open_stops_the_kit) {
 TEST(missing_companions, without_the_second_family_module_the_kit_does_not_open) {
     module_directory directory({monitor});
     ASSERT_EQ(kit().open_sdk(), 1004);
-    EXPECT_STREQ(kit().last_error(),
-                 "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
-                 "library to be already loaded. Error: Invalid operation.");
+    EXPECT_STREQ(
+        kit().last_error(),
+        "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
+        "library to be already loaded. Error: Invalid operation.");
 }
 
 TEST(missing_companions, with_both_companions_the_kit_opens_and_closes) {

@@ -28,9 +28,11 @@ inline qx_emu_counters emulator_counters(const std::string& path) {
 }
 
 // A small monochrome camera that streams as fast as it is read.
-inline std::string small_camera_json(const std::string& id, const std::string& serial, const std::string& extra = "") {
+inline std::string small_camera_json(const std::string& id, const std::string& serial,
+                                     const std::string& extra = "") {
     return R"({"id":")" + id + R"(","serial":")" + serial +
-           R"(","sensor_width":64,"sensor_height":8,"pacing":"fast")" + (extra.empty() ? "" : "," + extra) + "}";
+           R"(","sensor_width":64,"sensor_height":8,"pacing":"fast")" + (extra.empty() ? "" : "," + extra) +
+           "}";
 }
 
 }  // namespace qx::test

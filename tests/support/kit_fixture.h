@@ -17,19 +17,24 @@ namespace qx::test {
 // kit loads, so both see one instance; it stays loaded for the whole process.
 inline scripted_module_state& scripted_module() {
     static scripted_module_state* state = [] {
-        void* library = dlopen(QX_TEST_MODULE_DIR "/libquendral_vko_ralto_camera_device.so", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr) throw std::runtime_error(dlerror());
-        auto get_state = reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
+        void* library =
+            dlopen(QX_TEST_MODULE_DIR "/libquendral_vko_ralto_camera_device.so", RTLD_NOW | RTLD_LOCAL);
+        if (library == nullptr)
+            throw std::runtime_error(dlerror());
+        auto get_state =
+            reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
         return get_state();
     }();
     return *state;
 }
 
 // The last error of the calling thread as a std::string.
-inline std::string last_error() { return qx_camera_get_last_error(); }
+inline std::string last_error() {
+    return qx_camera_get_last_error();
+}
 
 class kit_fixture : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         scripted_module().reset();
         // Cameras answer the opening sequence unless a test scripts otherwise.
@@ -61,7 +66,8 @@ protected:
         void* handle = nullptr;
         std::string text = serial;
         EXPECT_EQ(qx_camera_open_camera(text.data(), &handle), 0) << last_error();
-        if (handle != nullptr) opened.push_back(handle);
+        if (handle != nullptr)
+            opened.push_back(handle);
         return handle;
     }
 

@@ -12,7 +12,7 @@
 namespace qx::test {
 
 class recording_transport final : public usb::usb_driver_base {
-public:
+  public:
     explicit recording_transport(std::unique_ptr<usb::usb_driver_base> wrapped)
         : usb_driver_base(wrapped->device_path()), inner(std::move(wrapped)) {}
 
@@ -35,7 +35,8 @@ public:
     void prime_image_channel() override { inner->prime_image_channel(); }
     bool get_is_endpoint_stalled(int channel, bool is_in) override {
         const bool stalled = inner->get_is_endpoint_stalled(channel, is_in);
-        if (stalled) record("stalled " + endpoint_name(channel, is_in));
+        if (stalled)
+            record("stalled " + endpoint_name(channel, is_in));
         return stalled;
     }
     void unstall_endpoint(int channel, bool is_in) override {
@@ -52,7 +53,7 @@ public:
         return std::exchange(operations, {});
     }
 
-private:
+  private:
     static std::string endpoint_name(int channel, bool is_in) {
         char name[8];
         std::snprintf(name, sizeof name, "0x%02X", usb::endpoint_address(channel, is_in));

@@ -19,7 +19,7 @@ struct subscription {
 };
 std::mutex monitor_mutex;
 std::vector<subscription> subscriptions;  // guarded by monitor_mutex
-int open_count = 0;                        // guarded by monitor_mutex
+int open_count = 0;                       // guarded by monitor_mutex
 }  // namespace
 
 QX_SCRIPTED_EXPORT int open(void) {
@@ -34,7 +34,8 @@ QX_SCRIPTED_EXPORT int open(void) {
 
 QX_SCRIPTED_EXPORT int close(void) {
     std::lock_guard<std::mutex> guard(monitor_mutex);
-    if (open_count > 0 && --open_count == 0) subscriptions.clear();
+    if (open_count > 0 && --open_count == 0)
+        subscriptions.clear();
     return 0;
 }
 

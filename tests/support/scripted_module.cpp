@@ -23,7 +23,8 @@ scripted_call simple_call(const char* function, void* device = nullptr, const ch
     scripted_call call;
     call.function = function;
     call.device = device;
-    if (command != nullptr) call.command = command;
+    if (command != nullptr)
+        call.command = command;
     return call;
 }
 
@@ -33,25 +34,28 @@ void record(scripted_call call) {
 }
 
 void write_reply(const std::string& text, char* response, std::uint64_t response_size) {
-    if (response == nullptr || response_size == 0) return;
+    if (response == nullptr || response_size == 0)
+        return;
     const std::size_t size = static_cast<std::size_t>(response_size);
     const std::size_t copied = text.size() < size - 1 ? text.size() : size - 1;
     std::memcpy(response, text.data(), copied);
     response[copied] = '\0';
 }
 
-int answer(const char* function, void* device, const char* command, std::uint64_t command_size, const void* data,
-           std::uint64_t data_size, char* response, std::uint64_t response_size) {
+int answer(const char* function, void* device, const char* command, std::uint64_t command_size,
+           const void* data, std::uint64_t data_size, char* response, std::uint64_t response_size) {
     scripted_call call;
     call.function = function;
     call.device = device;
     call.command = command == nullptr ? std::string() : std::string(command);
-    if (command != nullptr) call.command_bytes.assign(command, command + command_size);
+    if (command != nullptr)
+        call.command_bytes.assign(command, command + command_size);
     call.command_size = command_size;
     call.data = data;
     call.data_size = data_size;
     if (data != nullptr && data_size > 0 && std::strcmp(function, "set_data") == 0 && call.command != "arm") {
-        call.data_text = std::string(static_cast<const char*>(data), strnlen(static_cast<const char*>(data), data_size));
+        call.data_text =
+            std::string(static_cast<const char*>(data), strnlen(static_cast<const char*>(data), data_size));
     }
     call.response_size = response_size;
 
@@ -62,7 +66,8 @@ int answer(const char* function, void* device, const char* command, std::uint64_
     }
     record(call);
     int status = 0;
-    if (handler && handler(call, response, response_size, status)) return status;
+    if (handler && handler(call, response, response_size, status))
+        return status;
 
     qx::test::scripted_reply reply;
     {
@@ -84,7 +89,9 @@ int answer(const char* function, void* device, const char* command, std::uint64_
 
 }  // namespace
 
-QX_SCRIPTED_EXPORT scripted_module_state* qx_scripted_module_state(void) { return &state(); }
+QX_SCRIPTED_EXPORT scripted_module_state* qx_scripted_module_state(void) {
+    return &state();
+}
 
 #ifndef QX_SCRIPTED_OMIT_INITIALIZE
 QX_SCRIPTED_EXPORT int qx_module_initialize(qx_hotplug_record* host) {
@@ -129,7 +136,8 @@ QX_SCRIPTED_EXPORT int get_device_ids(char* device_ids, int device_ids_size, cha
                                       int serial_numbers_size) {
     record(simple_call("get_device_ids"));
     std::lock_guard<std::mutex> guard(state().mutex);
-    if (state().get_device_ids_status != 0) return state().get_device_ids_status;
+    if (state().get_device_ids_status != 0)
+        return state().get_device_ids_status;
     std::string ids;
     std::string serials;
     for (const auto& camera : state().cameras) {
@@ -137,7 +145,8 @@ QX_SCRIPTED_EXPORT int get_device_ids(char* device_ids, int device_ids_size, cha
         serials += camera.serial + ",";
     }
     ids += ".";
-    if (static_cast<int>(ids.size()) >= device_ids_size || static_cast<int>(serials.size()) >= serial_numbers_size) {
+    if (static_cast<int>(ids.size()) >= device_ids_size ||
+        static_cast<int>(serials.size()) >= serial_numbers_size) {
         return 1;
     }
     std::memcpy(device_ids, ids.c_str(), ids.size() + 1);
@@ -148,7 +157,8 @@ QX_SCRIPTED_EXPORT int get_device_ids(char* device_ids, int device_ids_size, cha
 #ifndef QX_SCRIPTED_OMIT_CREATE
 QX_SCRIPTED_EXPORT int create(const char* device_id, void** device) {
     record(simple_call("create", nullptr, device_id));
-    if (device == nullptr) return 1;
+    if (device == nullptr)
+        return 1;
     *device = nullptr;
     std::lock_guard<std::mutex> guard(state().mutex);
     for (const auto& camera : state().cameras) {
@@ -164,7 +174,8 @@ QX_SCRIPTED_EXPORT int create(const char* device_id, void** device) {
 
 QX_SCRIPTED_EXPORT int destroy(void* device) {
     record(simple_call("destroy", device));
-    if (device == nullptr) return 1;
+    if (device == nullptr)
+        return 1;
     delete static_cast<std::string*>(device);
     std::lock_guard<std::mutex> guard(state().mutex);
     --state().live_devices;
@@ -186,23 +197,28 @@ QX_SCRIPTED_EXPORT int set_data__returns_zero_for_success(void* device, const ch
 }
 
 QX_SCRIPTED_EXPORT int qx_get_module_data(const char* key, void* value, std::int32_t) {
-    if (key == nullptr) return 1;
+    if (key == nullptr)
+        return 1;
     const std::string name(key);
     std::unique_lock<std::mutex> guard(state().mutex);
     if (name == "connect_disconnect") {
-        state().hotplug_ready.wait(guard, [] { return state().released || !state().hotplug_payloads.empty(); });
+        state().hotplug_ready.wait(guard,
+                                   [] { return state().released || !state().hotplug_payloads.empty(); });
         if (state().released) {
             state().released = false;
             return 0;
         }
         const std::string payload = state().hotplug_payloads.front();
         state().hotplug_payloads.pop_front();
-        if (value != nullptr) std::memcpy(value, payload.c_str(), payload.size() + 1);
+        if (value != nullptr)
+            std::memcpy(value, payload.c_str(), payload.size() + 1);
         return 0;
     }
     const auto entry = state().module_data.find(name);
-    if (entry == state().module_data.end()) return 0;
-    if (value == nullptr) return 1;
+    if (entry == state().module_data.end())
+        return 0;
+    if (value == nullptr)
+        return 1;
     std::memcpy(value, entry->second.c_str(), entry->second.size() + 1);
     return 0;
 }

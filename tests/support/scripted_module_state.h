@@ -36,15 +36,15 @@ struct scripted_camera {
 
 // What the module answers to one command.
 struct scripted_reply {
-    std::string text;   // written into the response buffer with its NUL
-    int status = 0;     // the module function's return value
+    std::string text;  // written into the response buffer with its NUL
+    int status = 0;    // the module function's return value
 };
 
 class scripted_module_state {
-public:
+  public:
     // Custom answer for a command: return true when handled.
-    using command_handler = std::function<bool(const scripted_call& call, char* response, std::uint64_t size,
-                                               int& status)>;
+    using command_handler =
+        std::function<bool(const scripted_call& call, char* response, std::uint64_t size, int& status)>;
 
     scripted_module_state() { reset(); }
 
@@ -101,23 +101,23 @@ public:
     }
 
     std::mutex mutex;
-    std::string module_name;                          // guarded by mutex
-    std::string module_type;                          // guarded by mutex
-    int initialize_status = 0;                        // guarded by mutex
-    int get_device_ids_status = 0;                    // guarded by mutex
-    std::vector<scripted_camera> cameras;             // guarded by mutex
-    std::map<std::string, scripted_reply> replies;    // guarded by mutex
+    std::string module_name;                                         // guarded by mutex
+    std::string module_type;                                         // guarded by mutex
+    int initialize_status = 0;                                       // guarded by mutex
+    int get_device_ids_status = 0;                                   // guarded by mutex
+    std::vector<scripted_camera> cameras;                            // guarded by mutex
+    std::map<std::string, scripted_reply> replies;                   // guarded by mutex
     std::map<std::string, std::deque<scripted_reply>> reply_queues;  // guarded by mutex
-    scripted_reply default_reply;                     // guarded by mutex
-    command_handler handler;                          // guarded by mutex; called without it
-    std::vector<scripted_call> calls;                 // guarded by mutex
-    int initialize_calls = 0;                         // guarded by mutex
-    int uninitialize_calls = 0;                       // guarded by mutex
-    qx_hotplug_record* host = nullptr;                // guarded by mutex
-    int live_devices = 0;                             // guarded by mutex
-    std::map<std::string, std::string> module_data;   // guarded by mutex
-    std::deque<std::string> hotplug_payloads;         // guarded by mutex
-    bool released = false;                            // guarded by mutex
+    scripted_reply default_reply;                                    // guarded by mutex
+    command_handler handler;                                         // guarded by mutex; called without it
+    std::vector<scripted_call> calls;                                // guarded by mutex
+    int initialize_calls = 0;                                        // guarded by mutex
+    int uninitialize_calls = 0;                                      // guarded by mutex
+    qx_hotplug_record* host = nullptr;                               // guarded by mutex
+    int live_devices = 0;                                            // guarded by mutex
+    std::map<std::string, std::string> module_data;                  // guarded by mutex
+    std::deque<std::string> hotplug_payloads;                        // guarded by mutex
+    bool released = false;                                           // guarded by mutex
     std::condition_variable hotplug_ready;
 };
 

@@ -14,7 +14,7 @@
 namespace qx::test {
 
 class sdk_camera_fixture : public ::testing::Test {
-protected:
+  protected:
     // Configures the emulator with one camera (a JSON object), opens the kit
     // and the camera.
     void open_camera_with(const std::string& camera_json) {
@@ -26,7 +26,8 @@ protected:
         ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
         sdk_open = true;
         char serials[1024] = {};
-        ASSERT_EQ(qx_camera_discover_available_cameras(serials, sizeof serials - 1), 0) << qx_camera_get_last_error();
+        ASSERT_EQ(qx_camera_discover_available_cameras(serials, sizeof serials - 1), 0)
+            << qx_camera_get_last_error();
         std::string serial = serials;
         serial = serial.substr(0, serial.find(' '));
         ASSERT_FALSE(serial.empty()) << "no camera discovered";
@@ -47,7 +48,8 @@ protected:
     void command(const std::string& text) {
         char reply[1024] = {};
         std::string copy = text;
-        ASSERT_EQ(_internal_command(camera, copy.data(), static_cast<int>(copy.size() + 1), reply, sizeof reply), 0)
+        ASSERT_EQ(
+            _internal_command(camera, copy.data(), static_cast<int>(copy.size() + 1), reply, sizeof reply), 0)
             << text << ": " << qx_camera_get_last_error();
     }
 
@@ -65,8 +67,8 @@ protected:
 // The emulator's gradient pattern: (x + 3y + 7f) mod 2^bits, with x and y in
 // sensor coordinates.
 inline std::uint16_t gradient_pixel(int x, int y, std::uint32_t frame_count, int bits) {
-    const std::uint64_t value = static_cast<std::uint64_t>(x) + 3ull * static_cast<std::uint64_t>(y) +
-                                7ull * frame_count;
+    const std::uint64_t value =
+        static_cast<std::uint64_t>(x) + 3ull * static_cast<std::uint64_t>(y) + 7ull * frame_count;
     return static_cast<std::uint16_t>(value & ((1u << bits) - 1));
 }
 
@@ -81,12 +83,15 @@ struct frame_geometry {
     int bits = 12;
 };
 
-inline int gradient_mismatches(const unsigned short* pixels, std::uint32_t frame_count, const frame_geometry& g) {
+inline int gradient_mismatches(const unsigned short* pixels, std::uint32_t frame_count,
+                               const frame_geometry& g) {
     int mismatches = 0;
     for (int row = 0; row < g.height; ++row) {
         for (int column = 0; column < g.width; ++column) {
-            const auto expected = gradient_pixel(g.left + column * g.hbin, g.top + row * g.vbin, frame_count, g.bits);
-            if (pixels[row * g.width + column] != expected) ++mismatches;
+            const auto expected =
+                gradient_pixel(g.left + column * g.hbin, g.top + row * g.vbin, frame_count, g.bits);
+            if (pixels[row * g.width + column] != expected)
+                ++mismatches;
         }
     }
     return mismatches;

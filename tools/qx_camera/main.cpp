@@ -22,27 +22,29 @@ int report_failure(const char* call, int status) {
 
 // Opens the kit for the lifetime of one command.
 class sdk_session {
-public:
+  public:
     sdk_session() : status(qx_camera_open_sdk()) {}
     ~sdk_session() {
-        if (status == 0) qx_camera_close_sdk();
+        if (status == 0)
+            qx_camera_close_sdk();
     }
     sdk_session(const sdk_session&) = delete;
     sdk_session& operator=(const sdk_session&) = delete;
     int open_status() const { return status; }
 
-private:
+  private:
     int status;
 };
 
 // An open camera, closed when it goes out of scope.
 class open_camera {
-public:
+  public:
     open_camera(const std::string& serial) : serial_number(serial) {
         status = qx_camera_open_camera(serial_number.data(), &handle);
     }
     ~open_camera() {
-        if (status == 0) qx_camera_close_camera(handle);
+        if (status == 0)
+            qx_camera_close_camera(handle);
     }
     open_camera(const open_camera&) = delete;
     open_camera& operator=(const open_camera&) = delete;
@@ -56,13 +58,16 @@ std::vector<std::string> discover(int& status) {
     std::vector<char> text(4096, '\0');
     status = qx_camera_discover_available_cameras(text.data(), static_cast<int>(text.size() - 1));
     std::vector<std::string> serials;
-    if (status != 0) return serials;
+    if (status != 0)
+        return serials;
     const std::string all = text.data();
     std::size_t start = 0;
     while (start < all.size()) {
         std::size_t end = all.find(' ', start);
-        if (end == std::string::npos) end = all.size();
-        if (end > start) serials.push_back(all.substr(start, end - start));
+        if (end == std::string::npos)
+            end = all.size();
+        if (end > start)
+            serials.push_back(all.substr(start, end - start));
         start = end + 1;
     }
     return serials;
@@ -72,32 +77,40 @@ std::vector<std::string> discover(int& status) {
 int choose_camera(std::string& serial) {
     int status = 0;
     const auto serials = discover(status);
-    if (status != 0) return report_failure("qx_camera_discover_available_cameras", status);
+    if (status != 0)
+        return report_failure("qx_camera_discover_available_cameras", status);
     if (serials.empty()) {
         std::fprintf(stderr, "qx-camera: no camera found\n");
         return 1;
     }
-    if (serial.empty()) serial = serials.front();
+    if (serial.empty())
+        serial = serials.front();
     return 0;
 }
 
 int list_cameras() {
     sdk_session session;
-    if (session.open_status() != 0) return report_failure("qx_camera_open_sdk", session.open_status());
+    if (session.open_status() != 0)
+        return report_failure("qx_camera_open_sdk", session.open_status());
     int status = 0;
     const auto serials = discover(status);
-    if (status != 0) return report_failure("qx_camera_discover_available_cameras", status);
-    if (serials.empty()) std::printf("No camera found.\n");
+    if (status != 0)
+        return report_failure("qx_camera_discover_available_cameras", status);
+    if (serials.empty())
+        std::printf("No camera found.\n");
     for (const auto& serial : serials) std::printf("%s\n", serial.c_str());
     return 0;
 }
 
 int show_camera(std::string serial) {
     sdk_session session;
-    if (session.open_status() != 0) return report_failure("qx_camera_open_sdk", session.open_status());
-    if (const int failure = choose_camera(serial)) return failure;
+    if (session.open_status() != 0)
+        return report_failure("qx_camera_open_sdk", session.open_status());
+    if (const int failure = choose_camera(serial))
+        return failure;
     open_camera camera(serial);
-    if (camera.status != 0) return report_failure("qx_camera_open_camera", camera.status);
+    if (camera.status != 0)
+        return report_failure("qx_camera_open_camera", camera.status);
 
     char model[64] = {};
     char firmware[64] = {};
@@ -109,7 +122,8 @@ int show_camera(std::string serial) {
         int status;
     } reads[] = {
         {"qx_camera_get_model", qx_camera_get_model(camera.handle, model, sizeof model)},
-        {"qx_camera_get_firmware_version", qx_camera_get_firmware_version(camera.handle, firmware, sizeof firmware)},
+        {"qx_camera_get_firmware_version",
+         qx_camera_get_firmware_version(camera.handle, firmware, sizeof firmware)},
         {"qx_camera_get_sensor_width", qx_camera_get_sensor_width(camera.handle, &width)},
         {"qx_camera_get_sensor_height", qx_camera_get_sensor_height(camera.handle, &height)},
         {"qx_camera_get_bit_depth", qx_camera_get_bit_depth(camera.handle, &bits)},
@@ -119,13 +133,14 @@ int show_camera(std::string serial) {
         {"qx_camera_get_usb_port_type", qx_camera_get_usb_port_type(camera.handle, &port)},
     };
     for (const auto& read : reads) {
-        if (read.status != 0) return report_failure(read.call, read.status);
+        if (read.status != 0)
+            return report_failure(read.call, read.status);
     }
     static const char* const port_names[] = {"USB 1.0", "USB 2.0", "USB 3.0"};
     std::printf("serial number  %s\nmodel          %s\nfirmware       %s\n", serial.c_str(), model, firmware);
     std::printf("sensor         %d x %d pixels of %.2f um, %d bits\n", width, height, pixel_width, bits);
-    std::printf("exposure       %lld us\ngain index     %d .. %d\nconnection     %s\n", exposure, gain_min, gain_max,
-                port >= 0 && port <= 2 ? port_names[port] : "unknown");
+    std::printf("exposure       %lld us\ngain index     %d .. %d\nconnection     %s\n", exposure, gain_min,
+                gain_max, port >= 0 && port <= 2 ? port_names[port] : "unknown");
     return 0;
 }
 
@@ -133,10 +148,10 @@ int show_camera(std::string serial) {
 struct stream_statistics {
     std::mutex mutex;
     std::condition_variable progressed;
-    int frames = 0;               // guarded by mutex
-    int missing = 0;              // guarded by mutex: gaps in the camera's frame counter
-    bool have_previous = false;   // guarded by mutex
-    unsigned int previous_count = 0;  // guarded by mutex
+    int frames = 0;                          // guarded by mutex
+    int missing = 0;                         // guarded by mutex: gaps in the camera's frame counter
+    bool have_previous = false;              // guarded by mutex
+    unsigned int previous_count = 0;         // guarded by mutex
     std::vector<unsigned short> last_frame;  // guarded by mutex
     std::size_t pixels_per_frame = 0;
 
@@ -145,19 +160,21 @@ struct stream_statistics {
         {
             std::lock_guard<std::mutex> guard(statistics->mutex);
             const auto count = static_cast<unsigned int>(frame_count);
-            if (statistics->have_previous) statistics->missing += static_cast<int>(count - statistics->previous_count - 1);
+            if (statistics->have_previous)
+                statistics->missing += static_cast<int>(count - statistics->previous_count - 1);
             statistics->previous_count = count;
             statistics->have_previous = true;
             ++statistics->frames;
-            if (image != nullptr) statistics->last_frame.assign(image, image + statistics->pixels_per_frame);
+            if (image != nullptr)
+                statistics->last_frame.assign(image, image + statistics->pixels_per_frame);
         }
         statistics->progressed.notify_all();
     }
 };
 
 // A 16-bit binary portable graymap, readable by most image viewers.
-bool save_portable_graymap(const std::string& path, const std::vector<unsigned short>& pixels, int width, int height,
-                           int bits) {
+bool save_portable_graymap(const std::string& path, const std::vector<unsigned short>& pixels, int width,
+                           int height, int bits) {
     std::ofstream file(path, std::ios::binary);
     file << "P5\n" << width << " " << height << "\n" << ((1 << bits) - 1) << "\n";
     for (const unsigned short pixel : pixels) {
@@ -169,32 +186,40 @@ bool save_portable_graymap(const std::string& path, const std::vector<unsigned s
 
 int stream_frames(std::string serial, int frame_target, int buffers, const std::string& image_path) {
     sdk_session session;
-    if (session.open_status() != 0) return report_failure("qx_camera_open_sdk", session.open_status());
-    if (const int failure = choose_camera(serial)) return failure;
+    if (session.open_status() != 0)
+        return report_failure("qx_camera_open_sdk", session.open_status());
+    if (const int failure = choose_camera(serial))
+        return failure;
     open_camera camera(serial);
-    if (camera.status != 0) return report_failure("qx_camera_open_camera", camera.status);
+    if (camera.status != 0)
+        return report_failure("qx_camera_open_camera", camera.status);
 
     int width = 0, height = 0, bits = 0;
-    if (const int status = qx_camera_get_image_width(camera.handle, &width)) return report_failure("qx_camera_get_image_width", status);
-    if (const int status = qx_camera_get_image_height(camera.handle, &height)) return report_failure("qx_camera_get_image_height", status);
-    if (const int status = qx_camera_get_bit_depth(camera.handle, &bits)) return report_failure("qx_camera_get_bit_depth", status);
+    if (const int status = qx_camera_get_image_width(camera.handle, &width))
+        return report_failure("qx_camera_get_image_width", status);
+    if (const int status = qx_camera_get_image_height(camera.handle, &height))
+        return report_failure("qx_camera_get_image_height", status);
+    if (const int status = qx_camera_get_bit_depth(camera.handle, &bits))
+        return report_failure("qx_camera_get_bit_depth", status);
 
     stream_statistics statistics;
     statistics.pixels_per_frame = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
     if (const int status = qx_camera_set_frames_per_trigger_zero_for_unlimited(camera.handle, 0)) {
         return report_failure("qx_camera_set_frames_per_trigger_zero_for_unlimited", status);
     }
-    if (const int status = qx_camera_set_frame_available_callback(camera.handle, &stream_statistics::on_frame, &statistics)) {
+    if (const int status = qx_camera_set_frame_available_callback(camera.handle, &stream_statistics::on_frame,
+                                                                  &statistics)) {
         return report_failure("qx_camera_set_frame_available_callback", status);
     }
-    if (const int status = qx_camera_arm(camera.handle, buffers)) return report_failure("qx_camera_arm", status);
+    if (const int status = qx_camera_arm(camera.handle, buffers))
+        return report_failure("qx_camera_arm", status);
     const auto start = std::chrono::steady_clock::now();
     if (const int status = qx_camera_issue_software_trigger(camera.handle)) {
         qx_camera_disarm(camera.handle);
         return report_failure("qx_camera_issue_software_trigger", status);
     }
-    std::printf("Streaming %d frames of %d x %d pixels (%d bits) from %s ...\n", frame_target, width, height, bits,
-                serial.c_str());
+    std::printf("Streaming %d frames of %d x %d pixels (%d bits) from %s ...\n", frame_target, width, height,
+                bits, serial.c_str());
     bool complete = false;
     {
         std::unique_lock<std::mutex> guard(statistics.mutex);
@@ -204,11 +229,12 @@ int stream_frames(std::string serial, int frame_target, int buffers, const std::
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     double measured = 0;
     qx_camera_get_measured_frame_rate(camera.handle, &measured);
-    if (const int status = qx_camera_disarm(camera.handle)) return report_failure("qx_camera_disarm", status);
+    if (const int status = qx_camera_disarm(camera.handle))
+        return report_failure("qx_camera_disarm", status);
 
     std::lock_guard<std::mutex> guard(statistics.mutex);
-    std::printf("Received %d frames in %.2f s (%.1f frames/s; the SDK measured %.1f frames/s).\n", statistics.frames,
-                seconds, statistics.frames / seconds, measured);
+    std::printf("Received %d frames in %.2f s (%.1f frames/s; the SDK measured %.1f frames/s).\n",
+                statistics.frames, seconds, statistics.frames / seconds, measured);
     std::printf("Frames missing from the camera's count: %d\n", statistics.missing);
     if (!image_path.empty() && !statistics.last_frame.empty()) {
         if (!save_portable_graymap(image_path, statistics.last_frame, width, height, bits)) {
