@@ -26,6 +26,7 @@ constexpr std::array<fault_kind_row, fault_kind_count> fault_kinds = {{
     {"reply_timeout", false},
     {"firmware_error", false},
     {"unplug", true},
+    {"delay_packet", true},
 }};
 
 // Reads one key of a rule; answers false for a key this kind does not know.
@@ -48,6 +49,8 @@ bool read_rule_key(qx_emu_fault_kind kind, fault_plan_class::rule& rule, const s
         rule.repeat_sequence = json_reading::read_choice(value, place, {"skip", "repeat"}) == 1;
     } else if (kind == QX_EMU_FAULT_STALL_COMMAND && key == "endpoint") {
         rule.stall_in_endpoint = json_reading::read_choice(value, place, {"out", "in"}) == 1;
+    } else if (kind == QX_EMU_FAULT_DELAY_PACKET && key == "ms") {
+        rule.delay_ms = static_cast<std::uint32_t>(json_reading::read_integer(value, place, 1, 60000));
     } else if (kind == QX_EMU_FAULT_FIRMWARE_ERROR && key == "phrase") {
         rule.phrase = json_reading::read_string(value, place);
     } else {

@@ -14,7 +14,7 @@
 
 namespace qx::emulator {
 
-inline constexpr int fault_kind_count = 8;
+inline constexpr int fault_kind_count = 9;
 
 class fault_plan_class {
   public:
@@ -27,6 +27,7 @@ class fault_plan_class {
         std::vector<std::string> words;       // command faults: first words of eligible commands
         bool repeat_sequence = false;    // sequence_gap: repeat the previous number instead of skipping one
         bool stall_in_endpoint = false;  // stall_command: stall the IN endpoint instead of the OUT one
+        std::uint32_t delay_ms = 2500;   // delay_packet: how long the packet is held back
         std::string phrase;              // firmware_error: the reply sent instead of the real one
 
         /** Whether a schedule (not only a rate) is given. */

@@ -260,6 +260,22 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
             pending_packet_faults_ = faults_.decide_packet(frame, packet_index);
             packet_faults_decided_ = true;
         }
+        if (has_fault(pending_packet_faults_, QX_EMU_FAULT_DELAY_PACKET)) {
+            // The packet is held back; reads before its time answer time-outs.
+            count_fault(QX_EMU_FAULT_DELAY_PACKET);
+            pending_packet_faults_ &= ~(1u << QX_EMU_FAULT_DELAY_PACKET);
+            packet_held_until_ =
+                now + std::chrono::milliseconds(faults_.plan().rule_of(QX_EMU_FAULT_DELAY_PACKET).delay_ms);
+        }
+        if (packet_held_until_.has_value()) {
+            if (now < *packet_held_until_) {
+                if (now >= deadline)
+                    return QX_EMU_TIMEOUT;
+                changed_.wait_until(guard, std::min(*packet_held_until_, deadline));
+                continue;
+            }
+            packet_held_until_.reset();
+        }
         const unsigned faults = pending_packet_faults_;
         if (has_fault(faults, QX_EMU_FAULT_UNPLUG)) {
             count_fault(QX_EMU_FAULT_UNPLUG);

@@ -69,16 +69,18 @@ class virtual_camera_class {
                              std::uint8_t* packet);  // caller holds lock_
 
     const camera_config_class config_;
-    mutable std::mutex lock_;               // the camera's one lock; taken after the registry's
-    std::condition_variable changed_;       // signalled on every change a waiting read may care about
-    bool plugged_ = true;                   // guarded by lock_
-    camera_state_class state_;              // guarded by lock_
-    packet_stream_class stream_;            // guarded by lock_
-    fault_schedule_class faults_;           // guarded by lock_
-    std::uint64_t frames_at_faults_ = 0;    // guarded by lock_: frames started when the faults were set
-    std::uint64_t command_writes_ = 0;      // guarded by lock_: writes since the faults were set
-    unsigned pending_packet_faults_ = 0;    // guarded by lock_: faults decided for the due packet
-    bool packet_faults_decided_ = false;    // guarded by lock_
+    mutable std::mutex lock_;             // the camera's one lock; taken after the registry's
+    std::condition_variable changed_;     // signalled on every change a waiting read may care about
+    bool plugged_ = true;                 // guarded by lock_
+    camera_state_class state_;            // guarded by lock_
+    packet_stream_class stream_;          // guarded by lock_
+    fault_schedule_class faults_;         // guarded by lock_
+    std::uint64_t frames_at_faults_ = 0;  // guarded by lock_: frames started when the faults were set
+    std::uint64_t command_writes_ = 0;    // guarded by lock_: writes since the faults were set
+    unsigned pending_packet_faults_ = 0;  // guarded by lock_: faults decided for the due packet
+    bool packet_faults_decided_ = false;  // guarded by lock_
+    std::optional<std::chrono::steady_clock::time_point>
+        packet_held_until_;                 // guarded by lock_: a delayed packet
     std::optional<std::string> reply_;      // guarded by lock_: the reply waiting to be read
     std::array<bool, 3> stalled_{};         // guarded by lock_: command OUT, command IN, image IN
     qx_emu_counters counters_{};            // guarded by lock_ (frame counts come from stream_)

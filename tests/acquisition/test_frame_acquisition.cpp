@@ -337,6 +337,7 @@ struct fault_case {
     const char* name;
     const char* faults;
     qx_emu_fault_kind kind;
+    int empty_polls_before_giving_up = 5;  // of 300 ms each
 };
 
 class frame_faults : public frame_acquisition, public ::testing::WithParamInterface<fault_case> {};
@@ -359,7 +360,7 @@ TEST_P(frame_faults, exactly_the_damaged_frame_is_missing) {
     std::vector<std::uint32_t> counts;
     polled_frame frame;
     const frame_geometry geometry{0, 0, fault_width, fault_height, 1, 1, 12};
-    while (poll(frame, fault_width * fault_height, 5)) {
+    while (poll(frame, fault_width * fault_height, GetParam().empty_polls_before_giving_up)) {
         counts.push_back(frame.frame_count);
         EXPECT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, geometry), 0)
             << "frame " << frame.frame_count;
@@ -378,24 +379,26 @@ TEST_P(frame_faults, exactly_the_damaged_frame_is_missing) {
 
 INSTANTIATE_TEST_SUITE_P(
     injected, frame_faults,
-    ::testing::Values(fault_case{"dropped_packet", R"({"drop_packet":{"frames":[3],"packet":2}})",
-                                 QX_EMU_FAULT_DROP_PACKET},
-                      fault_case{"dropped_first_packet", R"({"drop_packet":{"frames":[3],"packet":0}})",
-                                 QX_EMU_FAULT_DROP_PACKET},
-                      fault_case{"dropped_last_packet", R"({"drop_packet":{"frames":[3],"packet":3}})",
-                                 QX_EMU_FAULT_DROP_PACKET},
-                      fault_case{"skipped_sequence",
-                                 R"({"sequence_gap":{"frames":[3],"packet":1,"mode":"skip"}})",
-                                 QX_EMU_FAULT_SEQUENCE_GAP},
-                      fault_case{"repeated_sequence",
-                                 R"({"sequence_gap":{"frames":[3],"packet":3,"mode":"repeat"}})",
-                                 QX_EMU_FAULT_SEQUENCE_GAP},
-                      fault_case{"corrupted_first_header", R"({"corrupt_header":{"frames":[3],"packet":0}})",
-                                 QX_EMU_FAULT_CORRUPT_HEADER},
-                      fault_case{"corrupted_header", R"({"corrupt_header":{"frames":[3],"packet":1}})",
-                                 QX_EMU_FAULT_CORRUPT_HEADER},
-                      fault_case{"stall_mid_frame", R"({"stall_image":{"frames":[3],"packet":1}})",
-                                 QX_EMU_FAULT_STALL_IMAGE}),
+    ::testing::Values(
+        fault_case{"dropped_packet", R"({"drop_packet":{"frames":[3],"packet":2}})",
+                   QX_EMU_FAULT_DROP_PACKET},
+        fault_case{"dropped_first_packet", R"({"drop_packet":{"frames":[3],"packet":0}})",
+                   QX_EMU_FAULT_DROP_PACKET},
+        fault_case{"dropped_last_packet", R"({"drop_packet":{"frames":[3],"packet":3}})",
+                   QX_EMU_FAULT_DROP_PACKET},
+        fault_case{"skipped_sequence", R"({"sequence_gap":{"frames":[3],"packet":1,"mode":"skip"}})",
+                   QX_EMU_FAULT_SEQUENCE_GAP},
+        fault_case{"repeated_sequence", R"({"sequence_gap":{"frames":[3],"packet":3,"mode":"repeat"}})",
+                   QX_EMU_FAULT_SEQUENCE_GAP},
+        fault_case{"corrupted_first_header", R"({"corrupt_header":{"frames":[3],"packet":0}})",
+                   QX_EMU_FAULT_CORRUPT_HEADER},
+        fault_case{"corrupted_header", R"({"corrupt_header":{"frames":[3],"packet":1}})",
+                   QX_EMU_FAULT_CORRUPT_HEADER},
+        fault_case{"stall_mid_frame", R"({"stall_image":{"frames":[3],"packet":1}})",
+                   QX_EMU_FAULT_STALL_IMAGE},
+        // Held back past the host's 2 s wait for a packet: a time-out mid-frame.
+        fault_case{"time_out_mid_frame", R"({"delay_packet":{"frames":[3],"packet":2,"ms":2500}})",
+                   QX_EMU_FAULT_DELAY_PACKET, 12}),
     [](const ::testing::TestParamInfo<fault_case>& info) { return std::string(info.param.name); });
 
 TEST_F(frame_acquisition, an_unplug_mid_frame_ends_the_stream_without_a_hang) {
