@@ -10,7 +10,10 @@ namespace qx::platform {
 library_handle load_library_file(const std::string& file_name) {
     // RTLD_LOCAL keeps a companion's exports (the hot-plug monitor's "open"
     // and "close", a module's "create") out of the process's global scope.
-    return dlopen(file_name.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // RTLD_NODELETE keeps a library mapped once loaded: a module's hot-plug
+    // callback or a thread of its own may still be about when the kit lets
+    // go of it, and must never find its code unmapped.
+    return dlopen(file_name.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
 }
 
 namespace {

@@ -13,7 +13,8 @@ namespace qx::test {
 class companion_library {
   public:
     explicit companion_library(const std::string& path)
-        : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+        // As the kit loads companions: local symbols, and never unmapped.
+        : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {
         if (handle_ == nullptr)
             throw std::runtime_error("cannot load " + path + ": " + dlerror());
     }
