@@ -321,10 +321,11 @@ void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle
 
             // Wait for the handle, but give way to a stop: an arm or a close
             // may hold the handle while it waits for this loop to end.
-            std::unique_lock<std::recursive_timed_mutex> guard(handle.handle_mutex, std::defer_lock);
-            while (!guard.try_lock_for(std::chrono::milliseconds(10))) {
+            std::unique_lock<std::recursive_mutex> guard(handle.handle_mutex, std::defer_lock);
+            while (!guard.try_lock()) {
                 if (stop_requested.load())
                     return;
+                std::this_thread::sleep_for(std::chrono::microseconds(200));
             }
             const frame_available_callback current = callback;
             if (current == nullptr)

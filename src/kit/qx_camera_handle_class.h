@@ -29,7 +29,7 @@ class qx_camera_handle_class {
     // handle is freed memory, and callers must not use it.
     template <class Work>
     decltype(auto) run_locked(Work&& work) {
-        std::lock_guard<std::recursive_timed_mutex> guard(handle_mutex);
+        std::lock_guard<std::recursive_mutex> guard(handle_mutex);
         validate();
         return work();
     }
@@ -53,8 +53,7 @@ class qx_camera_handle_class {
 
     // Lock order: handle_mutex, then the registry mutex, then any mutex of
     // acquisition. The handle mutex comes first in the object on purpose.
-    // Timed, so that the frame loop can wait for it and still notice a stop.
-    std::recursive_timed_mutex handle_mutex;
+    std::recursive_mutex handle_mutex;
     char response[handle_response_size] = {};    // guarded by handle_mutex
     camera::camera_properties_class properties;  // guarded by handle_mutex
     acquisition::frame_acquisition_class acquisition;
