@@ -102,7 +102,10 @@ int list_cameras() {
     return 0;
 }
 
-int show_camera(std::string serial) {
+// Opens the kit and the requested camera (or the first one found), runs the
+// command on it and closes both; the exit code of the command.
+template <class Command>
+int with_camera(std::string serial, Command&& command) {
     sdk_session session;
     if (session.open_status() != 0)
         return report_failure("qx_camera_open_sdk", session.open_status());
@@ -111,6 +114,11 @@ int show_camera(std::string serial) {
     open_camera camera(serial);
     if (camera.status != 0)
         return report_failure("qx_camera_open_camera", camera.status);
+    return command(camera);
+}
+
+int show_camera(open_camera& camera) {
+    const std::string& serial = camera.serial_number;
 
     char model[64] = {};
     char firmware[64] = {};
@@ -184,15 +192,8 @@ bool save_portable_graymap(const std::string& path, const std::vector<unsigned s
     return static_cast<bool>(file);
 }
 
-int stream_frames(std::string serial, int frame_target, int buffers, const std::string& image_path) {
-    sdk_session session;
-    if (session.open_status() != 0)
-        return report_failure("qx_camera_open_sdk", session.open_status());
-    if (const int failure = choose_camera(serial))
-        return failure;
-    open_camera camera(serial);
-    if (camera.status != 0)
-        return report_failure("qx_camera_open_camera", camera.status);
+int stream_frames(open_camera& camera, int frame_target, int buffers, const std::string& image_path) {
+    const std::string& serial = camera.serial_number;
 
     int width = 0, height = 0, bits = 0;
     if (const int status = qx_camera_get_image_width(camera.handle, &width))
@@ -263,7 +264,7 @@ int main(int argc, char** argv) {
     std::string info_serial;
     auto* info = app.add_subcommand("info", "Show a camera's model, sensor and settings");
     info->add_option("--serial", info_serial, "Serial number (default: the first camera found)");
-    info->callback([&] { exit_code = show_camera(info_serial); });
+    info->callback([&] { exit_code = with_camera(info_serial, show_camera); });
 
     std::string stream_serial;
     std::string image_path;
@@ -274,7 +275,11 @@ int main(int argc, char** argv) {
     stream->add_option("--frames", frames, "How many frames to receive")->check(CLI::Range(1, 1000000));
     stream->add_option("--buffers", buffers, "Frames buffered by the SDK")->check(CLI::Range(2, 1024));
     stream->add_option("--save", image_path, "Save the last frame as a 16-bit PGM image");
-    stream->callback([&] { exit_code = stream_frames(stream_serial, frames, buffers, image_path); });
+    stream->callback([&] {
+        exit_code = with_camera(stream_serial, [&](open_camera& camera) {
+            return stream_frames(camera, frames, buffers, image_path);
+        });
+    });
 
     CLI11_PARSE(app, argc, argv);
     return exit_code;
