@@ -11,6 +11,7 @@
 
 #include "camera/firmware_phrases.h"
 #include "camera/number_conversion.h"
+#include "device_qv/frame_record_format.h"
 #include "kit/checks.h"
 #include "kit/kit_registry_class.h"
 #include "kit/qx_camera_handle_class.h"
@@ -31,17 +32,8 @@ constexpr const char* not_supported_text = "Command is not supported.";
 thread_local char frame_loop_reply[reply_buffer_size];
 thread_local char poll_reply[reply_buffer_size];
 
-constexpr std::uint32_t tag(const char (&text)[5]) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[0])) |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(text[1])) << 8 |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(text[2])) << 16 |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(text[3])) << 24;
-}
-
 std::uint32_t word_at(const unsigned char* slot, std::size_t index) {
-    std::uint32_t word;
-    std::memcpy(&word, slot + index * 4, sizeof word);
-    return word;
+    return device_qv::read_word(slot + index * 4);
 }
 
 double now_in_seconds() {
@@ -61,7 +53,7 @@ struct data_text {
 
 frame_record scan_frame_record(unsigned char* slot) {
     frame_record record;
-    if (word_at(slot, 0) != tag("VKO\0")) {
+    if (word_at(slot, 0) != device_qv::magic_tag) {
         record.image_data = reinterpret_cast<unsigned short*>(slot);
         return record;
     }
@@ -69,14 +61,14 @@ frame_record scan_frame_record(unsigned char* slot) {
     for (int pair = 0; pair < record_pair_limit && pair * 2 < 4095; ++pair) {
         const std::uint32_t key = word_at(slot, static_cast<std::size_t>(pair) * 2);
         const std::uint32_t value = word_at(slot, static_cast<std::size_t>(pair) * 2 + 1);
-        if (key == tag("FCNT"))
+        if (key == device_qv::frame_count_tag)
             record.frame_count = static_cast<int>(value);
-        if (key == tag("IOFF")) {
+        if (key == device_qv::pixel_offset_tag) {
             offset_seen = true;
             record.metadata_size = static_cast<int>(value * 8);
             record.image_data = reinterpret_cast<unsigned short*>(slot + static_cast<std::size_t>(value) * 8);
         }
-        if (key == tag("ENDT"))
+        if (key == device_qv::end_tag)
             break;
     }
     record.metadata = slot;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 
+#include "device_qv/frame_record_format.h"
 #include "device_qv/pixel_unpacking.h"
 #include "device_qv/qv_camera_class.h"
 #include "platform/thread_name.h"
@@ -24,22 +25,6 @@ constexpr std::size_t packed_source_offset = 56;
 constexpr std::size_t packet_buffer_size = 32768;
 constexpr std::uint32_t query_copy_length = 256;
 constexpr auto failed_read_pause = std::chrono::milliseconds(10);
-
-constexpr std::uint32_t tag(const char (&text)[5]) {
-    return static_cast<std::uint32_t>(static_cast<unsigned char>(text[0])) |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(text[1])) << 8 |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(text[2])) << 16 |
-           static_cast<std::uint32_t>(static_cast<unsigned char>(text[3])) << 24;
-}
-constexpr std::uint32_t magic_tag = tag("VKO\0");
-constexpr std::uint32_t format_tag = tag("IFMT");
-constexpr std::uint32_t end_tag = tag("ENDT");
-
-std::uint32_t read_word(const unsigned char* bytes) {
-    std::uint32_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
 
 // Frees a calloc'ed block: the staging buffer is large, and calloc leaves
 // its untouched pages unmapped.
