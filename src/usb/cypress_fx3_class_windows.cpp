@@ -32,8 +32,6 @@ constexpr channel_layout channel_layouts[] = {
 // Serial numbers of transfer records, unique across every transport.
 std::atomic<std::uint64_t> next_record_serial_number{0};
 
-constexpr DWORD infinite_timeout = 0xFFFFFFFF;
-static_assert(infinite_timeout == INFINITE);
 // ERROR_TIMEOUT, which a wait may leave behind without being a failure.
 constexpr DWORD error_timeout = 1460;
 static_assert(error_timeout == ERROR_TIMEOUT);
@@ -373,8 +371,7 @@ void cypress_fx3_class::read_image_data(void* destination, std::uint32_t timeout
     timed_out = false;
     failed = false;
     stalled = false;
-    if (timeout_ms == infinite_timeout)
-        throw std::runtime_error("Finite timeout required.");
+    check_finite_timeout(timeout_ms);
     kit::check_pointer_set(destination, "cypress_fx3_class::read_image_data: destination");
     channel_descriptor& channel = channels[image_channel];
     if (channel.queue.empty()) {

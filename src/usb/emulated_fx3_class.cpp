@@ -3,11 +3,9 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace qx::usb {
+#include "usb/cypress_driver_protocol.h"
 
-namespace {
-constexpr std::uint32_t infinite_timeout = 0xFFFFFFFF;
-}
+namespace qx::usb {
 
 emulated_fx3_class::emulated_fx3_class(std::string device_path)
     : usb_driver_base(std::move(device_path)), device(qx_emu_device_open(this->device_path().c_str())) {
@@ -84,16 +82,8 @@ std::string emulated_fx3_class::get_usb_port_speed() {
     const int speed = qx_emu_device_get_speed(device);
     if (speed < 0)
         throw std::runtime_error("Error getting USB-port speed.");
-    switch (speed) {
-        case QX_EMU_SPEED_FULL:
-            return "USB 1.0";
-        case QX_EMU_SPEED_HIGH:
-            return "USB 2.0";
-        case QX_EMU_SPEED_SUPER:
-            return "USB 3.0";
-        default:
-            return "UNKNOWN";
-    }
+    // The emulator reports the controller's own speed codes.
+    return cypress::usb_speed_text(static_cast<std::uint32_t>(speed));
 }
 
 void emulated_fx3_class::read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out,
@@ -102,8 +92,7 @@ void emulated_fx3_class::read_image_data(void* destination, std::uint32_t timeou
     timed_out = false;
     failed = false;
     stalled = false;
-    if (timeout_ms == infinite_timeout)
-        throw std::runtime_error("Finite timeout required.");
+    check_finite_timeout(timeout_ms);
     const int status = qx_emu_device_read_packet(device, destination, timeout_ms);
     switch (status) {
         case QX_EMU_OK:

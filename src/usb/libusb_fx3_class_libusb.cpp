@@ -17,7 +17,6 @@ namespace qx::usb {
 namespace {
 
 constexpr int camera_interface = 0;
-constexpr std::uint32_t infinite_timeout = 0xFFFFFFFF;
 // Control requests get the same 5 s the Windows driver's requests carry.
 constexpr unsigned int control_timeout_ms = 5000;
 // How long a transfer may take to come back from libusb after it was
@@ -345,8 +344,7 @@ void libusb_fx3_class::read_image_data(void* destination, std::uint32_t timeout_
     timed_out = false;
     failed = false;
     stalled = false;
-    if (timeout_ms == infinite_timeout)
-        throw std::runtime_error("Finite timeout required.");
+    check_finite_timeout(timeout_ms);
     kit::check_pointer_set(destination, "libusb_fx3_class::read_image_data: destination");
     if (image_queue.empty()) {
         failed = true;

@@ -1,5 +1,7 @@
 #include "usb/usb_driver_base.h"
 
+#include <stdexcept>
+
 #include "kit/checks.h"
 
 namespace qx::usb {
@@ -15,6 +17,12 @@ std::string checked_path(std::string device_path) {
 usb_driver_base::usb_driver_base(std::string device_path) : path(checked_path(std::move(device_path))) {}
 
 usb_driver_base::~usb_driver_base() = default;
+
+void usb_driver_base::check_finite_timeout(std::uint32_t timeout_ms) {
+    constexpr std::uint32_t infinite_timeout = 0xFFFFFFFF;
+    if (timeout_ms == infinite_timeout)
+        throw std::runtime_error("Finite timeout required.");
+}
 
 void usb_driver_base::parent_reset(bool force) {
     std::scoped_lock both(control_lock, transfer_lock);

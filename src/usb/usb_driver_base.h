@@ -90,6 +90,10 @@ class usb_driver_base {
     const std::string& device_path() const { return path; }
 
   protected:
+    // Image reads must end: throws "Finite timeout required." for the
+    // infinite time-out 0xFFFFFFFF.
+    static void check_finite_timeout(std::uint32_t timeout_ms);
+
     std::recursive_mutex control_lock;
     std::recursive_mutex transfer_lock;
     std::recursive_mutex image_lock;
