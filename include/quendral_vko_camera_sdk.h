@@ -505,6 +505,132 @@ QX_CAMERA_API int qx_camera_set_image_poll_timeout(void* handle, int millisecond
 QX_CAMERA_API int qx_camera_get_measured_frame_rate(void* handle, double* frames_per_second);
 /** @} */
 
+/** @name Hot-plug events
+ *  The kit runs one listener thread per camera family, started by the first
+ *  callback registration after `qx_camera_open_sdk` and stopped with the kit.
+ *  Callbacks run on those listener threads, never on the application's; they
+ *  may call back into the kit (discover, open).
+ *  @{ */
+
+/**
+ * Registers the function called when a camera is connected, and its context.
+ * A null callback clears it (and its context) and leaves the listeners running.
+ */
+QX_CAMERA_API int qx_camera_set_camera_connect_callback(camera_connect_callback callback, void* context);
+
+/**
+ * Registers the function called when a camera is disconnected, and its context.
+ * A null callback clears it and stores @p context as the connect callback's
+ * context; the listeners are left running.
+ */
+QX_CAMERA_API int qx_camera_set_camera_disconnect_callback(camera_disconnect_callback callback,
+                                                           void* context);
+/** @} */
+
+/** @name Stream statistics
+ *  Counters of one camera's stream, each counted where the thing happens.
+ *  They start at zero when the camera is opened and are never reset by
+ *  disarm or re-arm, so an application measures an interval by difference.
+ *  @{ */
+
+/** A snapshot of one camera's stream counters. */
+typedef struct qx_stream_statistics {
+    /** In: sizeof(qx_stream_statistics) as the caller knows it. Out: the bytes written. */
+    unsigned int size;
+    unsigned int reserved;
+    unsigned long long frames_delivered;          /**< frames assembled whole and handed to the kit */
+    unsigned long long frames_lost_incomplete;    /**< frames dropped: missing, out-of-order or damaged packets, time-outs, stalls */
+    unsigned long long frames_lost_no_free_slot;  /**< whole frames dropped because no slot was free */
+    unsigned long long stalls_recovered;          /**< image-channel stalls cleared by a reset */
+    unsigned long long resets;                    /**< link resets issued by the image channel */
+    unsigned long long bytes_received;            /**< payload bytes read from the image channel */
+    unsigned long long packets_received;          /**< packets read from the image channel */
+} qx_stream_statistics;
+
+/**
+ * Copies the camera's stream counters. @p statistics->size must be set by
+ * the caller; a smaller structure of an older release receives its prefix.
+ */
+QX_CAMERA_API int qx_camera_get_stream_statistics(void* handle, qx_stream_statistics* statistics);
+/** @} */
+
+/** @name Held frames
+ *  A held frame keeps its slot out of the camera's reach until it is
+ *  released, so several frames can be read in place, without a copy, at the
+ *  same time. While every slot is held, new frames are dropped whole and
+ *  counted in #qx_stream_statistics::frames_lost_no_free_slot; a held slot is
+ *  never overwritten. Holding is for cameras without a frame callback.
+ *  @{ */
+
+/** One held frame. The pixel and metadata pointers stay valid until the frame is released. */
+typedef struct qx_frame {
+    /** In: sizeof(qx_frame) as the caller knows it. */
+    unsigned int size;
+    int frame_count;              /**< the camera's frame counter */
+    unsigned short* image_data;   /**< 16-bit pixels, row after row; NULL when no frame came */
+    unsigned char* metadata;      /**< the frame's metadata record */
+    int metadata_size;            /**< its size in bytes */
+    int width;                    /**< pixels per row */
+    int height;                   /**< rows */
+    int bit_depth;                /**< significant bits per pixel */
+    void* token;                  /**< the SDK's own; passed back by qx_camera_release_frame */
+} qx_frame;
+
+/**
+ * Waits at most @p timeout_ms milliseconds for the next frame and holds it.
+ * With no frame by then it succeeds with @p frame->image_data NULL.
+ */
+QX_CAMERA_API int qx_camera_acquire_frame(void* handle, int timeout_ms, qx_frame* frame);
+
+/**
+ * Gives a held frame's slot back to the camera. Valid also after the camera
+ * was disarmed or closed: the frame's memory lives until its release.
+ */
+QX_CAMERA_API int qx_camera_release_frame(qx_frame* frame);
+/** @} */
+
+/** @name Parameter catalogue
+ *  Every camera parameter by name, for tools and language bindings. Names
+ *  are lower-case identifiers that carry their unit where they have one
+ *  ("exposure_us"); values travel as text in the parameter's unit.
+ *  @{ */
+
+#define QX_PARAMETER_INTEGER 0 /**< a whole number */
+#define QX_PARAMETER_REAL 1    /**< a number with a fraction */
+#define QX_PARAMETER_BOOLEAN 2 /**< 0 or 1 */
+#define QX_PARAMETER_TEXT 3    /**< text */
+#define QX_PARAMETER_INTEGER_LIST 4 /**< whole numbers separated by commas, such as a region of interest */
+
+#define QX_PARAMETER_READABLE 1  /**< has a getter */
+#define QX_PARAMETER_WRITABLE 2  /**< has a setter */
+#define QX_PARAMETER_HAS_RANGE 4 /**< has a minimum and a maximum */
+
+/** One row of the catalogue. The texts are static and never freed. */
+typedef struct qx_parameter_description {
+    const char* name;        /**< "exposure_us" */
+    const char* unit;        /**< "us", "dB", or "" when it has none */
+    const char* description; /**< one line of help */
+    int value_type;          /**< QX_PARAMETER_INTEGER ... */
+    int flags;               /**< QX_PARAMETER_READABLE | ... */
+} qx_parameter_description;
+
+/** Writes the number of parameters in the catalogue. */
+QX_CAMERA_API int qx_camera_get_parameter_count(int* count);
+
+/** Describes the parameter at @p index (0 to count - 1). */
+QX_CAMERA_API int qx_camera_get_parameter_description(int index, qx_parameter_description* description);
+
+/** Reads a parameter by name as text. */
+QX_CAMERA_API int qx_camera_get_parameter(void* handle, const char* name, char* value, int value_size);
+
+/** Sets a parameter by name from text. */
+QX_CAMERA_API int qx_camera_set_parameter(void* handle, const char* name, const char* value);
+
+/** Reads a parameter's minimum and maximum by name as text. */
+QX_CAMERA_API int qx_camera_get_parameter_range(void* handle, const char* name, char* minimum, char* maximum,
+                                                int text_size);
+/** @} */
+
 /** @name Raw commands
  *  @{ */
 

@@ -11,7 +11,14 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   umockdev libumockdev-dev
   g++-mingw-w64-x86-64-posix
-  python3 python3-numpy python3-pytest
+  python3 python3-dev python3-numpy python3-pytest pybind11-dev
+  python3-tifffile python3-astropy
+  libstb-dev libtiff-dev libpng-dev libcfitsio-dev
+  libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev
+  gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good
+  doxygen graphviz dpkg-dev file
+  wine64 wine
+  ccache
 )
 
 missing=()
