@@ -22,6 +22,11 @@ cmake --preset default >/dev/null
 cmake --build --preset default -j"${jobs}"
 ctest --test-dir build --output-on-failure -j"${jobs}"
 
+# ---- Install, consumers and the Debian package (needs the default build) ----
+echo "== Install tree, pkg-config and CMake consumers, Debian package"
+scripts/test_install.sh build
+# ---- end of install checks ----
+
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 run_suite asan

@@ -24,7 +24,10 @@ const char* qx_module_get_type(void);
 namespace {
 
 TEST(function_table, finds_every_module_entry_point_by_exact_name) {
-    void* kit = dlopen("libquendral_vko_camera_sdk.so", RTLD_NOW | RTLD_NOLOAD);
+    // The kit is loaded under its SONAME; find it by its own address.
+    Dl_info kit_file{};
+    ASSERT_NE(dladdr(reinterpret_cast<void*>(&qx_camera_open_sdk), &kit_file), 0);
+    void* kit = dlopen(kit_file.dli_fname, RTLD_NOW | RTLD_NOLOAD);
     ASSERT_NE(kit, nullptr);
     for (const char* name :
          {"qx_module_initialize", "qx_module_uninitialize", "qx_get_function", "qx_module_get_name",
