@@ -14,7 +14,7 @@
  * @code
  *   qx_camera_open_sdk();
  *   char serials[1024];
- *   qx_camera_discover_available_cameras(serials, sizeof serials);
+ *   qx_camera_discover_available_cameras(serials, sizeof serials - 1);
  *   void* camera = NULL;
  *   qx_camera_open_camera(first_serial, &camera);
  *   qx_camera_set_exposure_time(camera, 10000);
@@ -232,7 +232,6 @@ QX_CAMERA_API int qx_camera_open_camera(char* serial_number, void** handle);
  * Status 1004 with "Trimmed string is not empty: Camera handle is
  * invalid." for a null handle, a handle that is not open or one that
  * another thread is closing.
- * @handle_call
  */
 QX_CAMERA_API int qx_camera_close_camera(void* handle);
 
@@ -785,7 +784,8 @@ QX_CAMERA_API int qx_camera_get_serial_number_string_length_range(void* handle, 
                                                                   int* serial_number_max);
 /**
  * Sets the camera's name; the camera refuses names it cannot keep.
- * @handle_call A value the camera refuses fails with its phrase, such as "Parameter out of range".
+ * @handle_call "name" for a null @p name; a name the camera refuses fails
+ * with its phrase.
  */
 QX_CAMERA_API int qx_camera_set_name(void* handle, char* name);
 /** @} */
@@ -803,14 +803,20 @@ QX_CAMERA_API int qx_camera_get_user_memory_maximum_size(void* handle, long long
 /**
  * Reads @p size bytes from @p offset into @p data. A failure part-way leaves
  * the bytes read so far in @p data.
- * @handle_call "destination_data_buffer" for a null output.
+ * @handle_call "destination_data_buffer" for a null output, "Number of bytes
+ * to read cannot be negative.", "User-memory offset cannot be negative.",
+ * "User-memory range is too large." when offset plus size overflows, "Did
+ * not find a colon in the nvstor response string." for a malformed reply.
  */
 QX_CAMERA_API int qx_camera_get_user_memory(void* handle, unsigned char* data, long long size,
                                             long long offset);
 /**
  * Erases @p size bytes from @p offset, then writes @p data there. A failure
  * part-way leaves the erased range partly written.
- * @handle_call A value the camera refuses fails with its phrase, such as "Parameter out of range".
+ * @handle_call "source_data_buffer" for a null @p data, "Condition is
+ * unexpectedly false: Parameters cannot be negative." for a negative size
+ * or offset, "User-memory range is too large." when offset plus size
+ * overflows, or the camera's refusal of the erase or a write.
  */
 QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, long long size,
                                             long long offset);
@@ -833,20 +839,28 @@ QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, l
  * Arms the camera: switches the frame metadata on and makes room for
  * @p number_of_frames_to_buffer frames (2 or more). The buffer is kept and
  * reused by later arms of the same size. Starts the frame loop when a
- * callback is registered. Fails while already armed.
- * @handle_call_outside_callback
+ * callback is registered.
+ * @param handle                     the camera handle
+ * @param number_of_frames_to_buffer frames the buffer holds, 2 or more
+ * @handle_call_outside_callback "number_of_frames_to_buffer" for fewer than
+ * 2 frames, "Condition is unexpectedly true: Camera is already armed.",
+ * "Frame buffer size is out of range." for a buffer beyond what the camera
+ * can address, or the camera's refusal of "arm".
  */
 QX_CAMERA_API int qx_camera_arm(void* handle, int number_of_frames_to_buffer);
 
 /**
- * Stops the camera ("stop") and ends the frame loop; succeeds when not armed.
- * @handle_call_outside_callback
+ * Stops the camera ("stop") and ends the frame loop, waiting for a frame
+ * callback that is running to return; succeeds when not armed.
+ * @handle_call_outside_callback The camera's refusal of "stop".
  */
 QX_CAMERA_API int qx_camera_disarm(void* handle);
 
 /**
- * Starts the configured number of frames (see frames per trigger).
- * @handle_call
+ * Starts the configured number of frames (see frames per trigger) on an
+ * armed camera in operation mode 0.
+ * @handle_call The camera's refusal, such as "Camera running (parameter
+ * cannot be set while in this mode)".
  */
 QX_CAMERA_API int qx_camera_issue_software_trigger(void* handle);
 
@@ -858,9 +872,10 @@ QX_CAMERA_API int qx_camera_get_is_armed(void* handle, int* is_armed);
 
 /**
  * Registers the frame callback (null switches to polling) and its context.
- * Refused while armed.
- * @handle_call_outside_callback A value the camera refuses fails with its phrase, such as "Parameter out of
- * range".
+ * The callback runs on the handle's frame-loop thread, started by
+ * qx_camera_arm().
+ * @handle_call_outside_callback "Condition is unexpectedly true: Callback
+ * cannot be set while the camera is armed.".
  */
 QX_CAMERA_API int qx_camera_set_frame_available_callback(void* handle, frame_available_callback callback,
                                                          void* context);
@@ -872,15 +887,18 @@ QX_CAMERA_API int qx_camera_set_frame_available_callback(void* handle, frame_ava
 QX_CAMERA_API int qx_camera_get_frame_available_callback(void* handle, frame_available_callback* callback);
 
 /**
- * Takes the next frame, waiting at most the poll time-out.
- * @param handle        the camera handle With no frame
+ * Takes the next frame, waiting at most the poll time-out. With no frame
  * pending it succeeds with null pointers and zeros. The frame stays valid
- * until the next call. Refused while a callback is registered.
+ * until the next call.
+ * @param handle        the camera handle
  * @param image_data    receives the 16-bit pixels
  * @param frame_count   receives the camera's frame counter
  * @param metadata      receives the frame's metadata record
  * @param metadata_size receives its size in bytes
- * @handle_call "image_buffer_param" for a null output.
+ * @handle_call "image_buffer_param", "frame_count", "metadata" or
+ * "metadata_size_in_bytes" for a null output; "Expected pointer to be
+ * nullptr: This polling function can only be used when no callback is
+ * registered." while a frame callback is registered.
  */
 QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned short** image_data,
                                                       int* frame_count, unsigned char** metadata,
@@ -893,8 +911,8 @@ QX_CAMERA_API int qx_camera_get_pending_frame_or_null(void* handle, unsigned sho
 QX_CAMERA_API int qx_camera_get_image_poll_timeout(void* handle, int* milliseconds);
 
 /**
- * Sets the poll time-out in milliseconds.
- * @handle_call A value the camera refuses fails with its phrase, such as "Parameter out of range".
+ * Sets the poll time-out in milliseconds; nothing is sent to the camera.
+ * @handle_call Nothing else: every value is stored.
  */
 QX_CAMERA_API int qx_camera_set_image_poll_timeout(void* handle, int milliseconds);
 
@@ -1094,15 +1112,17 @@ QX_CAMERA_API int qx_camera_get_parameter_range(void* handle, const char* name, 
 
 /**
  * Sends any command text to the camera's device module and copies its reply.
- * A reply holding a firmware error phrase fails with that phrase; a command
- * the camera does not know fails with "Command is not supported."; a reply
- * longer than @p response_size fails with "Response size is too small.".
  * @param handle        camera handle
  * @param command       command text
  * @param command_size  bytes of the command including its NUL
  * @param response      reply buffer
  * @param response_size bytes of the reply buffer (at most 1,024 are used)
- * @handle_call
+ * @handle_call "command" or "response" for a null pointer, "Response size is
+ * too small." for a @p response_size below 1,
+ * "command_size_bytes_including_any_null_terminator" for a negative
+ * @p command_size, "Condition is unexpectedly false: Command is not
+ * supported." for a command the camera does not know, and a reply holding a
+ * firmware error phrase fails with that phrase.
  */
 QX_CAMERA_API int _internal_command(void* handle, char* command, int command_size, char* response,
                                     int response_size);
