@@ -2,7 +2,8 @@
 // The hand-over of hot-plug events to the kit's listener, which blocks on
 // the module data key "connect_disconnect": an auto-reset signal plus the
 // last event's code and camera id. Events that arrive while nobody waits are
-// not queued: the signal remembers one, the id only the last.
+// not queued: the signal remembers one, the id only the last. While a listener
+// is fetching, a new event first lets it fetch the last one.
 
 #include <condition_variable>
 #include <mutex>
@@ -37,6 +38,11 @@ class connect_disconnect_event_class {
     std::condition_variable signal_changed_;
     bool signalled_ = false;              // guarded by event_mutex_
     unsigned long wake_generation_ = 0;  // guarded by event_mutex_
+    // While a listener fetches events, a new event waits (boundedly) until
+    // the last one has been fetched instead of overwriting it.
+    bool listener_attached_ = false;  // guarded by event_mutex_; set by a wait, cleared by a release
+    bool payload_unread_ = false;     // guarded by event_mutex_
+    std::condition_variable payload_fetched_;
     int pending_code_ = 0;    // guarded by event_mutex_
     std::string camera_id_;   // guarded by event_mutex_
 };

@@ -1,6 +1,7 @@
 #include "device_qv/module_state_class.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <cstring>
 #include <vector>
@@ -21,6 +22,8 @@ namespace {
 constexpr std::size_t hotplug_log_line_size = usb::device_path_capacity + 128;
 // "1," or "0,", the id and the terminator.
 constexpr std::size_t hotplug_payload_capacity = hotplug_id_capacity + 3;
+// Longest wait of a new hot-plug event for the listener to fetch the last.
+constexpr std::chrono::seconds handover_wait{5};
 
 void module_hotplug_callback(int event_code, const char* device_path, void*) {
     module_state_class::instance().on_hotplug_event(event_code, device_path);
@@ -79,8 +82,10 @@ int module_state_class::uninitialize() {
             hotplug_event.reset();
         }
     }
-    if (closing)
+    if (closing) {
         closing->close();
+        detach_listener();
+    }
     return 0;
 }
 
@@ -178,10 +183,11 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
             // empty id; the kit's listener refuses it.
         }
         {
-            std::lock_guard<std::mutex> guard(hotplug_mutex);
+            const auto guard = take_handover();
             pending_event_code = 1;
             std::memset(event_camera_id, 0, sizeof event_camera_id);
             std::strncpy(event_camera_id, camera_id.c_str(), sizeof event_camera_id - 1);
+            payload_unread = true;
         }
         if (event)
             event->set();
@@ -190,7 +196,9 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
     if (event_code == QX_HOTPLUG_EVENT_DEPARTURE) {
         log_line("usb_hotplug_callback() - HOTPLUG_DISCONNECT path:%s\n", path.c_str());
         {
-            std::scoped_lock guard(hotplug_mutex, device_paths_mutex);
+            const auto guard = take_handover();
+            std::lock_guard<std::mutex> paths_guard(device_paths_mutex);
+            payload_unread = true;
             pending_event_code = 2;
             std::memset(event_camera_id, 0, sizeof event_camera_id);
             for (auto entry = device_paths.begin(); entry != device_paths.end(); ++entry) {
@@ -206,14 +214,26 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
         return;
     }
     {
-        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        const auto guard = take_handover();
         pending_event_code = 0;
         std::memset(event_camera_id, 0, sizeof event_camera_id);
     }
     log_line("usb_hotplug_callback() - UNKNOWN EVENT (0x%08x)\n", static_cast<unsigned int>(event_code));
 }
 
+std::unique_lock<std::mutex> module_state_class::take_handover() {
+    std::unique_lock<std::mutex> guard(hotplug_mutex);
+    // Bounded: a listener held up in the application's callback for longer
+    // loses the older event rather than stalling the monitor.
+    payload_fetched.wait_for(guard, handover_wait, [&] { return !payload_unread || !listener_attached; });
+    return guard;
+}
+
 int module_state_class::wait_for_hotplug_payload(char* payload) {
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        listener_attached = true;
+    }
     auto event = current_hotplug_event();
     // A wait on a closed event would return at once, for ever: the waiter
     // learns that the module has been shut down instead.
@@ -226,7 +246,9 @@ int module_state_class::wait_for_hotplug_payload(char* payload) {
             stbsp_snprintf(written, sizeof written, "1,%s", event_camera_id);
         if (pending_event_code == 2)
             stbsp_snprintf(written, sizeof written, "0,%s", event_camera_id);
+        payload_unread = false;
     }
+    payload_fetched.notify_all();
     if (payload != nullptr && written[0] != '\0')
         std::memcpy(payload, written, std::strlen(written) + 1);
     log_line("qx_get_module_data(connect_disconnect) - %s\n", written);
@@ -234,8 +256,18 @@ int module_state_class::wait_for_hotplug_payload(char* payload) {
 }
 
 void module_state_class::release_hotplug_waiter() {
+    // A release lets the listener go: events no longer wait for it.
+    detach_listener();
     if (auto event = current_hotplug_event())
         event->set();
+}
+
+void module_state_class::detach_listener() {
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        listener_attached = false;
+    }
+    payload_fetched.notify_all();
 }
 
 }  // namespace qx::device_qv

@@ -4,6 +4,7 @@
 // list of open cameras, and the hand-over of hot-plug events.
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -88,6 +89,15 @@ class module_state_class {
     std::shared_ptr<platform::auto_reset_event_class> hotplug_event;  // guarded by hotplug_mutex
     std::int32_t pending_event_code = 0;                              // guarded by hotplug_mutex
     char event_camera_id[hotplug_id_capacity] = {};                   // guarded by hotplug_mutex
+    // While a listener fetches events, a new event waits (boundedly) until
+    // the last one has been fetched instead of overwriting it: a camera that
+    // is unplugged and plugged again at once must give two events.
+    bool listener_attached = false;  // guarded by hotplug_mutex
+    bool payload_unread = false;     // guarded by hotplug_mutex
+    std::condition_variable payload_fetched;
+    // Takes the hand-over for a new event: waits while the last one is unread.
+    std::unique_lock<std::mutex> take_handover();
+    void detach_listener();
 };
 
 }  // namespace qx::device_qv

@@ -75,6 +75,23 @@ TEST_F(hotplug_events, each_family_reports_arrival_and_removal_on_its_own_listen
                                                                 "connect RT-7 2", "disconnect RT-7"}));
 }
 
+TEST_F(hotplug_events, a_camera_moved_to_another_port_gives_both_events_in_order) {
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    const std::string path = plug("qv", "QV-M");
+    ASSERT_TRUE(recorder.wait_for(1));
+    std::string current = path;
+    std::vector<std::string> expected = {"connect QV-M 2"};
+    for (int port = 5; port < 8; ++port) {
+        char moved[256] = {};
+        ASSERT_EQ(qx_emu_move_camera(current.c_str(), port, moved, sizeof moved), QX_EMU_OK);
+        current = moved;
+        expected.push_back("disconnect QV-M");
+        expected.push_back("connect QV-M 2");
+        ASSERT_TRUE(recorder.wait_for(expected.size())) << "move to port " << port;
+    }
+    EXPECT_EQ(recorder.take_events(), expected);
+}
+
 TEST_F(hotplug_events, a_camera_unplugged_while_streaming_ends_its_stream_and_closes) {
     ASSERT_EQ(recorder.register_callbacks(), 0);
     const std::string path = plug("qv", "QV-S");
