@@ -65,10 +65,6 @@ void hotplug_events_class::set_disconnect_callback(camera_disconnect_callback ca
     start_or_stop_listeners(kit);
 }
 
-bool hotplug_events_class::is_listening(std::size_t family_index) const {
-    return listeners.at(family_index) && listeners.at(family_index)->is_running();
-}
-
 void hotplug_events_class::stop_listeners() {
     for (auto& listener : listeners) listener.reset();
 }

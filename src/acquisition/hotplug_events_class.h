@@ -1,12 +1,11 @@
 #pragma once
 // The kit's side of hot-plug events: the application's connect and
-// disconnect callbacks, one listener per camera family, and the map from
-// camera id to serial number that lets a removal name the camera that left.
-// Everything here is guarded by the registry mutex; the callbacks are called
-// with no lock held, on the listener threads.
+// disconnect callbacks and one listener per camera family. Arrivals record
+// their serial numbers in the registry's discovery map, from which removals
+// name the camera that left. Everything here is guarded by the registry
+// mutex; the callbacks are called with no lock held, on the listener threads.
 
 #include <array>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -43,9 +42,6 @@ class hotplug_events_class {
     // to the application: 0 USB 1.0, 1 USB 2.0, 2 USB 3.0, 3 anything else.
     static int port_type_of(std::string_view usb_speed);
 
-    // Whether a family's listener thread is in its loop (for diagnostics).
-    bool is_listening(std::size_t family_index) const;
-
   private:
     void start_or_stop_listeners(kit::kit_class* kit);
     void start_listeners(kit::kit_class& kit);
@@ -58,7 +54,6 @@ class hotplug_events_class {
     camera_disconnect_callback disconnect_callback = nullptr;
     void* disconnect_context = nullptr;
     std::array<std::unique_ptr<hotplug_listener_class>, 2> listeners;
-    std::map<std::string, std::string> serial_of_camera_id;
 };
 
 }  // namespace qx::acquisition
