@@ -38,7 +38,9 @@ class hotplug_listeners : public qx::test::kit_fixture {
         scripted_module().hotplug_ready.notify_all();
     }
 
+    // Members, so that they outlive the listeners, which TearDown stops.
     hotplug_recorder recorder;
+    hotplug_recorder other;
 };
 
 TEST_F(hotplug_listeners, arrivals_report_serial_and_port_type_and_removals_name_the_camera) {
@@ -75,7 +77,6 @@ TEST_F(hotplug_listeners, events_the_kit_cannot_resolve_are_refused_and_the_list
 }
 
 TEST_F(hotplug_listeners, a_null_disconnect_callback_hands_its_context_to_the_connect_callback) {
-    hotplug_recorder other;
     ASSERT_EQ(recorder.register_callbacks(), 0) << last_error();
     ASSERT_EQ(qx_camera_set_camera_disconnect_callback(nullptr, &other), 0) << last_error();
     hand_out("0,id-1");  // no disconnect callback any more: unheard

@@ -137,10 +137,8 @@ struct frame_counter {
 
     static void on_frame(void*, unsigned short*, int, unsigned char*, int, void* context) {
         auto* self = static_cast<frame_counter*>(context);
-        {
-            std::lock_guard<std::mutex> lock(self->mutex);
-            ++self->frames;
-        }
+        std::lock_guard<std::mutex> lock(self->mutex);
+        ++self->frames;
         self->arrived.notify_all();
     }
 };

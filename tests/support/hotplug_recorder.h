@@ -63,11 +63,9 @@ class hotplug_recorder {
     void add(std::string event) {
         char name[32] = {};
         pthread_getname_np(pthread_self(), name, sizeof name);
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            events.push_back(std::move(event));
-            threads.emplace_back(name);
-        }
+        std::lock_guard<std::mutex> lock(mutex);
+        events.push_back(std::move(event));
+        threads.emplace_back(name);
         changed.notify_all();
     }
 
