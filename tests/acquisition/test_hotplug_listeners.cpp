@@ -93,14 +93,14 @@ TEST_F(hotplug_listeners, one_listener_per_opening_of_the_kit_and_none_after_clo
     ASSERT_EQ(recorder.register_callbacks(), 0) << last_error();
     hand_out("1,id-1");
     ASSERT_TRUE(recorder.wait_for(1));
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 1);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 1u);
 
     ASSERT_EQ(qx_camera_close_sdk(), 0) << last_error();
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0);
-    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
+    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0u);
     // Registering while the kit is closed starts nothing.
     ASSERT_EQ(recorder.register_callbacks(), 0) << last_error();
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
 }
 
 }  // namespace

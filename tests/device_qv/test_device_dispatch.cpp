@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "device_qv/module_entry_points.h"
+#include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 
 namespace {
@@ -94,11 +95,18 @@ TEST_F(device_dispatch, frame_size_counts_two_bytes_per_pixel_plus_the_metadata_
 }
 
 TEST_F(device_dispatch, column_correction_switches_and_unimplemented_words) {
+    auto& camera = *static_cast<qx::device_qv::qv_camera_class*>(device);
+    const auto correcting = [&camera] {
+        std::lock_guard<std::recursive_mutex> guard(camera.command_lock);
+        return camera.column_balancing.enabled;
+    };
     std::string reply;
     EXPECT_EQ(get("ccon", reply), 0);
     EXPECT_EQ(reply, "on");
+    EXPECT_TRUE(correcting());
     EXPECT_EQ(get("ccoff", reply), 0);
     EXPECT_EQ(reply, "off");
+    EXPECT_FALSE(correcting());
     EXPECT_EQ(get("ccload", reply), 1);
     EXPECT_EQ(reply, "error not supported");
     EXPECT_EQ(get("ccdump", reply), 1);

@@ -188,12 +188,12 @@ TEST_F(hotplug_events, a_reopened_kit_runs_one_listener_per_family_and_closing_e
     plug("qv", "QV-T");
     plug("ralto", "RT-T");
     ASSERT_TRUE(recorder.wait_for(2));
-    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 1);
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 1);
+    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 1u);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 1u);
 
     ASSERT_EQ(qx_camera_close_sdk(), 0) << qx_camera_get_last_error();
-    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0);
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0);
+    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0u);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
     ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
 }
 

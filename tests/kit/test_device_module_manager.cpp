@@ -1,12 +1,12 @@
 // Admission of device modules and the routing through them.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 
 #include "kit/device_module_manager.h"
+#include "support/loaded_library.h"
 #include "support/scripted_module_state.h"
 
 namespace {
@@ -18,19 +18,12 @@ using qx::test::scripted_module_state;
 class loaded_module {
   public:
     loaded_module(const std::string& directory, const std::string& name)
-        : library(dlopen((directory + "/lib" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL)) {
-        if (library == nullptr)
-            throw std::runtime_error(dlerror());
-        auto get_state =
-            reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
-        state = get_state();
+        : library(directory + "/lib" + name + ".so"),
+          state(library.find_function<scripted_module_state* (*)()>("qx_scripted_module_state")()) {
         state->reset();
     }
-    ~loaded_module() { dlclose(library); }
-    loaded_module(const loaded_module&) = delete;
-    loaded_module& operator=(const loaded_module&) = delete;
 
-    void* library;
+    qx::test::loaded_library library;
     scripted_module_state* state;
 };
 

@@ -2,7 +2,6 @@
 // formatted whole and forwarded to the logging library when it is there,
 // and silence, never failure, when it is not.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
@@ -11,6 +10,7 @@
 
 #include "companions/temporary_directory.h"
 #include "quendral_vko_logging.h"
+#include "support/loaded_library.h"
 
 namespace {
 
@@ -120,19 +120,13 @@ TEST_F(logger_front_test, a_library_without_the_entry_points_leaves_loggers_sile
 // The kit's exports as seen through a copy of the kit library alone in its
 // directory, so that no logging library is beside it.
 struct isolated_logger_front {
-    isolated_logger_front()
-        : library(dlopen(QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so", RTLD_NOW | RTLD_LOCAL)) {
-        if (library == nullptr)
-            throw std::runtime_error(dlerror());
-        get_logger = reinterpret_cast<decltype(get_logger)>(dlsym(library, "t_get_logger"));
-        free_logger = reinterpret_cast<decltype(free_logger)>(dlsym(library, "t_free_logger"));
-        log_error = reinterpret_cast<decltype(log_error)>(dlsym(library, "t_log_error"));
-    }
-    ~isolated_logger_front() { dlclose(library); }
-    void* library;
-    void* (*get_logger)(const char*, const char*) = nullptr;
-    int (*free_logger)(const char*, const char*) = nullptr;
-    void (*log_error)(void*, const char*, int, const char*, const char*, ...) = nullptr;
+    qx::test::loaded_library library{QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so"};
+    void* (*get_logger)(const char*, const char*) =
+        library.find_function<void* (*)(const char*, const char*)>("t_get_logger");
+    int (*free_logger)(const char*, const char*) =
+        library.find_function<int (*)(const char*, const char*)>("t_free_logger");
+    void (*log_error)(void*, const char*, int, const char*, const char*, ...) =
+        library.find_function<void (*)(void*, const char*, int, const char*, const char*, ...)>("t_log_error");
 };
 
 TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {

@@ -2,18 +2,15 @@
 // Records what the kit's hot-plug callbacks receive, and on which thread, so
 // that tests can wait for a number of events instead of for a time.
 
-#include <dirent.h>
-#include <pthread.h>
-
 #include <chrono>
 #include <condition_variable>
-#include <fstream>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "quendral_vko_camera_sdk.h"
+#include "support/thread_names.h"
 
 namespace qx::test {
 
@@ -61,11 +58,10 @@ class hotplug_recorder {
 
   private:
     void add(std::string event) {
-        char name[32] = {};
-        pthread_getname_np(pthread_self(), name, sizeof name);
+        const std::string name = name_of_this_thread();
         std::lock_guard<std::mutex> lock(mutex);
         events.push_back(std::move(event));
-        threads.emplace_back(name);
+        threads.push_back(name);
         changed.notify_all();
     }
 
@@ -77,22 +73,8 @@ class hotplug_recorder {
 
 // How many threads of this process carry the name (as Linux keeps it: at
 // most 15 characters).
-inline int count_threads_named(const std::string& name) {
-    const std::string kept = name.substr(0, 15);
-    int count = 0;
-    DIR* tasks = opendir("/proc/self/task");
-    if (tasks == nullptr)
-        return -1;
-    while (const dirent* task = readdir(tasks)) {
-        if (task->d_name[0] == '.')
-            continue;
-        std::ifstream comm(std::string("/proc/self/task/") + task->d_name + "/comm");
-        std::string line;
-        if (std::getline(comm, line) && line == kept)
-            ++count;
-    }
-    closedir(tasks);
-    return count;
+inline std::size_t count_threads_named(const std::string& name) {
+    return names_of_threads_in_this_process().count(name.substr(0, 15));
 }
 
 }  // namespace qx::test

@@ -2,13 +2,13 @@
 // Fixture for tests that drive the kit through its exported functions while
 // a scripted device module stands in for the second camera family.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "quendral_vko_camera_sdk.h"
+#include "support/loaded_library.h"
 #include "support/scripted_module_state.h"
 
 namespace qx::test {
@@ -16,15 +16,9 @@ namespace qx::test {
 // The scripted module's state. The library is loaded from the same file the
 // kit loads, so both see one instance; it stays loaded for the whole process.
 inline scripted_module_state& scripted_module() {
-    static scripted_module_state* state = [] {
-        void* library =
-            dlopen(QX_TEST_MODULE_DIR "/libquendral_vko_ralto_camera_device.so", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr)
-            throw std::runtime_error(dlerror());
-        auto get_state =
-            reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
-        return get_state();
-    }();
+    static loaded_library library{QX_TEST_MODULE_DIR "/libquendral_vko_ralto_camera_device.so"};
+    static scripted_module_state* state =
+        library.find_function<scripted_module_state* (*)()>("qx_scripted_module_state")();
     return *state;
 }
 
