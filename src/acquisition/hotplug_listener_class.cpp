@@ -14,13 +14,8 @@ thread_local const std::atomic<bool>* listener_stop_flag = nullptr;
 
 hotplug_listener_class::hotplug_listener_class(std::string name, fetch_function fetch,
                                                event_function on_event, release_function release_waiter)
-    : thread_name(std::move(name)),
-      state(std::make_shared<shared_state>()),
-      release(std::move(release_waiter)) {
-    // Running from the start: a stop that comes before the thread's first
-    // instruction still finds it running and releases the module.
-    state->running.store(true);
-    thread = std::thread(&hotplug_listener_class::run_loop, state, thread_name, std::move(fetch),
+    : state(std::make_shared<shared_state>()), release(std::move(release_waiter)) {
+    thread = std::thread(&hotplug_listener_class::run_loop, state, std::move(name), std::move(fetch),
                          std::move(on_event));
 }
 
@@ -87,7 +82,6 @@ void hotplug_listener_class::run_loop(std::shared_ptr<shared_state> state, std::
         }
     }
     listener_stop_flag = nullptr;
-    state->running.store(false);
 }
 
 }  // namespace qx::acquisition

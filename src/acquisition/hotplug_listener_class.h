@@ -40,10 +40,6 @@ class hotplug_listener_class {
     hotplug_listener_class(const hotplug_listener_class&) = delete;
     hotplug_listener_class& operator=(const hotplug_listener_class&) = delete;
 
-    const std::string& name() const { return thread_name; }
-    // Whether the thread is still inside its loop.
-    bool is_running() const { return state->running.load(); }
-
     // The stop flag of the listener running on the calling thread; null on
     // any other thread. Lets kit calls made from a callback give way to a
     // stop instead of waiting for the thread that stops them.
@@ -54,7 +50,6 @@ class hotplug_listener_class {
     // callback leaves the thread nothing freed to touch.
     struct shared_state {
         std::atomic<bool> stop{false};
-        std::atomic<bool> running{false};
         // A release is sent only to a fetch that is blocked: one sent at any
         // other moment would stay in the module's event and hand a stale
         // payload to the family's next listener.
@@ -64,7 +59,6 @@ class hotplug_listener_class {
     static void run_loop(std::shared_ptr<shared_state> state, std::string name, fetch_function fetch,
                          event_function on_event);
 
-    std::string thread_name;
     std::shared_ptr<shared_state> state;
     release_function release;  // none: the fetch is never blocked for long
     std::thread thread;
