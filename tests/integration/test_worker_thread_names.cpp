@@ -2,17 +2,14 @@
 // looks for them, read from the running threads themselves.
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
-#include <fstream>
 #include <mutex>
-#include <set>
 #include <string>
 
 #include "support/sdk_camera_fixture.h"
+#include "support/thread_names.h"
 
 namespace {
 
@@ -24,22 +21,10 @@ struct frame_thread_probe {
 
 void record_thread_name(void*, unsigned short*, int, unsigned char*, int, void* context) {
     auto& probe = *static_cast<frame_thread_probe*>(context);
-    char name[64] = {};
-    pthread_getname_np(pthread_self(), name, sizeof name);
+    const std::string name = qx::test::name_of_this_thread();
     const std::lock_guard<std::mutex> guard(probe.mutex);
     probe.name = name;
     probe.arrived.notify_all();
-}
-
-std::set<std::string> names_of_threads_in_this_process() {
-    std::set<std::string> names;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream comm(task.path() / "comm");
-        std::string name;
-        if (std::getline(comm, name))
-            names.insert(name);
-    }
-    return names;
 }
 
 using worker_thread_names = qx::test::sdk_camera_fixture;
@@ -56,7 +41,7 @@ TEST_F(worker_thread_names, frame_loop_and_packet_loop_are_named_as_the_system_k
             << "no frame reached the callback";
         EXPECT_EQ(probe.name, "ACQUISITION FRA");
     }
-    EXPECT_EQ(names_of_threads_in_this_process().count("ACQUISITION PAC"), 1u);
+    EXPECT_EQ(qx::test::names_of_threads_in_this_process().count("ACQUISITION PAC"), 1u);
     EXPECT_EQ(qx_camera_disarm(camera), 0) << qx_camera_get_last_error();
 }
 

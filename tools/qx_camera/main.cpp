@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "monitor_command.h"
 #include "quendral_vko_camera_sdk.h"
 
 namespace {
@@ -280,6 +281,8 @@ int main(int argc, char** argv) {
             return stream_frames(camera, frames, buffers, image_path);
         });
     });
+
+    qx::tool::add_monitor_command(app, exit_code);
 
     CLI11_PARSE(app, argc, argv);
     return exit_code;
