@@ -104,9 +104,12 @@ packet_assembler_class::outcome packet_assembler_class::start_frame(const unsign
         // The kept byte count is taken as a count of 16-bit words, so the
         // next packet lands at twice that byte offset. The gap between is
         // zeroed: no byte of an earlier frame shows through it.
+        // A magic after the payload start makes the metadata shorter than
+        // the pixel start: only the bytes the payload holds are copied.
         const std::int64_t kept = image_payload_size - metadata_length;
-        std::memcpy(staging.get(), payload + pixel_start, static_cast<std::size_t>(kept));
-        std::memset(staging.get() + kept, 0, static_cast<std::size_t>(kept));
+        const std::int64_t present = std::min(kept, image_payload_size - pixel_start);
+        std::memcpy(staging.get(), payload + pixel_start, static_cast<std::size_t>(present));
+        std::memset(staging.get() + present, 0, static_cast<std::size_t>(2 * kept - present));
         write_position_words = kept;
     }
     // Every later packet must land below the staging bound, or the frame can
