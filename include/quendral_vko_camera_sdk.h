@@ -992,8 +992,9 @@ typedef struct qx_stream_statistics {
 } qx_stream_statistics;
 
 /**
- * Copies the camera's stream counters. @p statistics->size must be set by
- * the caller; a smaller structure of an older release receives its prefix.
+ * Copies the camera's stream counters, counted since the camera was opened.
+ * @p statistics->size must be set by the caller; a smaller structure of an
+ * older release receives its prefix.
  * @handle_call
  */
 QX_CAMERA_API int qx_camera_get_stream_statistics(void* handle, qx_stream_statistics* statistics);
@@ -1023,7 +1024,9 @@ typedef struct qx_frame {
 
 /**
  * Waits at most @p timeout_ms milliseconds for the next frame and holds it.
- * With no frame by then it succeeds with @p frame->image_data NULL.
+ * With no frame by then it succeeds with @p frame->image_data NULL. The
+ * camera must be armed and have no frame callback; @p frame->size must be
+ * at least sizeof(qx_frame).
  * @handle_call
  */
 QX_CAMERA_API int qx_camera_acquire_frame(void* handle, int timeout_ms, qx_frame* frame);
@@ -1034,7 +1037,8 @@ QX_CAMERA_API int qx_camera_acquire_frame(void* handle, int timeout_ms, qx_frame
  * @par Threading
  * Any thread, also one other than the thread that acquired the frame.
  * @par Errors
- * Status 1004 for a null @p frame or a frame that is not held.
+ * Status 1004 for a null @p frame or a frame that is not held; a frame
+ * released twice fails with "Frame is not held.".
  */
 QX_CAMERA_API int qx_camera_release_frame(qx_frame* frame);
 /** @} */
