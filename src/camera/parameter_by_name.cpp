@@ -288,8 +288,9 @@ text_range read_roi_range(handle_class& handle, const named_parameter& /*paramet
     std::array<int, 8> corners{};
     get_roi_range(handle, &corners[0], &corners[1], &corners[2], &corners[3], &corners[4], &corners[5],
                   &corners[6], &corners[7]);
+    // Each field's own bounds: the largest region starts at the smallest corner.
     return {region_text(corners[0], corners[1], corners[2], corners[3]),
-            region_text(corners[4], corners[5], corners[6], corners[7])};
+            format_list({corners[4], corners[5], corners[6] - corners[0] + 1, corners[7] - corners[1] + 1})};
 }
 
 std::string read_binning(handle_class& handle, const named_parameter& /*parameter*/) {
