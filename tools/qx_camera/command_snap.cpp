@@ -22,13 +22,13 @@ int run_snap(const command_options& options) {
     apply_assignments(camera.handle(), options.assignments);
     const capture_settings settings = read_capture_settings(camera.handle(), options.msb_align);
     install_interrupt_handler();
-    frame_capture capture(camera.handle(), settings, 1, options.buffers);
+    frame_capture capture(camera.handle(), settings, options.buffers);
     const auto frame = capture.next(std::chrono::milliseconds(static_cast<long long>(options.timeout_s * 1000)));
     capture.disarm();
     if (!frame) {
         if (stop_requested)
             return exit_interrupted;
-        throw tool_failure(exit_timed_out, "no frame came within " + std::to_string(options.timeout_s) + " s");
+        throw tool_failure(exit_timed_out, no_frame_text(options.timeout_s));
     }
     sink.add(*frame);
     sink.finish();

@@ -71,7 +71,7 @@ int run_stream(const command_options& options) {
         std::fflush(stdout);
     }
 
-    frame_capture capture(camera.handle(), settings, options.frames, options.buffers);
+    frame_capture capture(camera.handle(), settings, options.buffers);
     stream_tracker tracker(camera.handle(), capture);
     const auto started = std::chrono::steady_clock::now();
     const auto timeout = std::chrono::milliseconds(static_cast<long long>(options.timeout_s * 1000));
@@ -99,7 +99,7 @@ int run_stream(const command_options& options) {
             last_frame = std::chrono::steady_clock::now();
         } else if (std::chrono::steady_clock::now() - last_frame >= timeout) {
             exit_code = exit_timed_out;
-            failure = "no frame came within " + std::to_string(options.timeout_s) + " s";
+            failure = no_frame_text(options.timeout_s);
             break;
         }
         const auto after = std::chrono::steady_clock::now();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdio>
 
 #include "exit_codes.h"
 
@@ -36,6 +37,12 @@ void install_interrupt_handler() {
     sigaction(SIGTERM, &action, nullptr);
 }
 
+std::string no_frame_text(double timeout_s) {
+    char text[64];
+    std::snprintf(text, sizeof text, "no frame came within %g s", timeout_s);
+    return text;
+}
+
 std::optional<qx_stream_statistics> stream_statistics(void* camera) {
     if (qx_camera_get_stream_statistics == nullptr)
         return std::nullopt;
@@ -46,10 +53,9 @@ std::optional<qx_stream_statistics> stream_statistics(void* camera) {
     return statistics;
 }
 
-frame_capture::frame_capture(void* camera, const capture_settings& settings, long long frames, int buffers)
+frame_capture::frame_capture(void* camera, const capture_settings& settings, int buffers)
     : camera_(camera), settings_(settings) {
-    check_call("set frames_per_trigger",
-               qx_camera_set_frames_per_trigger_zero_for_unlimited(camera_, static_cast<int>(frames)));
+    check_call("set frames_per_trigger", qx_camera_set_frames_per_trigger_zero_for_unlimited(camera_, 0));
     check_call("qx_camera_set_frame_available_callback",
                qx_camera_set_frame_available_callback(camera_, &frame_capture::on_frame, this));
     check_call("qx_camera_arm", qx_camera_arm(camera_, buffers));

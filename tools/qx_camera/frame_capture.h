@@ -20,14 +20,19 @@ namespace qx::tool {
 extern std::atomic<bool> stop_requested;
 void install_interrupt_handler();
 
+// "no frame came within 0.5 s"
+std::string no_frame_text(double timeout_s);
+
 // The SDK's stream counters, or nothing from an SDK without them.
 std::optional<qx_stream_statistics> stream_statistics(void* camera);
 
 class frame_capture {
   public:
-    // Arms the camera for `frames` frames (0: until stopped) with `buffers`
-    // frame buffers, and triggers it.
-    frame_capture(void* camera, const capture_settings& settings, long long frames, int buffers);
+    // Arms the camera to stream until stopped, with `buffers` frame buffers,
+    // and triggers it. The command stops after the frames it wants: a
+    // camera asked for exactly N frames would leave the command waiting for
+    // ever once one of them is lost.
+    frame_capture(void* camera, const capture_settings& settings, int buffers);
     // Disarms the camera if it still is armed.
     ~frame_capture();
     frame_capture(const frame_capture&) = delete;
