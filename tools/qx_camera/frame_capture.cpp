@@ -6,11 +6,6 @@
 
 #include "exit_codes.h"
 
-// An SDK built before the stream counters lacks this export; the tool then
-// counts gaps in the camera's frame counter instead.
-extern "C" int qx_camera_get_stream_statistics(void* handle, qx_stream_statistics* statistics)
-    __attribute__((weak));
-
 namespace qx::tool {
 
 namespace {
@@ -44,8 +39,6 @@ std::string no_frame_text(double timeout_s) {
 }
 
 std::optional<qx_stream_statistics> stream_statistics(void* camera) {
-    if (qx_camera_get_stream_statistics == nullptr)
-        return std::nullopt;
     qx_stream_statistics statistics{};
     statistics.size = sizeof statistics;
     if (qx_camera_get_stream_statistics(camera, &statistics) != 0)

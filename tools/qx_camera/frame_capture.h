@@ -23,7 +23,7 @@ void install_interrupt_handler();
 // "no frame came within 0.5 s"
 std::string no_frame_text(double timeout_s);
 
-// The SDK's stream counters, or nothing from an SDK without them.
+// The SDK's stream counters, or nothing when it cannot give them.
 std::optional<qx_stream_statistics> stream_statistics(void* camera);
 
 class frame_capture {

@@ -36,6 +36,8 @@ stream_totals stream_tracker::totals() const {
         const long long incomplete =
             static_cast<long long>(now->frames_lost_incomplete - at_start_->frames_lost_incomplete);
         totals.incomplete = incomplete;
+        totals.stalls_recovered = static_cast<long long>(now->stalls_recovered - at_start_->stalls_recovered);
+        totals.resets = static_cast<long long>(now->resets - at_start_->resets);
         totals.lost = incomplete +
                       static_cast<long long>(now->frames_lost_no_free_slot - at_start_->frames_lost_no_free_slot);
     } else {
@@ -62,11 +64,11 @@ std::string summary_text(const stream_totals& totals) {
     std::snprintf(text, sizeof text,
                   "Received %lld frames in %.2f s: %.1f frames/s (%s), %.1f MiB/s.\n"
                   "Lost %lld frames (incomplete %s, not saved because writing fell behind %lld); "
-                  "missing from the camera's count: %lld.\n",
+                  "missing from the camera's count: %lld; stalls recovered %lld, resets %lld.\n",
                   totals.frames, totals.seconds, totals.frames_per_second(), rate_source,
                   totals.mebibytes_per_second(), totals.lost,
                   totals.incomplete ? std::to_string(*totals.incomplete).c_str() : "unknown", totals.not_saved,
-                  totals.counter_gaps);
+                  totals.counter_gaps, totals.stalls_recovered, totals.resets);
     return text;
 }
 
@@ -82,6 +84,8 @@ nlohmann::ordered_json totals_json(const stream_totals& totals, const char* even
         {"incomplete", totals.incomplete ? nlohmann::ordered_json(*totals.incomplete) : nlohmann::ordered_json()},
         {"counter_gaps", totals.counter_gaps},
         {"not_saved", totals.not_saved},
+        {"stalls_recovered", totals.stalls_recovered},
+        {"resets", totals.resets},
         {"files", totals.files},
     };
     return record;

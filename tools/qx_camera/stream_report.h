@@ -19,6 +19,8 @@ struct stream_totals {
     long long lost = 0;              // the SDK's losses (or counter gaps) and frames the writer fell behind on
     std::optional<long long> incomplete;  // only the SDK's counters know
     long long counter_gaps = 0;
+    long long stalls_recovered = 0;  // image-channel stalls the SDK cleared
+    long long resets = 0;            // link resets the SDK issued
     long long not_saved = 0;
     double sdk_rate = 0;             // the SDK's one-second measure, 0 until it has one
     long long files = 0;
