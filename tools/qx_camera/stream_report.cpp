@@ -1,5 +1,6 @@
 #include "stream_report.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace qx::tool {
@@ -38,8 +39,11 @@ stream_totals stream_tracker::totals() const {
         totals.incomplete = incomplete;
         totals.stalls_recovered = static_cast<long long>(now->stalls_recovered - at_start_->stalls_recovered);
         totals.resets = static_cast<long long>(now->resets - at_start_->resets);
-        totals.lost = incomplete +
-                      static_cast<long long>(now->frames_lost_no_free_slot - at_start_->frames_lost_no_free_slot);
+        // A frame the camera never sent whole leaves only a gap in its counter;
+        // the SDK's losses leave gaps too, so the larger count misses neither.
+        totals.lost = std::max(received.counter_gaps,
+                               incomplete + static_cast<long long>(now->frames_lost_no_free_slot -
+                                                                   at_start_->frames_lost_no_free_slot));
     } else {
         totals.lost = received.counter_gaps;
     }

@@ -16,7 +16,7 @@ struct stream_totals {
     double seconds = 0;              // since the trigger
     double first_to_last_s = 0;      // from the first frame's arrival to the last one's
     std::uint64_t bytes = 0;
-    long long lost = 0;              // the SDK's losses (or counter gaps) and frames the writer fell behind on
+    long long lost = 0;              // the SDK's losses or counter gaps, and frames the writer fell behind on
     std::optional<long long> incomplete;  // only the SDK's counters know
     long long counter_gaps = 0;
     long long stalls_recovered = 0;  // image-channel stalls the SDK cleared
