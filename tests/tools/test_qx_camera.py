@@ -203,3 +203,10 @@ def test_doctor_says_what_to_do_for_each_problem(tmp_path):
     result = run("doctor", "--system-root", str(root))
     assert result.returncode == 0, result.stdout
     assert "what to do" not in result.stdout
+
+
+def test_the_installed_completion_script_is_the_generated_one():
+    committed = os.path.join(os.path.dirname(__file__), "../../tools/qx_camera/qx-camera.bash-completion")
+    with open(committed) as script:
+        assert script.read() == run("completion", "bash", emulate=None).stdout, \
+            "regenerate it: qx-camera completion bash > tools/qx_camera/qx-camera.bash-completion"
