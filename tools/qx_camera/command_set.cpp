@@ -1,7 +1,6 @@
 #include "command_set.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdio>
 
 #include "camera_session.h"
 #include "parameter_access.h"
@@ -10,6 +9,9 @@ namespace qx::tool {
 
 void add_set_options(CLI::App& command, command_options& options) {
     command.add_option("NAME=VALUE", options.words, "Assignments, applied in order")->required();
+    command.footer(parameter_help(true) +
+                   "Values: integers and reals in the unit shown; booleans 0/1, on/off, true/false, yes/no;\n"
+                   "lists separated by commas (roi=x,y,width,height, binning=x,y); choices as words.\n");
 }
 
 int run_set(const command_options& options) {
@@ -17,17 +19,9 @@ int run_set(const command_options& options) {
     camera_session camera(options.serial);
     apply_assignments(camera.handle(), options.words);
     // What the camera took, which may be the nearest step it has.
-    nlohmann::ordered_json values = nlohmann::ordered_json::object();
-    for (const auto& assignment : options.words) {
-        const std::string name = split_assignment(assignment).first;
-        const std::string value = read_parameter(camera.handle(), name);
-        if (options.json)
-            values[name] = typed_value(parameter_row(name), value);
-        else
-            std::printf("%s=%s\n", name.c_str(), value.c_str());
-    }
-    if (options.json)
-        std::printf("%s\n", values.dump().c_str());
+    std::vector<std::string> names;
+    for (const auto& assignment : options.words) names.push_back(split_assignment(assignment).first);
+    print_parameters(camera.handle(), names, options.json);
     return 0;
 }
 

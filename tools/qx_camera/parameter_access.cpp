@@ -1,5 +1,6 @@
 #include "parameter_access.h"
 
+#include <cstdio>
 #include <sstream>
 
 #include "exit_codes.h"
@@ -77,6 +78,36 @@ nlohmann::ordered_json typed_value(const qx_parameter_description& row, const st
         }
     } catch (const std::exception&) {
         // An enumeration's word in a numeric row (such as the polarizer angle) stays text.
+    }
+    return text;
+}
+
+void print_parameters(void* camera, const std::vector<std::string>& names, bool json) {
+    nlohmann::ordered_json values = nlohmann::ordered_json::object();
+    for (const auto& name : names) {
+        const std::string value = read_parameter(camera, name);
+        if (json)
+            values[name] = typed_value(parameter_row(name), value);
+        else
+            std::printf("%s=%s\n", name.c_str(), value.c_str());
+    }
+    if (json)
+        std::printf("%s\n", values.dump().c_str());
+}
+
+std::string parameter_help(bool writable_only) {
+    std::string text = writable_only ? "Parameters that can be set (unit, description):\n"
+                                     : "Parameters (unit, rw = can be set, ro = read-only, description):\n";
+    for (const auto& row : parameter_rows()) {
+        if (writable_only && (row.flags & QX_PARAMETER_WRITABLE) == 0)
+            continue;
+        char line[256];
+        if (writable_only)
+            std::snprintf(line, sizeof line, "  %-32s %-4s %s\n", row.name, row.unit, row.description);
+        else
+            std::snprintf(line, sizeof line, "  %-32s %-4s %s  %s\n", row.name, row.unit, access_word(row),
+                          row.description);
+        text += line;
     }
     return text;
 }

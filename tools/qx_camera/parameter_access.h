@@ -28,6 +28,14 @@ std::pair<std::string, std::string> split_assignment(const std::string& assignme
 // The value as JSON of its kind: numbers, true/false, arrays of integers, text.
 nlohmann::ordered_json typed_value(const qx_parameter_description& row, const std::string& text);
 
+// Reads the parameters and prints them as NAME=VALUE lines, or as one JSON
+// object of typed values.
+void print_parameters(void* camera, const std::vector<std::string>& names, bool json);
+
+// The help's list of parameters: name, unit, access and description, of
+// every parameter or only the writable ones.
+std::string parameter_help(bool writable_only);
+
 // "rw" or "ro".
 const char* access_word(const qx_parameter_description& row);
 
