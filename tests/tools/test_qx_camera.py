@@ -169,7 +169,7 @@ def test_completion_offers_subcommands_parameters_and_assignments():
                    'printf "%s\\n" "${COMPREPLY[@]}"')
         return subprocess.run(["bash", "-c", program], capture_output=True, text=True).stdout.split()
 
-    assert {"get", "set", "snap", "stream", "doctor"} <= set(complete("''"))
+    assert {"get", "set", "snap", "stream", "monitor", "doctor"} <= set(complete("''"))
     assert complete("get", "expo") == ["exposure_us"]
     assert "roi=" in complete("set", "ro") and "bit_depth=" not in complete("set", "bit")
     assert "--frames" in complete("stream", "--fr")

@@ -22,7 +22,7 @@ std::string option_words(const CLI::App& command) {
 }
 
 // Options whose value is a file name.
-constexpr const char* file_options = "-o|--output|--emulate|--system-root";
+constexpr const char* file_options = "-o|--output|--emulate|--system-root|--emulator-commands";
 
 std::string bash_script() {
     command_options unused;

@@ -29,6 +29,9 @@ struct command_options {
     bool status_line = true;  // --no-status turns the live line off on a terminal
     // doctor: the system to check, "" for this one.
     std::string system_root;
+    // monitor.
+    std::string emulator_commands;
+    int event_limit = 0;
     // completion.
     std::string shell = "bash";
 };

@@ -11,6 +11,7 @@
 #include "command_set.h"
 #include "command_snap.h"
 #include "command_stream.h"
+#include "monitor_command.h"
 
 namespace qx::tool {
 
@@ -29,6 +30,8 @@ constexpr subcommand table[] = {
     {"snap", "Save one frame: snap -o frame.tif (or .fits, .png)", none, add_snap_options, run_snap},
     {"stream", "Stream frames with a live status line and a summary, optionally saving them", none,
      add_stream_options, run_stream},
+    {"monitor", "Print every camera arrival and removal until Ctrl-C (JSON Lines with --json)", none,
+     add_monitor_options, run_monitor_command},
     {"doctor", "Check USB memory, the udev rule, device permissions and link speeds, and say what to do", none,
      add_doctor_options, run_doctor},
     {"completion", "Print a shell completion script: source <(qx-camera completion bash)", none,
