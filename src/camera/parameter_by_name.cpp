@@ -150,7 +150,8 @@ std::string read_scalar(handle_class& handle, const named_parameter& parameter) 
 }
 
 void write_scalar(handle_class& handle, const named_parameter& parameter, std::string_view value) {
-    const bool wide = *parameter.row == scalar::exposure_time;
+    // Rows read as 64-bit numbers take 64-bit arguments; the others are int.
+    const bool wide = scalar_row(*parameter.row).conversion == reply_conversion::signed_64;
     set_scalar(handle, *parameter.row,
                parse_scalar(parameter, value, wide ? LLONG_MIN : INT_MIN, wide ? LLONG_MAX : INT_MAX));
 }
