@@ -2,6 +2,10 @@
 // the call frame, under the handle mutex with the handle validated; the
 // routines hold the parameter logic.
 
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
 #include "api/call_frame.h"
 #include "camera/colour.h"
 #include "camera/frame_rate_control.h"
@@ -14,10 +18,6 @@
 #include "camera/user_memory.h"
 #include "kit/qx_camera_handle_class.h"
 #include "quendral_vko_camera_sdk.h"
-
-#include <cstring>
-#include <stdexcept>
-#include <string>
 
 namespace {
 
@@ -487,8 +487,8 @@ QX_CAMERA_API int qx_camera_get_parameter_description(int index, qx_parameter_de
         if (index < 0 || static_cast<std::size_t>(index) >= parameters.size())
             qx::kit::fail_argument("index");
         const camera::named_parameter& parameter = parameters[static_cast<std::size_t>(index)];
-        *description = {parameter.name, parameter.unit, parameter.description, static_cast<int>(parameter.kind),
-                        camera::parameter_flags(parameter)};
+        *description = {parameter.name, parameter.unit, parameter.description,
+                        static_cast<int>(parameter.kind), camera::parameter_flags(parameter)};
     });
 }
 

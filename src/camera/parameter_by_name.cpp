@@ -24,7 +24,8 @@ using handle_class = kit::qx_camera_handle_class;
 
 // ---- Text to values and back ----------------------------------------------
 
-[[noreturn]] void refuse_value(const named_parameter& parameter, std::string_view value, std::string_view what) {
+[[noreturn]] void refuse_value(const named_parameter& parameter, std::string_view value,
+                               std::string_view what) {
     throw std::invalid_argument("Value '" + std::string(value) + "' of " + parameter.name + " is " +
                                 std::string(what) + ".");
 }
@@ -94,7 +95,8 @@ long long parse_scalar(const named_parameter& parameter, std::string_view value,
     return parse_integer(parameter, value, smallest, largest);
 }
 
-std::vector<int> parse_integer_list(const named_parameter& parameter, std::string_view value, std::size_t count) {
+std::vector<int> parse_integer_list(const named_parameter& parameter, std::string_view value,
+                                    std::size_t count) {
     std::vector<int> numbers;
     std::string_view rest = value;
     while (numbers.size() <= count) {
@@ -265,7 +267,8 @@ text_range read_frame_rate_range(handle_class& handle, const named_parameter& /*
 // The region travels as "x,y,width,height"; the camera keeps inclusive
 // corners, so a width of w ends at x + w - 1.
 std::string region_text(int upper_left_x, int upper_left_y, int lower_right_x, int lower_right_y) {
-    return format_list({upper_left_x, upper_left_y, lower_right_x - upper_left_x + 1, lower_right_y - upper_left_y + 1});
+    return format_list(
+        {upper_left_x, upper_left_y, lower_right_x - upper_left_x + 1, lower_right_y - upper_left_y + 1});
 }
 
 std::string read_roi(handle_class& handle, const named_parameter& /*parameter*/) {
@@ -359,10 +362,18 @@ constexpr named_parameter table[] = {
      write_gain_db, read_gain_db_range},
     {"black_level", "", "offset added to every pixel", integer, read_scalar, write_scalar, read_scalar_range,
      scalar::black_level},
-    {"data_rate", "", "sensor data rate: readout0, readout1, fps30 or fps50", text, read_int<get_data_rate>,
-     write_int<set_data_rate>, nullptr, {}, data_rate_words},
+    {"data_rate",
+     "",
+     "sensor data rate: readout0, readout1, fps30 or fps50",
+     text,
+     read_int<get_data_rate>,
+     write_int<set_data_rate>,
+     nullptr,
+     {},
+     data_rate_words},
     // Image geometry
-    {"roi", "px", "region of interest as x,y,width,height", integer_list, read_roi, write_roi, read_roi_range},
+    {"roi", "px", "region of interest as x,y,width,height", integer_list, read_roi, write_roi,
+     read_roi_range},
     {"binning", "", "binning factors as x,y", integer_list, read_binning, write_binning, read_binning_range},
     {"image_width", "px", "width of the delivered image", integer, read_scalar, nullptr, read_scalar_range,
      scalar::image_width},
@@ -374,17 +385,24 @@ constexpr named_parameter table[] = {
      scalar::sensor_pixel_width},
     {"pixel_height_um", "um", "height of one sensor pixel", real, read_scalar, nullptr, nullptr,
      scalar::sensor_pixel_height},
-    {"pixel_size_bytes", "B", "bytes per pixel as the sensor delivers it", integer, read_scalar, nullptr, nullptr,
-     scalar::sensor_pixel_size_bytes},
+    {"pixel_size_bytes", "B", "bytes per pixel as the sensor delivers it", integer, read_scalar, nullptr,
+     nullptr, scalar::sensor_pixel_size_bytes},
     {"bit_depth", "bit", "significant bits per pixel", integer, read_scalar, nullptr, nullptr,
      scalar::bit_depth},
-    {"sensor_readout_time_ns", "ns", "time to read the sensor out once", integer, read_scalar, nullptr, nullptr,
-     scalar::sensor_readout_time},
+    {"sensor_readout_time_ns", "ns", "time to read the sensor out once", integer, read_scalar, nullptr,
+     nullptr, scalar::sensor_readout_time},
     // Triggering
     {"trigger_mode", "", "how exposures start: software, hardware or bulb", text, read_scalar,
      write_int<set_operation_mode>, nullptr, scalar::operation_mode, trigger_mode_words},
-    {"trigger_polarity", "", "active edge of the hardware trigger: high or low", text,
-     read_int<get_trigger_polarity>, write_int<set_trigger_polarity>, nullptr, {}, trigger_polarity_words},
+    {"trigger_polarity",
+     "",
+     "active edge of the hardware trigger: high or low",
+     text,
+     read_int<get_trigger_polarity>,
+     write_int<set_trigger_polarity>,
+     nullptr,
+     {},
+     trigger_polarity_words},
     {"frames_per_trigger", "", "frames per trigger, 0 for unlimited", integer, read_scalar, write_scalar,
      read_scalar_range, scalar::frames_per_trigger},
     {"eep_enabled", "", "1 when the exposure-enable pin mode is on", boolean, read_eep_enabled,
@@ -392,23 +410,32 @@ constexpr named_parameter table[] = {
     {"eep_status", "", "exposure-enable pin mode: off, active, inactive or bulb", text, read_scalar, nullptr,
      nullptr, scalar::eep_status, eep_status_words},
     // Corrections and sensor options
-    {"hot_pixel_correction", "", "1 when hot pixels are corrected", boolean, read_scalar, write_scalar, nullptr,
-     scalar::is_hot_pixel_correction_enabled},
+    {"hot_pixel_correction", "", "1 when hot pixels are corrected", boolean, read_scalar, write_scalar,
+     nullptr, scalar::is_hot_pixel_correction_enabled},
     {"hot_pixel_correction_threshold", "", "level above which a pixel counts as hot", integer, read_scalar,
      write_scalar, read_scalar_range, scalar::hot_pixel_correction_threshold},
-    {"taps", "", "sensor taps read out: 0, 1 or 2", integer, read_scalar, write_scalar, nullptr, scalar::taps},
+    {"taps", "", "sensor taps read out: 0, 1 or 2", integer, read_scalar, write_scalar, nullptr,
+     scalar::taps},
     {"tap_balance", "", "1 when the taps are balanced", boolean, read_scalar, write_scalar, nullptr,
      scalar::tap_balance_enable},
     {"nir_boost", "", "1 when the near-infrared boost is on", boolean, read_int<get_nir_boost_enable>,
      write_int<set_nir_boost_enable>},
-    {"led", "", "1 when the status light is on", boolean, read_scalar, write_scalar, nullptr, scalar::is_led_on},
+    {"led", "", "1 when the status light is on", boolean, read_scalar, write_scalar, nullptr,
+     scalar::is_led_on},
     {"cooling", "", "1 when the sensor cooler runs", boolean, read_scalar, nullptr, nullptr,
      scalar::is_cooling_enabled},
     // Colour
-    {"sensor_type", "", "mono, color or polarized", text, read_int<get_camera_sensor_type>, nullptr, nullptr, {},
+    {"sensor_type",
+     "",
+     "mono, color or polarized",
+     text,
+     read_int<get_camera_sensor_type>,
+     nullptr,
+     nullptr,
+     {},
      sensor_type_words},
-    {"color_filter_array_phase", "", "colour of the first pixel of the filter array", text, read_scalar, nullptr,
-     nullptr, scalar::color_filter_array_phase, filter_phase_words},
+    {"color_filter_array_phase", "", "colour of the first pixel of the filter array", text, read_scalar,
+     nullptr, nullptr, scalar::color_filter_array_phase, filter_phase_words},
     {"polar_phase_deg", "deg", "polarizer angle of the first pixel", integer, read_scalar, nullptr, nullptr,
      scalar::polar_phase, polar_phase_words},
     {"color_correction_matrix", "", "3 x 3 colour correction matrix, row by row", text,
@@ -435,7 +462,8 @@ constexpr named_parameter table[] = {
     {"eep_supported", "", "1 when the camera has the exposure-enable pin mode", boolean,
      read_feature<feature_query::eep>},
     {"led_supported", "", "1 when the camera has a status light", boolean, read_feature<feature_query::led>},
-    {"taps_supported", "", "1 when the sensor's taps can be chosen", boolean, read_feature<feature_query::taps>},
+    {"taps_supported", "", "1 when the sensor's taps can be chosen", boolean,
+     read_feature<feature_query::taps>},
     {"nir_boost_supported", "", "1 when the camera has the near-infrared boost", boolean,
      read_int<get_is_nir_boost_supported>},
 };

@@ -48,10 +48,10 @@ struct named_parameter {
     const char* unit;         // "us", "dB", or "" when it has none
     const char* description;  // one line of help
     value_kind kind;
-    text_reader read = nullptr;    // absent: write-only (none is)
-    text_writer write = nullptr;   // absent: read-only
-    range_reader range = nullptr;  // absent: no range to ask the camera for
-    std::optional<scalar> row = {};               // the scalar catalogue row the generic routines use
+    text_reader read = nullptr;                    // absent: write-only (none is)
+    text_writer write = nullptr;                   // absent: read-only
+    range_reader range = nullptr;                  // absent: no range to ask the camera for
+    std::optional<scalar> row = {};                // the scalar catalogue row the generic routines use
     std::span<const std::string_view> words = {};  // an enumeration's words, by the API's value
 };
 
@@ -65,7 +65,8 @@ int parameter_flags(const named_parameter& parameter);
 const named_parameter& find_named_parameter(std::string_view name);
 
 std::string read_named_parameter(kit::qx_camera_handle_class& handle, std::string_view name);
-void write_named_parameter(kit::qx_camera_handle_class& handle, std::string_view name, std::string_view value);
+void write_named_parameter(kit::qx_camera_handle_class& handle, std::string_view name,
+                           std::string_view value);
 text_range read_named_parameter_range(kit::qx_camera_handle_class& handle, std::string_view name);
 
 }  // namespace qx::camera

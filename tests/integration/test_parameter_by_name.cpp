@@ -51,7 +51,8 @@ bool is_identifier(const std::string& name) {
     if (name.empty() || !std::islower(static_cast<unsigned char>(name[0])))
         return false;
     for (const char c : name)
-        if (!std::islower(static_cast<unsigned char>(c)) && !std::isdigit(static_cast<unsigned char>(c)) && c != '_')
+        if (!std::islower(static_cast<unsigned char>(c)) && !std::isdigit(static_cast<unsigned char>(c)) &&
+            c != '_')
             return false;
     return true;
 }
@@ -109,7 +110,8 @@ TEST_F(parameter_by_name, every_row_is_described_read_bounded_and_round_trips) {
             ASSERT_TRUE(writes.count(name)) << "a writable row without a round trip";
             std::tie(value, expected) = writes.at(name);
         }
-        ASSERT_EQ(qx_camera_set_parameter(camera, name.c_str(), value.c_str()), 0) << qx_camera_get_last_error();
+        ASSERT_EQ(qx_camera_set_parameter(camera, name.c_str(), value.c_str()), 0)
+            << qx_camera_get_last_error();
         EXPECT_EQ(get(name), expected);
     }
     for (const char* required : {"exposure_us", "gain_db", "roi", "binning", "trigger_mode"})
@@ -129,7 +131,8 @@ TEST_F(parameter_by_name, refusals_name_the_fault_and_leave_the_camera_as_it_was
         {"exposure_us", "12ms", "Value '12ms' of exposure_us is not an integer."},
         {"black_level", "99999999999", "Value '99999999999' of black_level is out of range."},
         {"led", "maybe", "Value 'maybe' of led is not a boolean (0, 1, on, off, true, false, yes, no)."},
-        {"trigger_mode", "external", "Value 'external' of trigger_mode is not one of: software, hardware, bulb."},
+        {"trigger_mode", "external",
+         "Value 'external' of trigger_mode is not one of: software, hardware, bulb."},
         {"roi", "1,2,3", "Value '1,2,3' of roi is not 4 integers separated by commas."},
         {"roi", "0,0,16,8,4", "Value '0,0,16,8,4' of roi is not 4 integers separated by commas."},
         {"roi", "0,0,0,8", "Value '0,0,0,8' of roi is not a region with a width and a height of 1 or more."},
@@ -155,7 +158,8 @@ TEST_F(parameter_by_name, refusals_name_the_fault_and_leave_the_camera_as_it_was
     }
 
     char small[4] = "abc";
-    EXPECT_EQ(qx_camera_get_parameter(camera, "serial_number", small, sizeof small), QX_STATUS_INVALID_OPERATION);
+    EXPECT_EQ(qx_camera_get_parameter(camera, "serial_number", small, sizeof small),
+              QX_STATUS_INVALID_OPERATION);
     EXPECT_EQ(std::string(qx_camera_get_last_error()),
               "The value needs 10 bytes; the buffer holds 4. Error: Invalid operation.");
     EXPECT_EQ(std::string(small), "abc") << "written although it did not fit";

@@ -113,8 +113,8 @@ read_back read_fits(const std::string& path) {
         }
         for (long plane = 0; plane < axes[2]; ++plane) {
             std::vector<std::uint16_t> pixels(static_cast<std::size_t>(axes[0] * axes[1]));
-            fits_read_img(file, TUSHORT, plane * axes[0] * axes[1] + 1, axes[0] * axes[1], nullptr, pixels.data(),
-                          nullptr, &status);
+            fits_read_img(file, TUSHORT, plane * axes[0] * axes[1] + 1, axes[0] * axes[1], nullptr,
+                          pixels.data(), nullptr, &status);
             result.frames.push_back(pixels);
             result.metadata.push_back(keywords);
         }
@@ -140,7 +140,8 @@ read_back read_png(const std::string& path) {
     int text_count = 0;
     png_get_text(png, info, &texts, &text_count);
     std::string metadata = "sBIT=" + std::to_string(significant_bits) + " ";
-    for (int index = 0; index < text_count; ++index) metadata += std::string(texts[index].key) + "=" + texts[index].text + " ";
+    for (int index = 0; index < text_count; ++index)
+        metadata += std::string(texts[index].key) + "=" + texts[index].text + " ";
     const png_uint_32 w = png_get_image_width(png, info);
     const png_uint_32 h = png_get_image_height(png, info);
     // Raw rows: the file's bytes as stored, big-endian.
@@ -169,13 +170,23 @@ struct format_case {
 TEST(image_writers, every_format_reads_back_identical_pixels_and_its_metadata) {
     const std::string directory = ::testing::TempDir();
     const std::vector<format_case> cases = {
-        {"plain.tif", {}, 3, read_tiff, {"\"exposure_us\":25000", "\"serial_number\":\"SN-WRITE\"", "\"bit_depth\":12"}},
+        {"plain.tif",
+         {},
+         3,
+         read_tiff,
+         {"\"exposure_us\":25000", "\"serial_number\":\"SN-WRITE\"", "\"bit_depth\":12"}},
         {"deflate.tiff", {true, false}, 2, read_tiff, {"\"gain_db\":4.5", "\"binning\":[2,1]"}},
-        {"hdus.fits", {}, 3, read_fits,
-         {"EXPTIME=0.025", "XBINNING=2", "YBINNING=1", "PIXSIZE1=6.9", "INSTRUME='QV-TEST", "SERIALNO='SN-WRITE'",
-          "ROWORDER='TOP-DOWN'", "DATE-OBS='2026-11-23T21:04:05.123'", "GAIN=4.5"}},
+        {"hdus.fits",
+         {},
+         3,
+         read_fits,
+         {"EXPTIME=0.025", "XBINNING=2", "YBINNING=1", "PIXSIZE1=6.9", "INSTRUME='QV-TEST",
+          "SERIALNO='SN-WRITE'", "ROWORDER='TOP-DOWN'", "DATE-OBS='2026-11-23T21:04:05.123'", "GAIN=4.5"}},
         {"cube.fits", {false, true}, 3, read_fits, {"FRAMECNT=4294967295", "SERIALNO='SN-WRITE'"}},
-        {"one.png", {}, 1, read_png,
+        {"one.png",
+         {},
+         1,
+         read_png,
          {"sBIT=12", "Software=qx-camera", "exposure_us=25000", "serial_number=SN-WRITE", "Description={"}},
     };
     for (const bool msb_aligned : {false, true}) {
@@ -191,7 +202,9 @@ TEST(image_writers, every_format_reads_back_identical_pixels_and_its_metadata) {
             ASSERT_EQ(back.frames.size(), frames.size());
             for (std::size_t n = 0; n < frames.size(); ++n) {
                 EXPECT_EQ(back.frames[n], frames[n].pixels) << "frame " << n;
-                for (const auto& text : entry.metadata_holds) EXPECT_NE(back.metadata[n].find(text), std::string::npos) << text << " in " << back.metadata[n];
+                for (const auto& text : entry.metadata_holds)
+                    EXPECT_NE(back.metadata[n].find(text), std::string::npos)
+                        << text << " in " << back.metadata[n];
             }
             // Per-frame records carry each frame's own count.
             if (entry.read == read_tiff) {

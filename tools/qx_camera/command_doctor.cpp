@@ -58,8 +58,9 @@ bool contains_ignoring_case(std::string text, std::string word) {
 void check_usbfs_memory(const std::string& root, std::vector<finding>& findings) {
     const std::string path = root + "/sys/module/usbcore/parameters/usbfs_memory_mb";
     const std::string value = read_first_line(path);
-    const std::string advice = "raise it: echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb "
-                               "(permanently: usbcore.usbfs_memory_mb=1000 on the kernel command line)";
+    const std::string advice =
+        "raise it: echo 1000 | sudo tee /sys/module/usbcore/parameters/usbfs_memory_mb "
+        "(permanently: usbcore.usbfs_memory_mb=1000 on the kernel command line)";
     if (value.empty()) {
         findings.push_back({"usbfs_memory_mb", verdict::warning, "cannot read " + path, ""});
         return;
@@ -69,8 +70,8 @@ void check_usbfs_memory(const std::string& root, std::vector<finding>& findings)
         findings.push_back({"usbfs_memory_mb", verdict::ok, "0 (no limit)", ""});
     } else if (megabytes < recommended_usbfs_mb) {
         findings.push_back({"usbfs_memory_mb", verdict::problem,
-                            value + " MiB, too little for streaming (" + std::to_string(recommended_usbfs_mb) +
-                                " MiB or more recommended)",
+                            value + " MiB, too little for streaming (" +
+                                std::to_string(recommended_usbfs_mb) + " MiB or more recommended)",
                             advice});
     } else {
         findings.push_back({"usbfs_memory_mb", verdict::ok, value + " MiB", ""});
@@ -113,12 +114,14 @@ void check_usb_devices(const std::string& root, std::vector<finding>& findings) 
         } else {
             findings.push_back({label + " permissions", verdict::problem, "this user cannot open it",
                                 "install the udev rule (see above), or add this user to the group that owns "
-                                "the device (ls -l " + std::string(node) + "), then log in again"});
+                                "the device (ls -l " +
+                                    std::string(node) + "), then log in again"});
         }
         const long speed = std::strtol(read_first_line(device + "/speed").c_str(), nullptr, 10);
         if (speed > 0 && speed < 5000) {
-            findings.push_back({label + " link", verdict::warning, std::to_string(speed) + " Mb/s, below USB 3",
-                                "plug it into a USB 3 port (often blue) with a USB 3 cable, without a USB 2 hub"});
+            findings.push_back(
+                {label + " link", verdict::warning, std::to_string(speed) + " Mb/s, below USB 3",
+                 "plug it into a USB 3 port (often blue) with a USB 3 cable, without a USB 2 hub"});
         } else if (speed > 0) {
             findings.push_back({label + " link", verdict::ok, std::to_string(speed) + " Mb/s", ""});
         }
@@ -131,12 +134,14 @@ void check_camera_links(std::vector<finding>& findings) {
     try {
         serials = sdk_session().serial_numbers();
     } catch (const tool_failure& failure) {
-        findings.push_back({"SDK", verdict::problem, failure.what(), "see the message; run with --emulate 1 to "
-                                                                     "check the installation without a camera"});
+        findings.push_back({"SDK", verdict::problem, failure.what(),
+                            "see the message; run with --emulate 1 to "
+                            "check the installation without a camera"});
         return;
     }
     if (serials.empty())
-        findings.push_back({"cameras", verdict::warning, "none found", "plug a camera in, or try --emulate 1"});
+        findings.push_back(
+            {"cameras", verdict::warning, "none found", "plug a camera in, or try --emulate 1"});
     for (const auto& serial : serials) {
         try {
             camera_session camera(serial);
@@ -149,7 +154,7 @@ void check_camera_links(std::vector<finding>& findings) {
         } catch (const tool_failure& failure) {
             findings.push_back({serial, verdict::problem, failure.what(),
                                 failure.code() == exit_permission_denied ? "install the udev rule (see above)"
-                                                                          : "see the message"});
+                                                                         : "see the message"});
         }
     }
 }

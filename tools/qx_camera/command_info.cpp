@@ -12,10 +12,10 @@ namespace qx::tool {
 namespace {
 
 // What info shows, in order; a parameter the camera lacks is left out.
-constexpr const char* shown[] = {"model",          "serial_number",  "name",        "firmware_version",
-                                 "sensor_type",    "sensor_width",   "sensor_height", "pixel_width_um",
-                                 "pixel_height_um", "bit_depth",     "usb_speed",   "exposure_us",
-                                 "gain_db",        "roi",            "binning",     "trigger_mode"};
+constexpr const char* shown[] = {"model",           "serial_number", "name",          "firmware_version",
+                                 "sensor_type",     "sensor_width",  "sensor_height", "pixel_width_um",
+                                 "pixel_height_um", "bit_depth",     "usb_speed",     "exposure_us",
+                                 "gain_db",         "roi",           "binning",       "trigger_mode"};
 
 }  // namespace
 

@@ -15,7 +15,8 @@ int run_params(const command_options& options) {
     camera_session camera(options.serial);
     auto listing = nlohmann::ordered_json::array();
     if (!options.json)
-        std::printf("%-32s %-3s %-22s %-5s %-28s %s\n", "NAME", "RW", "VALUE", "UNIT", "RANGE", "DESCRIPTION");
+        std::printf("%-32s %-3s %-22s %-5s %-28s %s\n", "NAME", "RW", "VALUE", "UNIT", "RANGE",
+                    "DESCRIPTION");
     for (const auto& row : parameter_rows()) {
         nlohmann::ordered_json entry = {{"name", row.name}, {"unit", row.unit}, {"access", access_word(row)}};
         std::string value = "-";
@@ -37,8 +38,8 @@ int run_params(const command_options& options) {
         if (options.json)
             listing.push_back(entry);
         else
-            std::printf("%-32s %-3s %-22s %-5s %-28s %s\n", row.name, access_word(row), value.c_str(), row.unit,
-                        range.c_str(), row.description);
+            std::printf("%-32s %-3s %-22s %-5s %-28s %s\n", row.name, access_word(row), value.c_str(),
+                        row.unit, range.c_str(), row.description);
     }
     if (options.json)
         std::printf("%s\n", listing.dump().c_str());

@@ -23,7 +23,8 @@ int run_snap(const command_options& options) {
     const capture_settings settings = read_capture_settings(camera.handle(), options.msb_align);
     install_interrupt_handler();
     frame_capture capture(camera.handle(), settings, options.buffers);
-    const auto frame = capture.next(std::chrono::milliseconds(static_cast<long long>(options.timeout_s * 1000)));
+    const auto frame =
+        capture.next(std::chrono::milliseconds(static_cast<long long>(options.timeout_s * 1000)));
     capture.disarm();
     if (!frame) {
         if (stop_requested)
@@ -37,7 +38,8 @@ int run_snap(const command_options& options) {
         std::printf("%s\n", record.dump().c_str());
     } else {
         std::printf("Saved frame %lld (%d x %d, %d bits) from %s to %s\n", frame->frame_count, settings.width,
-                    settings.height, settings.bit_depth, settings.serial_number.c_str(), options.output.c_str());
+                    settings.height, settings.bit_depth, settings.serial_number.c_str(),
+                    options.output.c_str());
     }
     return 0;
 }

@@ -46,12 +46,14 @@ class status_line {
 }  // namespace
 
 void add_stream_options(CLI::App& command, command_options& options) {
-    auto* frames = command.add_option("--frames", options.frames, "Stop after N frames")->check(CLI::PositiveNumber);
+    auto* frames =
+        command.add_option("--frames", options.frames, "Stop after N frames")->check(CLI::PositiveNumber);
     command.add_option("--duration", options.duration_s, "Stop after S seconds")
         ->check(CLI::PositiveNumber)
         ->excludes(frames);
     add_capture_options(command, options, false);
-    command.add_option("--max-lost", options.max_lost, "Exit with code 6 when more frames than this are lost")
+    command
+        .add_option("--max-lost", options.max_lost, "Exit with code 6 when more frames than this are lost")
         ->check(CLI::NonNegativeNumber);
     command.add_flag("!--no-status", options.status_line, "No live status line, even on a terminal");
 }
@@ -66,8 +68,8 @@ int run_stream(const command_options& options) {
     install_interrupt_handler();
     status_line status(options.status_line && !options.json);
     if (!options.json) {
-        std::printf("Streaming %d x %d pixels (%d bits) from %s; Ctrl-C stops.\n", settings.width, settings.height,
-                    settings.bit_depth, settings.serial_number.c_str());
+        std::printf("Streaming %d x %d pixels (%d bits) from %s; Ctrl-C stops.\n", settings.width,
+                    settings.height, settings.bit_depth, settings.serial_number.c_str());
         std::fflush(stdout);
     }
 
@@ -132,7 +134,8 @@ int run_stream(const command_options& options) {
     if (!failure.empty())
         std::fprintf(stderr, "qx-camera: %s\n", failure.c_str());
     if (exit_code == exit_success && options.max_lost >= 0 && totals.lost > options.max_lost) {
-        std::fprintf(stderr, "qx-camera: %lld frames lost, more than --max-lost %lld\n", totals.lost, options.max_lost);
+        std::fprintf(stderr, "qx-camera: %lld frames lost, more than --max-lost %lld\n", totals.lost,
+                     options.max_lost);
         exit_code = exit_frames_lost;
     }
     return exit_code;

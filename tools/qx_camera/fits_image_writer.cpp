@@ -1,6 +1,5 @@
 #include "fits_image_writer.h"
 
-
 namespace qx::tool {
 
 fits_image_writer::fits_image_writer(const std::string& path, const writer_settings& settings)
@@ -77,7 +76,8 @@ void fits_image_writer::add_frame(const frame_image& frame) {
         fits_resize_img(file_, USHORT_IMG, 3, axes, &status);
         first_pixel = static_cast<LONGLONG>(frames_) * plane + 1;
     }
-    fits_write_img(file_, TUSHORT, first_pixel, plane, const_cast<std::uint16_t*>(frame.pixels.data()), &status);
+    fits_write_img(file_, TUSHORT, first_pixel, plane, const_cast<std::uint16_t*>(frame.pixels.data()),
+                   &status);
     check(status, "writing pixels");
     ++frames_;
 }

@@ -3,11 +3,11 @@
 // XBINNING/YBINNING, PIXSIZE1/2, DATE-OBS, INSTRUME, ROWORDER) and the serial
 // number and frame count; one HDU per frame, or one cube for a burst.
 
+#include <fitsio.h>
+
 #include <string>
 
 #include "image_writer.h"
-
-#include <fitsio.h>
 
 namespace qx::tool {
 

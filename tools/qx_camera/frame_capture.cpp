@@ -69,8 +69,8 @@ void frame_capture::disarm() {
     check_call("qx_camera_disarm", qx_camera_disarm(camera_));
 }
 
-void frame_capture::on_frame(void* /*handle*/, unsigned short* image, int frame_count, unsigned char* /*metadata*/,
-                             int /*metadata_size*/, void* context) {
+void frame_capture::on_frame(void* /*handle*/, unsigned short* image, int frame_count,
+                             unsigned char* /*metadata*/, int /*metadata_size*/, void* context) {
     auto* capture = static_cast<frame_capture*>(context);
     if (image == nullptr)
         return;
@@ -88,7 +88,8 @@ void frame_capture::on_frame(void* /*handle*/, unsigned short* image, int frame_
         counts.bytes += frame.pixels.size() * sizeof(std::uint16_t);
         const auto count = static_cast<unsigned int>(frame_count);
         if (capture->previous_count_)
-            counts.counter_gaps += static_cast<unsigned int>(count - static_cast<unsigned int>(*capture->previous_count_) - 1u);
+            counts.counter_gaps +=
+                static_cast<unsigned int>(count - static_cast<unsigned int>(*capture->previous_count_) - 1u);
         capture->previous_count_ = count;
         if (capture->queue_.size() >= queue_limit) {
             ++counts.queue_overflows;
@@ -107,7 +108,8 @@ std::optional<frame_image> frame_capture::next(std::chrono::milliseconds wait) {
         if (stop_requested || now >= deadline)
             return std::nullopt;
         // Short slices: a signal handler cannot notify, so Ctrl-C is noticed at the next slice.
-        arrived_.wait_for(guard, std::min<std::chrono::steady_clock::duration>(deadline - now, signal_check_interval));
+        arrived_.wait_for(
+            guard, std::min<std::chrono::steady_clock::duration>(deadline - now, signal_check_interval));
     }
     frame_image frame = std::move(queue_.front());
     queue_.pop_front();

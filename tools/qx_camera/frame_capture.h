@@ -45,10 +45,10 @@ class frame_capture {
     void disarm();
 
     struct counts {
-        long long frames = 0;            // received by the callback
-        long long counter_gaps = 0;      // frames missing from the camera's counter
-        long long queue_overflows = 0;   // dropped here because the writer fell behind
-        std::uint64_t bytes = 0;         // pixel bytes received
+        long long frames = 0;           // received by the callback
+        long long counter_gaps = 0;     // frames missing from the camera's counter
+        long long queue_overflows = 0;  // dropped here because the writer fell behind
+        std::uint64_t bytes = 0;        // pixel bytes received
         // When the first and the latest frame reached the callback.
         std::optional<std::chrono::steady_clock::time_point> first_arrival;
         std::chrono::steady_clock::time_point last_arrival;
@@ -64,8 +64,8 @@ class frame_capture {
     bool armed_ = false;
     mutable std::mutex mutex_;
     std::condition_variable arrived_;
-    std::deque<frame_image> queue_;  // guarded by mutex_
-    counts counts_;                  // guarded by mutex_
+    std::deque<frame_image> queue_;            // guarded by mutex_
+    counts counts_;                            // guarded by mutex_
     std::optional<long long> previous_count_;  // guarded by mutex_
 };
 

@@ -45,7 +45,8 @@ capture_settings read_capture_settings(void* camera, bool msb_align) {
 }
 
 std::vector<std::uint16_t> frame_pixels(const capture_settings& settings, const std::uint16_t* pixels) {
-    const std::size_t count = static_cast<std::size_t>(settings.width) * static_cast<std::size_t>(settings.height);
+    const std::size_t count =
+        static_cast<std::size_t>(settings.width) * static_cast<std::size_t>(settings.height);
     std::vector<std::uint16_t> copy(pixels, pixels + count);
     if (settings.msb_aligned && settings.bit_depth < 16) {
         const int shift = 16 - settings.bit_depth;

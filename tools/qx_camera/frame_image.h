@@ -22,7 +22,7 @@ struct capture_settings {
     std::optional<double> gain_db;
     int binning_x = 1;
     int binning_y = 1;
-    std::optional<double> pixel_width_um;   // of the sensor, unbinned
+    std::optional<double> pixel_width_um;  // of the sensor, unbinned
     std::optional<double> pixel_height_um;
     std::string roi;  // "x,y,width,height"
 };

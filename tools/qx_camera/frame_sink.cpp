@@ -13,10 +13,13 @@ constexpr std::string_view number_marker = "{n}";
 }  // namespace
 
 frame_sink::frame_sink(const std::string& pattern, const writer_settings& settings, long long frames)
-    : pattern_(pattern), settings_(settings), file_per_frame_(pattern.find(number_marker) != std::string::npos) {
+    : pattern_(pattern),
+      settings_(settings),
+      file_per_frame_(pattern.find(number_marker) != std::string::npos) {
     const bool several = holds_several_frames(pattern);  // also refuses an unknown extension
     if (!file_per_frame_ && !several && frames != 1) {
-        throw tool_failure(exit_usage, "'" + pattern + "' holds one frame; put {n} in the name for one file per " +
+        throw tool_failure(exit_usage, "'" + pattern +
+                                           "' holds one frame; put {n} in the name for one file per " +
                                            "frame, or use .tif or .fits for one file");
     }
 }

@@ -40,7 +40,8 @@ const image_format& format_of(const std::string& path) {
                 return format;
         }
     }
-    throw tool_failure(exit_usage, "cannot tell the format of '" + path + "': use .tif, .tiff, .fits, .fit, .fts or .png");
+    throw tool_failure(
+        exit_usage, "cannot tell the format of '" + path + "': use .tif, .tiff, .fits, .fit, .fts or .png");
 }
 
 }  // namespace

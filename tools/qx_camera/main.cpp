@@ -11,10 +11,11 @@
 
 int main(int argc, char** argv) {
     using namespace qx::tool;
-    CLI::App app{"qx-camera: find, configure, capture from and stream Quendral VKO cameras.\n"
-                 "Every subcommand takes --serial, --emulate N|FILE and --json; 'qx-camera SUBCOMMAND --help' "
-                 "tells more.\nParameter names, units and ranges: 'qx-camera params' (add --emulate 1 to try "
-                 "without a camera)."};
+    CLI::App app{
+        "qx-camera: find, configure, capture from and stream Quendral VKO cameras.\n"
+        "Every subcommand takes --serial, --emulate N|FILE and --json; 'qx-camera SUBCOMMAND --help' "
+        "tells more.\nParameter names, units and ranges: 'qx-camera params' (add --emulate 1 to try "
+        "without a camera)."};
     app.footer(exit_code_help());
     command_options options;
     const subcommand* chosen = nullptr;

@@ -33,8 +33,8 @@ bool write_png_image(png_structp png, png_infop info, std::FILE* file, png_uint_
     if (setjmp(png_jmpbuf(png)) != 0)
         return false;
     png_init_io(png, file);
-    png_set_IHDR(png, info, width, height, 16, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
+    png_set_IHDR(png, info, width, height, 16, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_color_8 significant{};
     significant.gray = static_cast<png_byte>(bit_depth);
     png_set_sBIT(png, info, &significant);
@@ -77,8 +77,8 @@ std::string write_png(std::FILE* file, const frame_image& frame) {
     }
     const bool written =
         info != nullptr && write_png_image(png, info, file, static_cast<png_uint_32>(capture.width),
-                                           static_cast<png_uint_32>(capture.height), capture.bit_depth, texts.data(),
-                                           static_cast<int>(texts.size()), rows.data());
+                                           static_cast<png_uint_32>(capture.height), capture.bit_depth,
+                                           texts.data(), static_cast<int>(texts.size()), rows.data());
     png_destroy_write_struct(&png, &info);
     if (!written)
         return failure.message.empty() ? "libpng failed" : failure.message;

@@ -28,7 +28,8 @@ stream_totals stream_tracker::totals() const {
     totals.bytes = received.bytes;
     totals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
     if (received.first_arrival)
-        totals.first_to_last_s = std::chrono::duration<double>(received.last_arrival - *received.first_arrival).count();
+        totals.first_to_last_s =
+            std::chrono::duration<double>(received.last_arrival - *received.first_arrival).count();
     totals.counter_gaps = received.counter_gaps;
     totals.not_saved = received.queue_overflows;
     qx_camera_get_measured_frame_rate(camera_, &totals.sdk_rate);
@@ -61,18 +62,18 @@ std::string live_line(const stream_totals& totals) {
 
 std::string summary_text(const stream_totals& totals) {
     char text[800];
-    const char* rate_source = totals.rate_from_sdk()
-                                  ? "measured by the SDK over the last second"
-                                  : "measured by qx-camera over the whole stream; the SDK's one-second measure "
-                                    "was not yet available";
+    const char* rate_source =
+        totals.rate_from_sdk() ? "measured by the SDK over the last second"
+                               : "measured by qx-camera over the whole stream; the SDK's one-second measure "
+                                 "was not yet available";
     std::snprintf(text, sizeof text,
                   "Received %lld frames in %.2f s: %.1f frames/s (%s), %.1f MiB/s.\n"
                   "Lost %lld frames (incomplete %s, not saved because writing fell behind %lld); "
                   "missing from the camera's count: %lld; stalls recovered %lld, resets %lld.\n",
                   totals.frames, totals.seconds, totals.frames_per_second(), rate_source,
                   totals.mebibytes_per_second(), totals.lost,
-                  totals.incomplete ? std::to_string(*totals.incomplete).c_str() : "unknown", totals.not_saved,
-                  totals.counter_gaps, totals.stalls_recovered, totals.resets);
+                  totals.incomplete ? std::to_string(*totals.incomplete).c_str() : "unknown",
+                  totals.not_saved, totals.counter_gaps, totals.stalls_recovered, totals.resets);
     return text;
 }
 
@@ -85,7 +86,8 @@ nlohmann::ordered_json totals_json(const stream_totals& totals, const char* even
         {"rate_source", totals.rate_from_sdk() ? "sdk" : "qx-camera"},
         {"mib_per_second", totals.mebibytes_per_second()},
         {"lost", totals.lost},
-        {"incomplete", totals.incomplete ? nlohmann::ordered_json(*totals.incomplete) : nlohmann::ordered_json()},
+        {"incomplete",
+         totals.incomplete ? nlohmann::ordered_json(*totals.incomplete) : nlohmann::ordered_json()},
         {"counter_gaps", totals.counter_gaps},
         {"not_saved", totals.not_saved},
         {"stalls_recovered", totals.stalls_recovered},

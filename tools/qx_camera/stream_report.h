@@ -13,16 +13,16 @@ namespace qx::tool {
 
 struct stream_totals {
     long long frames = 0;
-    double seconds = 0;              // since the trigger
-    double first_to_last_s = 0;      // from the first frame's arrival to the last one's
+    double seconds = 0;          // since the trigger
+    double first_to_last_s = 0;  // from the first frame's arrival to the last one's
     std::uint64_t bytes = 0;
-    long long lost = 0;              // the SDK's losses or counter gaps, and frames the writer fell behind on
+    long long lost = 0;  // the SDK's losses or counter gaps, and frames the writer fell behind on
     std::optional<long long> incomplete;  // only the SDK's counters know
     long long counter_gaps = 0;
     long long stalls_recovered = 0;  // image-channel stalls the SDK cleared
     long long resets = 0;            // link resets the SDK issued
     long long not_saved = 0;
-    double sdk_rate = 0;             // the SDK's one-second measure, 0 until it has one
+    double sdk_rate = 0;  // the SDK's one-second measure, 0 until it has one
     long long files = 0;
 
     // The SDK's measure when it has one, else one taken over the whole stream.

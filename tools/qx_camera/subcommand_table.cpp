@@ -32,8 +32,8 @@ constexpr subcommand table[] = {
      add_stream_options, run_stream},
     {"monitor", "Print every camera arrival and removal until Ctrl-C (JSON Lines with --json)", none,
      add_monitor_options, run_monitor_command},
-    {"doctor", "Check USB memory, the udev rule, device permissions and link speeds, and say what to do", none,
-     add_doctor_options, run_doctor},
+    {"doctor", "Check USB memory, the udev rule, device permissions and link speeds, and say what to do",
+     none, add_doctor_options, run_doctor},
     {"completion", "Print a shell completion script: source <(qx-camera completion bash)", none,
      add_completion_options, run_completion},
 };

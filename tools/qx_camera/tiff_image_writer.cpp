@@ -47,7 +47,8 @@ void tiff_image_writer::add_frame(const frame_image& frame) {
     TIFFSetField(file_, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(file_, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
     TIFFSetField(file_, TIFFTAG_MAXSAMPLEVALUE, static_cast<std::uint16_t>(largest_count << shift));
-    TIFFSetField(file_, TIFFTAG_COMPRESSION, settings_.deflate ? COMPRESSION_ADOBE_DEFLATE : COMPRESSION_NONE);
+    TIFFSetField(file_, TIFFTAG_COMPRESSION,
+                 settings_.deflate ? COMPRESSION_ADOBE_DEFLATE : COMPRESSION_NONE);
     if (settings_.deflate)
         TIFFSetField(file_, TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);
     TIFFSetField(file_, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(file_, 0));
@@ -56,13 +57,16 @@ void tiff_image_writer::add_frame(const frame_image& frame) {
     TIFFSetField(file_, TIFFTAG_MODEL, capture.model.c_str());
     TIFFSetField(file_, TIFFTAG_SOFTWARE, "qx-camera");
     TIFFSetField(file_, TIFFTAG_DATETIME, date_time.c_str());
-    TIFFSetField(file_, TIFFTAG_PAGENUMBER, static_cast<std::uint16_t>(pages_), static_cast<std::uint16_t>(0));
+    TIFFSetField(file_, TIFFTAG_PAGENUMBER, static_cast<std::uint16_t>(pages_),
+                 static_cast<std::uint16_t>(0));
     if (capture.pixel_width_um && capture.pixel_height_um && *capture.pixel_width_um > 0 &&
         *capture.pixel_height_um > 0) {
         // Pixels per centimetre of the binned image, so viewers show true sizes.
         TIFFSetField(file_, TIFFTAG_RESOLUTIONUNIT, RESUNIT_CENTIMETER);
-        TIFFSetField(file_, TIFFTAG_XRESOLUTION, static_cast<float>(1e4 / (*capture.pixel_width_um * capture.binning_x)));
-        TIFFSetField(file_, TIFFTAG_YRESOLUTION, static_cast<float>(1e4 / (*capture.pixel_height_um * capture.binning_y)));
+        TIFFSetField(file_, TIFFTAG_XRESOLUTION,
+                     static_cast<float>(1e4 / (*capture.pixel_width_um * capture.binning_x)));
+        TIFFSetField(file_, TIFFTAG_YRESOLUTION,
+                     static_cast<float>(1e4 / (*capture.pixel_height_um * capture.binning_y)));
     }
     std::vector<std::uint16_t> row(width);
     for (std::uint32_t y = 0; y < height; ++y) {
