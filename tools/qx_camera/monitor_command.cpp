@@ -330,16 +330,16 @@ int run_monitor(const monitor_options& options) {
     return exit_code;
 }
 
-void add_monitor_command(CLI::App& app, int& exit_code) {
-    auto options = std::make_shared<monitor_options>();
-    auto* monitor = app.add_subcommand("monitor", "Print every camera arrival and removal until Ctrl-C");
-    monitor->add_flag("--json", options->json, "Print one JSON object per line");
-    monitor->add_option("--emulator-commands", options->emulator_commands,
-                        "File or FIFO of emulator commands to run meanwhile: plug <camera JSON>, "
-                        "unplug <path>, move <path> <port>, wait <events printed>");
-    monitor->add_option("--count", options->event_limit, "End after this many arrivals and removals")
+void add_monitor_options(CLI::App& command, command_options& options) {
+    command.add_option("--emulator-commands", options.emulator_commands,
+                       "File or FIFO of emulator commands to run meanwhile: plug <camera JSON>, "
+                       "unplug <path>, move <path> <port>, wait <events printed>");
+    command.add_option("--count", options.event_limit, "End after this many arrivals and removals")
         ->check(CLI::Range(0, 1000000));
-    monitor->callback([options, &exit_code] { exit_code = run_monitor(*options); });
+}
+
+int run_monitor_command(const command_options& options) {
+    return run_monitor({options.json, options.emulator_commands, options.event_limit});
 }
 
 }  // namespace qx::tool

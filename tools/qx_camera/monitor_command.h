@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "command_options.h"
+
 namespace CLI {
 class App;
 }
@@ -25,7 +27,9 @@ struct monitor_options {
 // returns the exit code.
 int run_monitor(const monitor_options& options);
 
-// Registers the "monitor" subcommand; its result goes to `exit_code`.
-void add_monitor_command(CLI::App& app, int& exit_code);
+// The subcommand table's entry points: monitor's own options, and a run
+// that takes --json from the options every subcommand shares.
+void add_monitor_options(CLI::App& command, command_options& options);
+int run_monitor_command(const command_options& options);
 
 }  // namespace qx::tool
