@@ -107,26 +107,25 @@ setting_as_text (const GValue * value)
   return gst_value_serialize (value);
 }
 
-typedef struct {
-  GstQxCameraSrc *self;
-  gboolean applied;
-} settings_walk;
+/* Every camera setting goes through the parameter catalogue by name. */
+static gboolean
+set_camera_parameter (GstQxCameraSrc * self, const gchar * name, const gchar * text)
+{
+  if (qx_camera_set_parameter (self->camera, name, text) == 0)
+    return TRUE;
+  GST_ELEMENT_ERROR (self, RESOURCE, SETTINGS,
+      ("Camera %s: setting %s to \"%s\" failed.", self->open_serial, name, text),
+      ("%s", qx_camera_get_last_error ()));
+  return FALSE;
+}
 
 static gboolean
 apply_one_setting (GQuark field, const GValue * value, gpointer data)
 {
-  settings_walk *walk = data;
-  const gchar *name = g_quark_to_string (field);
   gchar *text = setting_as_text (value);
-  gboolean applied = text != NULL && qx_camera_set_parameter (walk->self->camera, name, text) == 0;
+  gboolean applied = set_camera_parameter (data, g_quark_to_string (field), text ? text : "");
 
-  if (!applied) {
-    GST_ELEMENT_ERROR (walk->self, RESOURCE, SETTINGS,
-        ("Camera %s: setting %s to \"%s\" failed.", walk->self->open_serial, name, text ? text : "?"),
-        ("%s", qx_camera_get_last_error ()));
-  }
   g_free (text);
-  walk->applied = applied;
   return applied;
 }
 
@@ -134,35 +133,38 @@ apply_one_setting (GQuark field, const GValue * value, gpointer data)
 static gboolean
 apply_settings (GstQxCameraSrc * self, const GstStructure * settings)
 {
-  settings_walk walk = { self, TRUE };
-
-  if (settings != NULL)
-    gst_structure_foreach (settings, apply_one_setting, &walk);
-  return walk.applied;
+  return settings == NULL || gst_structure_foreach (settings, apply_one_setting, self);
 }
 
 /* Properties that a camera takes at any time; with camera_lock held. */
 static gboolean
 apply_live_properties (GstQxCameraSrc * self, gint64 exposure_us, gint gain)
 {
-  if (exposure_us >= 0 && !CAMERA_CALL (self, qx_camera_set_exposure_time (self->camera, exposure_us),
-          "setting the exposure"))
-    return FALSE;
-  if (gain >= 0 && !CAMERA_CALL (self, qx_camera_set_gain (self->camera, gain), "setting the gain"))
-    return FALSE;
+  gchar text[32];
+
+  if (exposure_us >= 0) {
+    g_snprintf (text, sizeof text, "%" G_GINT64_FORMAT, exposure_us);
+    if (!set_camera_parameter (self, "exposure_us", text))
+      return FALSE;
+  }
+  if (gain >= 0) {
+    g_snprintf (text, sizeof text, "%d", gain);
+    if (!set_camera_parameter (self, "gain", text))
+      return FALSE;
+  }
   return TRUE;
 }
 
 static gboolean
 apply_start_properties (GstQxCameraSrc * self)
 {
-  gint binning, frames_per_trigger = 0;
+  gint binning;
   GstQxTriggerMode mode;
   gint64 exposure_us;
   gint gain;
   GstStructure *settings;
-  gboolean applied;
-  void *camera = self->camera;
+  gboolean applied = TRUE;
+  gchar text[32];
 
   GST_OBJECT_LOCK (self);
   binning = self->binning;
@@ -172,21 +174,16 @@ apply_start_properties (GstQxCameraSrc * self)
   settings = self->settings ? gst_structure_copy (self->settings) : NULL;
   GST_OBJECT_UNLOCK (self);
 
-  applied = (binning == 0
-      || (CAMERA_CALL (self, qx_camera_set_binx (camera, binning), "setting the horizontal binning")
-          && CAMERA_CALL (self, qx_camera_set_biny (camera, binning), "setting the vertical binning")))
-      && CAMERA_CALL (self, qx_camera_set_operation_mode (camera, mode == GST_QX_TRIGGER_HARDWARE ? 1 : 0),
-      "setting the trigger mode")
-      && CAMERA_CALL (self, qx_camera_get_frames_per_trigger_zero_for_unlimited (camera, &frames_per_trigger),
-      "reading the frames per trigger");
-  /* Free run streams until stopped; a trigger owes at least one frame. */
-  if (applied && mode == GST_QX_TRIGGER_FREE_RUN && frames_per_trigger != 0)
-    applied = CAMERA_CALL (self, qx_camera_set_frames_per_trigger_zero_for_unlimited (camera, 0),
-        "setting the frames per trigger");
-  else if (applied && mode != GST_QX_TRIGGER_FREE_RUN && frames_per_trigger == 0)
-    applied = CAMERA_CALL (self, qx_camera_set_frames_per_trigger_zero_for_unlimited (camera, 1),
-        "setting the frames per trigger");
-  applied = applied && apply_live_properties (self, exposure_us, gain) && apply_settings (self, settings);
+  if (binning > 0) {
+    g_snprintf (text, sizeof text, "%d,%d", binning, binning);
+    applied = set_camera_parameter (self, "binning", text);
+  }
+  /* Free run streams until stopped; a trigger owes one frame unless the
+   * settings ask for more. */
+  applied = applied
+      && set_camera_parameter (self, "trigger_mode", mode == GST_QX_TRIGGER_HARDWARE ? "hardware" : "software")
+      && set_camera_parameter (self, "frames_per_trigger", mode == GST_QX_TRIGGER_FREE_RUN ? "0" : "1")
+      && apply_live_properties (self, exposure_us, gain) && apply_settings (self, settings);
   if (settings)
     gst_structure_free (settings);
   return applied;
@@ -233,6 +230,7 @@ gst_qx_camera_src_start (GstBaseSrc * base)
   }
 
   self->have_count = FALSE;
+  self->discont_pending = FALSE;
   self->extended_count = 0;
   self->frames_pushed = 0;
   self->frames_dropped_downstream_busy = 0;
@@ -614,6 +612,7 @@ frame_to_buffer (GstQxCameraSrc * self, qx_frame * frame, GstBuffer ** out)
     GST_OBJECT_UNLOCK (self);
     post_frames_lost (self, "downstream-busy", 1);
     self->have_count = TRUE;
+    self->discont_pending = TRUE;
     *out = NULL;
     return GST_FLOW_OK;
   }
@@ -630,8 +629,9 @@ frame_to_buffer (GstQxCameraSrc * self, qx_frame * frame, GstBuffer ** out)
   GST_BUFFER_OFFSET (buffer) = self->extended_count;
   GST_BUFFER_OFFSET_END (buffer) = self->extended_count + 1;
   GST_BUFFER_DURATION (buffer) = self->frame_duration;
-  if (!self->have_count || missing != 0)
+  if (!self->have_count || missing != 0 || self->discont_pending)
     GST_BUFFER_FLAG_SET (buffer, GST_BUFFER_FLAG_DISCONT);
+  self->discont_pending = FALSE;
   if (self->have_count && missing != 0)
     post_frames_lost (self, "gap", missing);
   self->have_count = TRUE;

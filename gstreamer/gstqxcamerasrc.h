@@ -59,6 +59,7 @@ struct _GstQxCameraSrc {
   gboolean have_count;
   guint32 last_count;
   guint64 extended_count;
+  gboolean discont_pending;
   qx_stream_statistics last_statistics;
   GstCaps *timestamp_reference;
 

@@ -53,18 +53,22 @@ gst_qx_device_provider_probe (GstDeviceProvider * provider)
   return devices;
 }
 
-/* The listed device of @serial (a new reference), or NULL. */
+/* The listed device of @serial (a new reference), or NULL. The list is
+ * read under the object lock: the provider's own accessor waits for a
+ * start in progress, and start itself lists the cameras. */
 static GstDevice *
 find_device (GstDeviceProvider * provider, const gchar * serial)
 {
-  GList *devices = gst_device_provider_get_devices (provider), *item;
   GstDevice *found = NULL;
+  GList *item;
 
-  for (item = devices; item && found == NULL; item = item->next) {
-    if (g_strcmp0 (gst_qx_camera_device_get_serial (item->data), serial) == 0)
+  GST_OBJECT_LOCK (provider);
+  for (item = provider->devices; item && found == NULL; item = item->next) {
+    if (GST_IS_QX_CAMERA_DEVICE (item->data)
+        && g_strcmp0 (gst_qx_camera_device_get_serial (item->data), serial) == 0)
       found = gst_object_ref (item->data);
   }
-  g_list_free_full (devices, gst_object_unref);
+  GST_OBJECT_UNLOCK (provider);
   return found;
 }
 

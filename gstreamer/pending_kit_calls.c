@@ -1,6 +1,6 @@
 /* Stand-ins for kit calls that are declared in the kit's header but not yet
- * built into the kit on this branch: held frames by polling with a copy, no
- * stream counters, no parameter catalogue, no hot-plug events. Each one goes
+ * built into the kit on this branch: held frames by polling with a copy, and
+ * no stream counters. Each one goes
  * as soon as the kit provides it. */
 #include <stdlib.h>
 #include <string.h>
@@ -70,27 +70,4 @@ qx_camera_get_stream_statistics (void *handle, qx_stream_statistics * statistics
   memset (statistics, 0, size);
   statistics->size = size;
   return 0;
-}
-
-int
-qx_camera_set_parameter (void *handle, const char *name, const char *value)
-{
-  (void) handle;
-  (void) name;
-  (void) value;
-  return QX_STATUS_UNSUPPORTED;
-}
-
-int
-qx_camera_set_camera_connect_callback (camera_connect_callback callback, void *context)
-{
-  (void) context;
-  return callback == NULL ? 0 : QX_STATUS_UNSUPPORTED;
-}
-
-int
-qx_camera_set_camera_disconnect_callback (camera_disconnect_callback callback, void *context)
-{
-  (void) context;
-  return callback == NULL ? 0 : QX_STATUS_UNSUPPORTED;
 }
