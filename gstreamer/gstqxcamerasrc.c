@@ -199,6 +199,16 @@ disarm_camera (GstQxCameraSrc * self)
 
 /* ---- GstBaseSrc ---- */
 
+/* On the kit's hot-plug thread. */
+static void
+camera_changed (const gchar * serial, gboolean connected, gpointer data)
+{
+  GstQxCameraSrc *self = data;
+
+  if (!connected && g_strcmp0 (serial, self->open_serial) == 0)
+    g_atomic_int_set (&self->unplugged, 1);
+}
+
 static gboolean
 gst_qx_camera_src_start (GstBaseSrc * base)
 {
@@ -229,6 +239,13 @@ gst_qx_camera_src_start (GstBaseSrc * base)
     return FALSE;
   }
 
+  g_atomic_int_set (&self->unplugged, 0);
+  self->watch_id = gst_qx_kit_session_watch_cameras (camera_changed, self, &error);
+  if (self->watch_id == 0) {
+    GST_ELEMENT_ERROR (self, RESOURCE, OPEN_READ, ("%s", error->message), (NULL));
+    g_error_free (error);
+    return FALSE;               /* stop () closes the camera */
+  }
   self->have_count = FALSE;
   self->discont_pending = FALSE;
   self->extended_count = 0;
@@ -257,6 +274,10 @@ gst_qx_camera_src_stop (GstBaseSrc * base)
   GstQxCameraSrc *self = GST_QX_CAMERA_SRC (base);
   void *camera;
 
+  if (self->watch_id != 0) {
+    gst_qx_kit_session_unwatch_cameras (self->watch_id);
+    self->watch_id = 0;
+  }
   g_mutex_lock (&self->camera_lock);
   camera = self->camera;
   if (camera != NULL)
@@ -642,25 +663,17 @@ frame_to_buffer (GstQxCameraSrc * self, qx_frame * frame, GstBuffer ** out)
   return GST_FLOW_OK;
 }
 
-/* The camera stopped answering: an unplug names the camera, anything else
- * carries the kit's text; either way the stream ends with EOS. */
+/* The camera was unplugged or stopped answering: an error naming it, then
+ * the stream ends with EOS. */
 static GstFlowReturn
-report_lost_camera (GstQxCameraSrc * self)
+report_lost_camera (GstQxCameraSrc * self, const gchar * kit_text)
 {
-  gchar *text = g_strdup (qx_camera_get_last_error ());
-  gchar *serials = gst_qx_kit_session_discover (NULL);
-  gchar **listed = serials ? g_strsplit (serials, " ", -1) : NULL;
-  gboolean present = listed && g_strv_contains ((const gchar * const *) listed, self->open_serial);
-
-  if (present)
-    GST_ELEMENT_ERROR (self, RESOURCE, READ, ("Camera %s stopped delivering frames.", self->open_serial),
-        ("%s", text));
-  else
+  if (g_atomic_int_get (&self->unplugged))
     GST_ELEMENT_ERROR (self, RESOURCE, NOT_FOUND, ("Camera %s was disconnected.", self->open_serial),
-        ("%s", text));
-  g_strfreev (listed);
-  g_free (serials);
-  g_free (text);
+        ("%s", kit_text ? kit_text : "unplugged"));
+  else
+    GST_ELEMENT_ERROR (self, RESOURCE, READ, ("Camera %s stopped delivering frames.", self->open_serial),
+        ("%s", kit_text));
   return GST_FLOW_EOS;
 }
 
@@ -701,12 +714,14 @@ gst_qx_camera_src_create (GstPushSrc * push, GstBuffer ** out)
     memset (&frame, 0, sizeof frame);
     frame.size = sizeof frame;
     if (qx_camera_acquire_frame (self->camera, WAIT_SLICE_MS, &frame) != 0)
-      return report_lost_camera (self);
+      return report_lost_camera (self, qx_camera_get_last_error ());
     if (!check_statistics (self)) {
       if (frame.image_data != NULL)
         qx_camera_release_frame (&frame);
       return GST_FLOW_ERROR;
     }
+    if (frame.image_data == NULL && g_atomic_int_get (&self->unplugged))
+      return report_lost_camera (self, NULL);
     if (frame.image_data != NULL) {
       result = frame_to_buffer (self, &frame, out);
       if (result != GST_FLOW_OK || *out != NULL)

@@ -68,6 +68,8 @@ struct _GstQxCameraSrc {
   guint64 frames_dropped_downstream_busy;
 
   gint flushing;
+  gint unplugged;
+  guint watch_id;
 };
 
 G_END_DECLS

@@ -2,23 +2,17 @@
 
 #include "gstqxcameradevice.h"
 #include "gstqxkitsession.h"
-#include "quendral_vko_camera_sdk.h"
 
 GST_DEBUG_CATEGORY_STATIC (gst_qx_device_provider_debug);
 #define GST_CAT_DEFAULT gst_qx_device_provider_debug
 
 struct _GstQxDeviceProvider {
   GstDeviceProvider parent;
-  gboolean monitoring;
+  guint watch_id;
 };
 
 G_DEFINE_TYPE_WITH_CODE (GstQxDeviceProvider, gst_qx_device_provider, GST_TYPE_DEVICE_PROVIDER,
     GST_DEBUG_CATEGORY_INIT (gst_qx_device_provider_debug, "qxdeviceprovider", 0, "camera device provider"));
-
-/* The kit's hot-plug callbacks are process-wide: one monitoring provider
- * receives them. The lock keeps it alive while a callback uses it. */
-static GMutex monitor_lock;
-static GstDeviceProvider *monitoring_provider;
 
 static GList *
 devices_of_connected_cameras (void)
@@ -72,37 +66,19 @@ find_device (GstDeviceProvider * provider, const gchar * serial)
   return found;
 }
 
+/* On the kit's hot-plug thread. */
 static void
-camera_connected (const char *serial_number, int usb_port_type, void *context)
+camera_changed (const gchar * serial, gboolean connected, gpointer data)
 {
-  GstDevice *known;
+  GstDeviceProvider *provider = data;
+  GstDevice *known = find_device (provider, serial);
 
-  (void) usb_port_type;
-  (void) context;
-  g_mutex_lock (&monitor_lock);
-  if (monitoring_provider != NULL && serial_number != NULL) {
-    known = find_device (monitoring_provider, serial_number);
-    if (known == NULL)
-      gst_device_provider_device_add (monitoring_provider, gst_qx_camera_device_new (serial_number));
-    else
-      gst_object_unref (known);
-  }
-  g_mutex_unlock (&monitor_lock);
-}
-
-static void
-camera_disconnected (const char *serial_number, void *context)
-{
-  GstDevice *known;
-
-  (void) context;
-  g_mutex_lock (&monitor_lock);
-  if (monitoring_provider != NULL && serial_number != NULL
-      && (known = find_device (monitoring_provider, serial_number)) != NULL) {
-    gst_device_provider_device_remove (monitoring_provider, known);
+  if (connected && known == NULL)
+    gst_device_provider_device_add (provider, gst_qx_camera_device_new (serial));
+  else if (!connected && known != NULL)
+    gst_device_provider_device_remove (provider, known);
+  if (known)
     gst_object_unref (known);
-  }
-  g_mutex_unlock (&monitor_lock);
 }
 
 static gboolean
@@ -111,51 +87,28 @@ gst_qx_device_provider_start (GstDeviceProvider * provider)
   GstQxDeviceProvider *self = GST_QX_DEVICE_PROVIDER (provider);
   GError *error = NULL;
   GList *devices, *item;
-  gboolean claimed;
 
-  g_mutex_lock (&monitor_lock);
-  claimed = monitoring_provider == NULL;
-  if (claimed)
-    monitoring_provider = gst_object_ref (provider);
-  g_mutex_unlock (&monitor_lock);
-  if (!claimed) {
-    GST_WARNING_OBJECT (provider, "another provider already follows the cameras");
-    return FALSE;
-  }
-  if (!gst_qx_kit_session_acquire (&error)) {
-    GST_WARNING_OBJECT (provider, "%s", error->message);
-    g_error_free (error);
-    goto unclaim;
-  }
-  if (qx_camera_set_camera_connect_callback (camera_connected, NULL) != 0
-      || qx_camera_set_camera_disconnect_callback (camera_disconnected, NULL) != 0) {
-    GST_WARNING_OBJECT (provider, "hot-plug events: %s", qx_camera_get_last_error ());
-    qx_camera_set_camera_connect_callback (NULL, NULL);
+  if (!gst_qx_kit_session_acquire (&error))
+    goto failed;
+  self->watch_id = gst_qx_kit_session_watch_cameras (camera_changed, provider, &error);
+  if (self->watch_id == 0) {
     gst_qx_kit_session_release ();
-    goto unclaim;
+    goto failed;
   }
-  /* Cameras connected before monitoring began: an arrival in between is
-   * listed once, since additions of a known serial number are skipped. */
+  /* Cameras connected before watching began; one that arrived in between
+   * is listed once. */
   devices = devices_of_connected_cameras ();
-  g_mutex_lock (&monitor_lock);
   for (item = devices; item; item = item->next) {
-    GstDevice *known = find_device (provider, gst_qx_camera_device_get_serial (item->data));
-
-    if (known == NULL)
-      gst_device_provider_device_add (provider, gst_object_ref_sink (item->data));
-    else
-      gst_object_unref (known);
+    gst_object_ref_sink (item->data);
+    camera_changed (gst_qx_camera_device_get_serial (item->data), TRUE, provider);
     gst_object_unref (item->data);
   }
-  g_mutex_unlock (&monitor_lock);
   g_list_free (devices);
-  self->monitoring = TRUE;
   return TRUE;
 
-unclaim:
-  g_mutex_lock (&monitor_lock);
-  gst_clear_object (&monitoring_provider);
-  g_mutex_unlock (&monitor_lock);
+failed:
+  GST_WARNING_OBJECT (provider, "%s", error->message);
+  g_error_free (error);
   return FALSE;
 }
 
@@ -164,15 +117,11 @@ gst_qx_device_provider_stop (GstDeviceProvider * provider)
 {
   GstQxDeviceProvider *self = GST_QX_DEVICE_PROVIDER (provider);
 
-  if (!self->monitoring)
+  if (self->watch_id == 0)
     return;
-  qx_camera_set_camera_connect_callback (NULL, NULL);
-  qx_camera_set_camera_disconnect_callback (NULL, NULL);
-  g_mutex_lock (&monitor_lock);
-  gst_clear_object (&monitoring_provider);
-  g_mutex_unlock (&monitor_lock);
+  gst_qx_kit_session_unwatch_cameras (self->watch_id);
+  self->watch_id = 0;
   gst_qx_kit_session_release ();
-  self->monitoring = FALSE;
 }
 
 static void

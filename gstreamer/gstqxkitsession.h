@@ -20,6 +20,16 @@ gchar *gst_qx_kit_session_discover (GError ** error);
 void *gst_qx_kit_session_open_camera (const gchar * serial, gchar ** opened_serial, GError ** error);
 void gst_qx_kit_session_close_camera (void *camera);
 
+/* Called on the kit's hot-plug thread when a camera comes or goes. */
+typedef void (*GstQxCameraEventFunc) (const gchar * serial, gboolean connected, gpointer data);
+
+/* The kit has one pair of hot-plug callbacks per process; every watcher of
+ * this session hears each event. Needs the session acquired; returns an id
+ * for unwatch, or 0 with @error set. After unwatch returns, @func is not
+ * called any more. */
+guint gst_qx_kit_session_watch_cameras (GstQxCameraEventFunc func, gpointer data, GError ** error);
+void gst_qx_kit_session_unwatch_cameras (guint id);
+
 /* The kit's last-error text as a GError of the resource domain. */
 void gst_qx_kit_session_set_error (GError ** error, const gchar * what);
 
