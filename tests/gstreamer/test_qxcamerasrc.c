@@ -370,6 +370,30 @@ lists_serial (GstDevice * device, const gchar * serial)
   return listed;
 }
 
+static void
+wait_for_device_message (GstBus * bus, GstMessageType wanted, const gchar * serial)
+{
+  gboolean seen = FALSE;
+
+  while (!seen) {
+    GstMessage *message = gst_bus_timed_pop_filtered (bus, WAIT, GST_MESSAGE_DEVICE_ADDED |
+        GST_MESSAGE_DEVICE_REMOVED);
+    GstDevice *device = NULL;
+
+    fail_unless (message != NULL, "no hot-plug message for %s", serial);
+    if (GST_MESSAGE_TYPE (message) == GST_MESSAGE_DEVICE_ADDED)
+      gst_message_parse_device_added (message, &device);
+    else
+      gst_message_parse_device_removed (message, &device);
+    if (lists_serial (device, serial)) {
+      fail_unless_equals_int (GST_MESSAGE_TYPE (message), wanted);
+      seen = TRUE;
+    }
+    gst_object_unref (device);
+    gst_message_unref (message);
+  }
+}
+
 /* The provider lists cameras and follows a plug and an unplug. */
 GST_START_TEST (the_device_provider_follows_hot_plug)
 {
@@ -377,7 +401,6 @@ GST_START_TEST (the_device_provider_follows_hot_plug)
   GstBus *bus = gst_device_provider_get_bus (provider);
   gchar path[256];
   GList *devices;
-  gint wanted;
 
   emulate_camera ("");
   devices = gst_device_provider_get_devices (provider);
@@ -386,24 +409,9 @@ GST_START_TEST (the_device_provider_follows_hot_plug)
 
   fail_unless (gst_device_provider_start (provider));
   fail_unless_equals_int (qx_emu_plug_camera ("{\"serial\":\"SN-PLUG\"}", path, sizeof path), QX_EMU_OK);
+  wait_for_device_message (bus, GST_MESSAGE_DEVICE_ADDED, "SN-PLUG");
   fail_unless_equals_int (qx_emu_unplug_camera (path), QX_EMU_OK);
-  for (wanted = GST_MESSAGE_DEVICE_ADDED; wanted != 0;) {
-    GstMessage *message = gst_bus_timed_pop_filtered (bus, WAIT, GST_MESSAGE_DEVICE_ADDED |
-        GST_MESSAGE_DEVICE_REMOVED);
-    GstDevice *device = NULL;
-
-    fail_unless (message != NULL, "no hot-plug message");
-    if (GST_MESSAGE_TYPE (message) == GST_MESSAGE_DEVICE_ADDED)
-      gst_message_parse_device_added (message, &device);
-    else
-      gst_message_parse_device_removed (message, &device);
-    if (lists_serial (device, "SN-PLUG")) {
-      fail_unless_equals_int (GST_MESSAGE_TYPE (message), wanted);
-      wanted = wanted == GST_MESSAGE_DEVICE_ADDED ? GST_MESSAGE_DEVICE_REMOVED : 0;
-    }
-    gst_object_unref (device);
-    gst_message_unref (message);
-  }
+  wait_for_device_message (bus, GST_MESSAGE_DEVICE_REMOVED, "SN-PLUG");
   gst_device_provider_stop (provider);
   gst_object_unref (bus);
   gst_object_unref (provider);
