@@ -14,14 +14,20 @@
 #define WAIT (10 * GST_SECOND)
 
 static void
-emulate_camera (const gchar * extra_keys)
+emulate_tall_camera (gint rows, const gchar * extra_keys)
 {
   gchar *config = g_strdup_printf ("{\"cameras\":[{\"serial\":\"" SERIAL "\",\"sensor_width\":64,"
-      "\"sensor_height\":8,\"frame_time_us\":20000,\"frame_count_start\":%" G_GUINT64_FORMAT "%s%s}]}",
-      FIRST_COUNT, extra_keys[0] ? "," : "", extra_keys);
+      "\"sensor_height\":%d,\"frame_time_us\":20000,\"frame_count_start\":%" G_GUINT64_FORMAT "%s%s}]}",
+      rows, FIRST_COUNT, extra_keys[0] ? "," : "", extra_keys);
 
   fail_unless (qx_emu_reset (config) == QX_EMU_OK, "%s", qx_emu_get_last_error ());
   g_free (config);
+}
+
+static void
+emulate_camera (const gchar * extra_keys)
+{
+  emulate_tall_camera (8, extra_keys);
 }
 
 typedef struct {
@@ -216,18 +222,21 @@ GST_END_TEST;
 /* A triggered camera left waiting many time-outs long: each policy does
  * what it says, and "wait" still takes the frame of a late trigger. */
 static const struct {
+  const gchar *mode;
   const gchar *policy;
   GstMessageType outcome;
 } policies[] = {
-  {"error", GST_MESSAGE_ERROR},
-  {"eos", GST_MESSAGE_EOS},
-  {"wait", GST_MESSAGE_ELEMENT},
+  {"software", "error", GST_MESSAGE_ERROR},
+  {"hardware", "eos", GST_MESSAGE_EOS},
+  {"software", "wait", GST_MESSAGE_ELEMENT},
+  {"hardware", "wait", GST_MESSAGE_ELEMENT},
 };
 
 GST_START_TEST (a_triggered_stream_times_out_by_its_policy)
 {
-  gchar *properties = g_strdup_printf ("trigger-mode=software timeout-ms=40 timeout-policy=%s",
-      policies[__i__].policy);
+  gchar *properties = g_strdup_printf ("trigger-mode=%s timeout-ms=40 timeout-policy=%s",
+      policies[__i__].mode, policies[__i__].policy);
+  gchar path[256];
   GstMessageType watched = GST_MESSAGE_ERROR | GST_MESSAGE_EOS | GST_MESSAGE_ELEMENT;
   GstMessage *message;
   GstSample *sample;
@@ -250,8 +259,13 @@ GST_START_TEST (a_triggered_stream_times_out_by_its_policy)
       break;
   }
   if (policies[__i__].outcome == GST_MESSAGE_ELEMENT) {
-    g_signal_emit_by_name (s.src, "software-trigger", &triggered);
-    fail_unless (triggered);
+    if (g_str_equal (policies[__i__].mode, "software")) {
+      g_signal_emit_by_name (s.src, "software-trigger", &triggered);
+      fail_unless (triggered);
+    } else {
+      fail_unless_equals_int (qx_emu_get_camera_path ("qv", 0, path, sizeof path), QX_EMU_OK);
+      fail_unless_equals_int (qx_emu_pulse_hardware_trigger (path), QX_EMU_OK);
+    }
     sample = pull (&s);
     fail_unless (sample != NULL);
     fail_unless_equals_uint64 (GST_BUFFER_OFFSET (gst_sample_get_buffer (sample)), FIRST_COUNT);
@@ -314,6 +328,46 @@ GST_START_TEST (frames_beyond_what_downstream_holds_are_lost_not_overwritten)
   fail_unless (GST_BUFFER_OFFSET (gst_sample_get_buffer (next)) > last_held + 1);
   fail_unless (GST_BUFFER_FLAG_IS_SET (gst_sample_get_buffer (next), GST_BUFFER_FLAG_DISCONT));
   gst_sample_unref (next);
+  stop (&s);
+}
+
+GST_END_TEST;
+
+/* A frame damaged on the wire (one of its five packets lost) never reaches
+ * downstream: it is dropped and reported, or ends the stream when
+ * drop-incomplete is off. */
+GST_START_TEST (a_damaged_frame_is_dropped_or_ends_the_stream)
+{
+  gboolean drop = __i__ == 0;
+  GstMessage *message;
+  GstSample *sample;
+  GstBuffer *buffer;
+  stream s;
+  gint i;
+
+  emulate_tall_camera (512, "\"faults\":{\"drop_packet\":{\"frames\":[2],\"packet\":2}}");
+  s = play (drop ? "drop-incomplete=true camera-buffers=16" : "drop-incomplete=false camera-buffers=16");
+  for (i = 0; i < 2; ++i) {
+    fail_unless ((sample = pull (&s)) != NULL);
+    fail_unless_equals_uint64 (GST_BUFFER_OFFSET (gst_sample_get_buffer (sample)), FIRST_COUNT + i);
+    gst_sample_unref (sample);
+  }
+  if (drop) {
+    message = next_message (&s, GST_MESSAGE_ELEMENT, "qxcamerasrc-frames-lost");
+    fail_unless_equals_string (gst_structure_get_string (gst_message_get_structure (message), "reason"),
+        "incomplete");
+    gst_message_unref (message);
+    fail_unless ((sample = pull (&s)) != NULL);
+    buffer = gst_sample_get_buffer (sample);
+    fail_unless_equals_uint64 (GST_BUFFER_OFFSET (buffer), FIRST_COUNT + 3);
+    fail_unless (GST_BUFFER_FLAG_IS_SET (buffer, GST_BUFFER_FLAG_DISCONT));
+    fail_unless_equals_int (gradient_mismatches (sample, 12), 0);
+    gst_sample_unref (sample);
+    fail_unless_equals_uint64 (stat (&s, "frames-lost-incomplete"), 1);
+  } else {
+    message = next_message (&s, GST_MESSAGE_ERROR, NULL);
+    gst_message_unref (message);
+  }
   stop (&s);
 }
 
@@ -432,6 +486,7 @@ qxcamerasrc_suite (void)
   tcase_add_loop_test (tc, a_triggered_stream_times_out_by_its_policy, 0, G_N_ELEMENTS (policies));
   tcase_add_test (tc, playing_to_null_and_back_a_hundred_times);
   tcase_add_test (tc, frames_beyond_what_downstream_holds_are_lost_not_overwritten);
+  tcase_add_loop_test (tc, a_damaged_frame_is_dropped_or_ends_the_stream, 0, 2);
   tcase_add_test (tc, settings_go_to_the_camera_by_name);
   tcase_add_test (tc, the_device_provider_follows_hot_plug);
   return suite;
