@@ -566,17 +566,21 @@ copy_frame (GstQxCameraSrc * self, const qx_frame * frame)
   gint row, column;
 
   gst_memory_map (memory, &map, GST_MAP_WRITE);
-  memset (map.data, 0, map.size);
   for (row = 0; row < height; ++row) {
     const unsigned short *source = frame->image_data + (gsize) row * width;
     guint8 *destination = map.data + (gsize) row * stride;
 
-    for (column = 0; column < width; ++column) {
-      if (gray8)
+    if (gray8) {
+      for (column = 0; column < width; ++column)
         destination[column] = (guint8) source[column];
-      else
+    } else if (G_BYTE_ORDER == G_LITTLE_ENDIAN) {
+      memcpy (destination, source, (gsize) width * 2);
+    } else {
+      for (column = 0; column < width; ++column)
         GST_WRITE_UINT16_LE (destination + 2 * column, source[column]);
     }
+    /* Padding at the end of the row stays defined. */
+    memset (destination + (gray8 ? width : width * 2), 0, stride - (gray8 ? width : width * 2));
   }
   gst_memory_unmap (memory, &map);
   return memory;
