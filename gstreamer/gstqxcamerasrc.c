@@ -46,6 +46,14 @@ G_DEFINE_TYPE_WITH_CODE (GstQxCameraSrc, gst_qx_camera_src, GST_TYPE_PUSH_SRC,
     GST_DEBUG_CATEGORY_INIT (gst_qx_camera_src_debug, "qxcamerasrc", 0, "Quendral VKO camera source"));
 
 static GType
+enum_type (GType * type, const gchar * name, const GEnumValue * values)
+{
+  if (g_once_init_enter (type))
+    g_once_init_leave (type, g_enum_register_static (name, values));
+  return *type;
+}
+
+static GType
 gst_qx_trigger_mode_get_type (void)
 {
   static GType type = 0;
@@ -56,9 +64,7 @@ gst_qx_trigger_mode_get_type (void)
     {0, NULL, NULL},
   };
 
-  if (g_once_init_enter (&type))
-    g_once_init_leave (&type, g_enum_register_static ("GstQxTriggerMode", values));
-  return type;
+  return enum_type (&type, "GstQxTriggerMode", values);
 }
 
 static GType
@@ -72,9 +78,7 @@ gst_qx_timeout_policy_get_type (void)
     {0, NULL, NULL},
   };
 
-  if (g_once_init_enter (&type))
-    g_once_init_leave (&type, g_enum_register_static ("GstQxTimeoutPolicy", values));
-  return type;
+  return enum_type (&type, "GstQxTimeoutPolicy", values);
 }
 
 /* ---- talking to the camera ---- */
@@ -199,6 +203,8 @@ disarm_camera (GstQxCameraSrc * self)
 
 /* ---- GstBaseSrc ---- */
 
+static gboolean gst_qx_camera_src_stop (GstBaseSrc * base);
+
 /* On the kit's hot-plug thread. */
 static void
 camera_changed (const gchar * serial, gboolean connected, gpointer data)
@@ -244,7 +250,8 @@ gst_qx_camera_src_start (GstBaseSrc * base)
   if (self->watch_id == 0) {
     GST_ELEMENT_ERROR (self, RESOURCE, OPEN_READ, ("%s", error->message), (NULL));
     g_error_free (error);
-    return FALSE;               /* stop () closes the camera */
+    gst_qx_camera_src_stop (base);
+    return FALSE;
   }
   self->have_count = FALSE;
   self->discont_pending = FALSE;
@@ -261,7 +268,9 @@ gst_qx_camera_src_start (GstBaseSrc * base)
       || !CAMERA_CALL (self, qx_camera_get_timestamp_clock_frequency (camera, &frequency),
           "reading the time-stamp clock")) {
     g_mutex_unlock (&self->camera_lock);
-    return FALSE;               /* stop () closes the camera */
+    /* A start that fails is not followed by stop. */
+    gst_qx_camera_src_stop (base);
+    return FALSE;
   }
   self->clock_frequency = frequency > 0 ? (guint64) frequency : 0;
   g_mutex_unlock (&self->camera_lock);
@@ -475,10 +484,15 @@ gst_qx_camera_src_query (GstBaseSrc * base, GstQuery * query)
   GstQxCameraSrc *self = GST_QX_CAMERA_SRC (base);
 
   if (GST_QUERY_TYPE (query) == GST_QUERY_LATENCY) {
-    GstClockTime frame = self->frame_duration;
+    GstClockTime frame;
+    gboolean armed;
     gint camera_buffers;
 
-    if (!self->armed)
+    g_mutex_lock (&self->camera_lock);
+    frame = self->frame_duration;
+    armed = self->armed;
+    g_mutex_unlock (&self->camera_lock);
+    if (!armed)
       return FALSE;
     GST_OBJECT_LOCK (self);
     camera_buffers = self->camera_buffers;
