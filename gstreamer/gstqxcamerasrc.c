@@ -566,6 +566,12 @@ check_statistics (GstQxCameraSrc * self)
   return TRUE;
 }
 
+static gboolean
+follows_gap (GstQxCameraSrc * self, const qx_frame * frame)
+{
+  return self->have_count && (guint32) frame->frame_count - self->last_count != 1;
+}
+
 /* Pixels that cannot pass on in place: 8-bit samples, or rows padded to
  * the stride the caps describe. */
 static GstMemory *
@@ -733,7 +739,9 @@ gst_qx_camera_src_create (GstPushSrc * push, GstBuffer ** out)
     frame.size = sizeof frame;
     if (qx_camera_acquire_frame (self->camera, WAIT_SLICE_MS, &frame) != 0)
       return report_lost_camera (self, qx_camera_get_last_error ());
-    if (!check_statistics (self)) {
+    /* Losses are reported where they fall in the stream: before the first
+     * frame after a gap, or once every frame before them is out. */
+    if ((frame.image_data == NULL || follows_gap (self, &frame)) && !check_statistics (self)) {
       if (frame.image_data != NULL)
         qx_camera_release_frame (&frame);
       return GST_FLOW_ERROR;
