@@ -141,6 +141,10 @@ unsigned char* device_acquisition_class::acquire_frame(std::int64_t timeout_ms) 
     if (slot == nullptr)
         return nullptr;
     std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+    // An arm between the pop and here replaced the buffer: the slot is not
+    // this arm's to hold.
+    if (slot < buffer_start || slot > buffer_last)
+        return nullptr;
     acquired_slots.insert(slot);
     correct(slot);
     return slot;
