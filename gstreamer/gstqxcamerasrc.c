@@ -111,15 +111,22 @@ setting_as_text (const GValue * value)
   return gst_value_serialize (value);
 }
 
-/* Every camera setting goes through the parameter catalogue by name. */
+/* Every camera setting goes through the parameter catalogue by name. A
+ * refusal at start is an error; one while streaming (a region change, say,
+ * which a running camera refuses) is a warning and the stream goes on. */
 static gboolean
 set_camera_parameter (GstQxCameraSrc * self, const gchar * name, const gchar * text)
 {
+  gchar *refusal;
+
   if (qx_camera_set_parameter (self->camera, name, text) == 0)
     return TRUE;
-  GST_ELEMENT_ERROR (self, RESOURCE, SETTINGS,
-      ("Camera %s: setting %s to \"%s\" failed.", self->open_serial, name, text),
-      ("%s", qx_camera_get_last_error ()));
+  refusal = g_strdup_printf ("Camera %s: setting %s to \"%s\" failed.", self->open_serial, name, text);
+  if (self->changing_live)
+    GST_ELEMENT_WARNING (self, RESOURCE, SETTINGS, ("%s", refusal), ("%s", qx_camera_get_last_error ()));
+  else
+    GST_ELEMENT_ERROR (self, RESOURCE, SETTINGS, ("%s", refusal), ("%s", qx_camera_get_last_error ()));
+  g_free (refusal);
   return FALSE;
 }
 
@@ -833,8 +840,10 @@ apply_live_change (GstQxCameraSrc * self, guint property_id)
 
   g_mutex_lock (&self->camera_lock);
   if (self->camera != NULL) {
+    self->changing_live = TRUE;
     apply_live_properties (self, exposure_us, gain);
     apply_settings (self, settings);
+    self->changing_live = FALSE;
   }
   g_mutex_unlock (&self->camera_lock);
   if (settings)

@@ -49,6 +49,7 @@ struct _GstQxCameraSrc {
   void *camera;
   gchar *open_serial;
   gboolean armed;
+  gboolean changing_live;
   guint64 clock_frequency;
   GstClockTime frame_duration;
 

@@ -374,7 +374,8 @@ GST_START_TEST (a_damaged_frame_is_dropped_or_ends_the_stream)
 GST_END_TEST;
 
 /* The settings structure reaches the catalogue; a name it lacks is an
- * error naming it, and leaves the camera free for the next start. */
+ * error naming it, and leaves the camera free for the next start; a change
+ * the running camera refuses is only a warning. */
 GST_START_TEST (settings_go_to_the_camera_by_name)
 {
   static const struct {
@@ -393,7 +394,18 @@ GST_START_TEST (settings_go_to_the_camera_by_name)
     GstSample *sample = s.started ? pull (&s) : NULL;
 
     if (cases[i].refused == NULL) {
+      GstStructure *live = gst_structure_from_string ("settings,exposure_us=3000,roi=\"0,0,32,4\"", NULL);
+      GstMessage *message;
+
       fail_unless (sample != NULL, "%s", cases[i].settings);
+      gst_sample_unref (sample);
+      /* A running camera refuses a new region: a warning, and frames go on. */
+      g_object_set (s.src, "settings", live, NULL);
+      gst_structure_free (live);
+      message = next_message (&s, GST_MESSAGE_WARNING | GST_MESSAGE_ERROR, NULL);
+      fail_unless_equals_int (GST_MESSAGE_TYPE (message), GST_MESSAGE_WARNING);
+      gst_message_unref (message);
+      fail_unless ((sample = pull (&s)) != NULL);
       gst_sample_unref (sample);
     } else {
       GstMessage *message = next_message (&s, GST_MESSAGE_ERROR, NULL);
