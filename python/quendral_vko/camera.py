@@ -155,9 +155,10 @@ class Camera:
     def __init__(self, kit: Kit, serial_number: str) -> None:
         self._kit = kit
         self.serial_number = serial_number
-        self._session: Any = _quendral_vko.CameraSession(serial_number)
+        self._session: Any = None
         self._frame_stop: threading.Event | None = None
         self._frame_thread: threading.Thread | None = None
+        self._session = _quendral_vko.CameraSession(serial_number)
 
     def __enter__(self) -> Camera:
         return self

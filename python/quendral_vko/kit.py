@@ -62,9 +62,9 @@ class Kit:
 
     def open(self, serial_number: str | None = None) -> Camera:
         """Opens a camera by serial number (None: the first one found)."""
-        session = self._session_or_raise()
+        # The library opens only cameras its own discovery has seen.
+        found = self._session_or_raise().cameras()
         if serial_number is None:
-            found = session.cameras()
             if not found:
                 raise QxError(STATUS_INVALID_OPERATION, "No camera found.")
             serial_number = found[0]

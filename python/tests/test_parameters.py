@@ -1,0 +1,56 @@
+"""Parameters as generated properties, converted by the catalogue's types."""
+
+from __future__ import annotations
+
+from pathlib import Path
+
+import pytest
+
+import quendral_vko
+from quendral_vko import CATALOGUE, QxError
+
+pytestmark = pytest.mark.skipif(not CATALOGUE, reason="the camera library offers no parameter catalogue")
+
+PYTHON_TYPES = {"int": int, "float": float, "bool": bool, "str": str, "tuple[int, ...]": tuple}
+
+
+def ranged_writable() -> list[str]:
+    return [name for name, p in CATALOGUE.items() if p.readable and p.writable and p.has_range]
+
+
+def test_every_catalogue_row_is_a_documented_property_and_in_the_stub() -> None:
+    stub = (Path(quendral_vko.__file__).parent / "__init__.pyi").read_text()
+    for name, parameter in CATALOGUE.items():
+        attribute = getattr(quendral_vko.Camera, name)
+        assert isinstance(attribute, property) and parameter.description in attribute.__doc__
+        assert (attribute.fset is not None) == parameter.writable
+        assert f"def {name}(self) -> {parameter.python_type}" in stub
+
+
+def test_readable_parameters_read_as_their_type(camera) -> None:
+    for name, parameter in CATALOGUE.items():
+        if parameter.readable:
+            try:
+                value = getattr(camera, name)
+            except QxError as failure:  # a feature the emulated camera lacks
+                assert failure.status == 1004
+                continue
+            assert isinstance(value, PYTHON_TYPES[parameter.python_type]), name
+
+
+@pytest.mark.parametrize("name", ranged_writable())
+def test_ranged_parameters_take_their_limits_and_refuse_beyond(camera, name: str) -> None:
+    try:
+        minimum, maximum = camera.ranges[name]
+    except QxError:
+        pytest.skip(f"{name} is not supported by the emulated camera")
+    assert camera.range(name) == (minimum, maximum)
+    if CATALOGUE[name].value_type != 0:  # beyond the limits is tried on whole numbers
+        return
+    original = getattr(camera, name)
+    for value in (minimum, maximum):
+        setattr(camera, name, value)
+        assert getattr(camera, name) == value
+    with pytest.raises(QxError):
+        setattr(camera, name, maximum + 1)
+    setattr(camera, name, original)
