@@ -193,8 +193,8 @@ void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& han
         *frame_count = record.frame_count;
         *metadata = record.metadata;
         *metadata_size = record.metadata_size;
-        kit::check_false(record.image_data != nullptr && record.metadata == nullptr,
-                         "Expected metadata with the frame.");
+        kit::check_true(record.image_data == nullptr || record.metadata != nullptr,
+                        "Expected metadata with the frame.");
     });
 }
 
