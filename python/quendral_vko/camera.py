@@ -154,7 +154,7 @@ class Camera:
 
     def __init__(self, kit: Kit, serial_number: str) -> None:
         self._kit = kit
-        self.serial_number = serial_number
+        self._serial = serial_number
         self._session: Any = None
         self._frame_stop: threading.Event | None = None
         self._frame_thread: threading.Thread | None = None
@@ -167,12 +167,17 @@ class Camera:
         self.close()
 
     def __repr__(self) -> str:
-        return f"<Camera {self.serial_number} {'open' if self.is_open else 'closed'}>"
+        return f"<Camera {self._serial} {'open' if self.is_open else 'closed'}>"
 
     def _session_or_raise(self) -> Any:
         if self._session is None:
-            raise QxError(STATUS_INVALID_OPERATION, f"Camera {self.serial_number} is closed.")
+            raise QxError(STATUS_INVALID_OPERATION, f"Camera {self._serial} is closed.")
         return self._session
+
+    @property
+    def serial(self) -> str:
+        """The serial number the camera was opened by."""
+        return self._serial
 
     @property
     def is_open(self) -> bool:
@@ -257,8 +262,8 @@ class Camera:
                 return None
 
     def _raise_if_lost(self) -> None:
-        if self.serial_number not in self._kit.cameras():
-            raise DeviceLostError(STATUS_INVALID_OPERATION, f"Camera {self.serial_number} is no longer connected.")
+        if self._serial not in self._kit.cameras():
+            raise DeviceLostError(STATUS_INVALID_OPERATION, f"Camera {self._serial} is no longer connected.")
 
     def on_frame(self, callback: Callable[[Frame], Any] | None, timeout: float | None = None) -> None:
         """Calls ``callback(frame)`` for every frame, on the kit's dispatcher thread.
@@ -295,7 +300,7 @@ class Camera:
                     frame.close()
 
         self._frame_stop = stop
-        self._frame_thread = threading.Thread(target=pump, name=f"quendral_vko frames {self.serial_number}",
+        self._frame_thread = threading.Thread(target=pump, name=f"quendral_vko frames {self._serial}",
                                               daemon=True)
         self._frame_thread.start()
 
