@@ -158,6 +158,9 @@ class Camera:
         self._session: Any = None
         self._frame_stop: threading.Event | None = None
         self._frame_thread: threading.Thread | None = None
+        # Set while the camera is armed through this object; the frame
+        # callback's thread waits on it instead of asking an unarmed camera.
+        self._armed = threading.Event()
         self._session = _quendral_vko.CameraSession(serial_number)
 
     def __enter__(self) -> Camera:
@@ -188,6 +191,7 @@ class Camera:
         if self._session is None:
             return
         self.on_frame(None)
+        self._armed.clear()
         session, self._session = self._session, None
         try:
             session.close()
@@ -199,9 +203,11 @@ class Camera:
     def arm(self, buffers: int = 16) -> None:
         """Prepares the stream with room for ``buffers`` frames (2 or more)."""
         self._session_or_raise().arm(int(buffers))
+        self._armed.set()
 
     def disarm(self) -> None:
         """Stops the stream; a camera that is not armed is left as it is."""
+        self._armed.clear()
         self._session_or_raise().disarm()
 
     def trigger(self) -> None:
@@ -291,9 +297,13 @@ class Camera:
 
         def pump() -> None:
             while not stop.is_set():
+                if not self._armed.wait(WAIT_SLICE_S):
+                    continue
                 try:
                     frame = self._next_frame(timeout, stop) if self._session is session else None
                 except QxError as error:
+                    if not self._armed.is_set():  # disarmed while waiting: wait for the next arm
+                        continue
                     dispatcher.submit(_report, error)
                     return
                 if frame is not None and not dispatcher.submit(deliver, frame, stop=stop):

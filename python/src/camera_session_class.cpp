@@ -3,7 +3,6 @@
 #include <mutex>
 #include <vector>
 
-#include "optional_entry_points.h"
 #include "quendral_vko_camera_sdk.h"
 #include "status_error.h"
 
@@ -13,11 +12,6 @@ namespace {
 // Values of the catalogue travel as text; region lists are the longest.
 constexpr int parameter_text_size = 1024;
 
-void require(bool present, const char* what) {
-    if (!present)
-        throw status_error(QX_STATUS_UNSUPPORTED,
-                           std::string(what) + " is not offered by the loaded camera library.");
-}
 }  // namespace
 
 camera_session_class::camera_session_class(const std::string& serial_number) : serial_number_(serial_number) {
@@ -52,15 +46,8 @@ void* camera_session_class::handle_or_throw() const {
 }
 
 void camera_session_class::arm(int buffers) {
-    // Exclusive: the polled geometry changes under any waiting poll.
-    std::unique_lock lock(lifetime_mutex_);
-    void* handle = handle_or_throw();
-    if (!frames_held_in_place()) {
-        check_sdk(qx_camera_get_image_width(handle, &width_));
-        check_sdk(qx_camera_get_image_height(handle, &height_));
-        check_sdk(qx_camera_get_bit_depth(handle, &bit_depth_));
-    }
-    check_sdk(qx_camera_arm(handle, buffers));
+    std::shared_lock lock(lifetime_mutex_);
+    check_sdk(qx_camera_arm(handle_or_throw(), buffers));
 }
 
 void camera_session_class::disarm() {
@@ -80,38 +67,16 @@ bool camera_session_class::is_armed() {
     return armed != 0;
 }
 
-bool camera_session_class::frames_held_in_place() {
-    return available(qx_camera_acquire_frame) && available(qx_camera_release_frame);
-}
-
 std::shared_ptr<held_frame_class> camera_session_class::acquire(int timeout_ms) {
     std::shared_lock lock(lifetime_mutex_);
-    void* handle = handle_or_throw();
-    if (!frames_held_in_place()) return poll(handle, timeout_ms);
     qx_frame frame{};
     frame.size = sizeof frame;
-    check_sdk(qx_camera_acquire_frame(handle, timeout_ms, &frame));
+    check_sdk(qx_camera_acquire_frame(handle_or_throw(), timeout_ms, &frame));
     if (frame.image_data == nullptr) return nullptr;
     return std::make_shared<held_frame_class>(frame);
 }
 
-std::shared_ptr<held_frame_class> camera_session_class::poll(void* handle, int timeout_ms) {
-    // Two threads may poll one camera; the last time-out set wins, which
-    // changes only how long the other one waits.
-    if (poll_timeout_ms_.exchange(timeout_ms) != timeout_ms)
-        check_sdk(qx_camera_set_image_poll_timeout(handle, timeout_ms));
-    unsigned short* pixels = nullptr;
-    unsigned char* metadata = nullptr;
-    int frame_count = 0;
-    int metadata_size = 0;
-    check_sdk(qx_camera_get_pending_frame_or_null(handle, &pixels, &frame_count, &metadata, &metadata_size));
-    if (pixels == nullptr) return nullptr;
-    return std::make_shared<held_frame_class>(pixels, width_, height_, bit_depth_, frame_count, metadata,
-                                              metadata_size);
-}
-
 std::string camera_session_class::get_parameter(const std::string& name) {
-    require(available(qx_camera_get_parameter), "Reading parameters by name");
     std::shared_lock lock(lifetime_mutex_);
     std::vector<char> value(parameter_text_size, '\0');
     check_sdk(qx_camera_get_parameter(handle_or_throw(), name.c_str(), value.data(), parameter_text_size));
@@ -119,13 +84,11 @@ std::string camera_session_class::get_parameter(const std::string& name) {
 }
 
 void camera_session_class::set_parameter(const std::string& name, const std::string& value) {
-    require(available(qx_camera_set_parameter), "Setting parameters by name");
     std::shared_lock lock(lifetime_mutex_);
     check_sdk(qx_camera_set_parameter(handle_or_throw(), name.c_str(), value.c_str()));
 }
 
 std::pair<std::string, std::string> camera_session_class::parameter_range(const std::string& name) {
-    require(available(qx_camera_get_parameter_range), "Reading parameter ranges by name");
     std::shared_lock lock(lifetime_mutex_);
     std::vector<char> minimum(parameter_text_size, '\0');
     std::vector<char> maximum(parameter_text_size, '\0');
@@ -135,7 +98,6 @@ std::pair<std::string, std::string> camera_session_class::parameter_range(const 
 }
 
 std::array<unsigned long long, 7> camera_session_class::statistics() {
-    require(available(qx_camera_get_stream_statistics), "Stream statistics");
     std::shared_lock lock(lifetime_mutex_);
     qx_stream_statistics values{};
     values.size = sizeof values;

@@ -6,7 +6,6 @@
 // short wait at most, close takes it exclusively.
 
 #include <array>
-#include <atomic>
 #include <memory>
 #include <shared_mutex>
 #include <string>
@@ -31,10 +30,8 @@ class camera_session_class {
     void trigger();
     bool is_armed();
 
-    // The next frame within timeout_ms, or null when none came.
+    // The next frame within timeout_ms, held in its slot, or null when none came.
     std::shared_ptr<held_frame_class> acquire(int timeout_ms);
-    // Whether frames are held in place (true) or copied out of a polled slot.
-    static bool frames_held_in_place();
 
     std::string get_parameter(const std::string& name);
     void set_parameter(const std::string& name, const std::string& value);
@@ -48,16 +45,10 @@ class camera_session_class {
   private:
     // The open handle, or a failure naming the closed camera.
     void* handle_or_throw() const;
-    std::shared_ptr<held_frame_class> poll(void* handle, int timeout_ms);
 
     mutable std::shared_mutex lifetime_mutex_;
     void* handle_ = nullptr;
     std::string serial_number_;
-    // Geometry of a polled frame, read when the camera is armed.
-    int width_ = 0;
-    int height_ = 0;
-    int bit_depth_ = 0;
-    std::atomic<int> poll_timeout_ms_{-1};
 };
 
 }  // namespace qx::python

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <sstream>
 
-#include "optional_entry_points.h"
 #include "quendral_vko_camera_sdk.h"
 #include "status_error.h"
 
@@ -56,13 +55,7 @@ std::vector<std::string> kit_session_class::cameras() {
     return serial_numbers;
 }
 
-bool kit_session_class::hotplug_available() {
-    return available(qx_camera_set_camera_connect_callback) && available(qx_camera_set_camera_disconnect_callback);
-}
-
 void kit_session_class::listen_for_hotplug() {
-    if (!hotplug_available())
-        throw status_error(QX_STATUS_UNSUPPORTED, "Hot-plug events are not offered by the loaded camera library.");
     if (listening_) return;
     check_sdk(qx_camera_set_camera_connect_callback(&kit_session_class::on_connect, this));
     check_sdk(qx_camera_set_camera_disconnect_callback(&kit_session_class::on_disconnect, this));

@@ -34,7 +34,6 @@ class kit_session_class {
     // The next event within timeout_ms; none when the wait ran out or the
     // kit was closed.
     std::optional<hotplug_event> next_event(int timeout_ms);
-    static bool hotplug_available();
 
   private:
     static void on_connect(const char* serial_number, int usb_port_type, void* context);

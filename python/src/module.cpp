@@ -13,7 +13,6 @@
 #include "camera_session_class.h"
 #include "held_frame_class.h"
 #include "kit_session_class.h"
-#include "optional_entry_points.h"
 #include "quendral_vko_camera_emulator.h"
 #include "quendral_vko_camera_sdk.h"
 #include "status_error.h"
@@ -29,12 +28,9 @@ using qx::python::status_error;
 
 namespace {
 
-// The catalogue as a list of dictionaries; empty with a kit that has none.
+// The catalogue as a list of dictionaries.
 py::list parameter_catalogue() {
     py::list rows;
-    if (!qx::python::available(qx_camera_get_parameter_count) ||
-        !qx::python::available(qx_camera_get_parameter_description))
-        return rows;
     int count = 0;
     check_sdk(qx_camera_get_parameter_count(&count));
     for (int index = 0; index < count; ++index) {
@@ -163,7 +159,6 @@ PYBIND11_MODULE(_quendral_vko, module) {
         .def_property_readonly("width", &held_frame_class::width)
         .def_property_readonly("height", &held_frame_class::height)
         .def_property_readonly("bit_depth", &held_frame_class::bit_depth)
-        .def_property_readonly("in_place", &held_frame_class::in_place)
         .def_property_readonly("metadata",
                                [](const held_frame_class& frame) {
                                    const auto* bytes = reinterpret_cast<const char*>(frame.metadata());
@@ -189,8 +184,7 @@ PYBIND11_MODULE(_quendral_vko, module) {
                 if (!event) return py::none();
                 return py::make_tuple(event->connected, event->serial_number, event->usb_port_type);
             },
-            py::arg("timeout_ms"))
-        .def_static("hotplug_available", &kit_session_class::hotplug_available);
+            py::arg("timeout_ms"));
 
     py::class_<camera_session_class>(module, "CameraSession")
         .def(py::init<const std::string&>(), py::arg("serial_number"), unlocked())
@@ -201,7 +195,6 @@ PYBIND11_MODULE(_quendral_vko, module) {
         .def("trigger", &camera_session_class::trigger, unlocked())
         .def("is_armed", &camera_session_class::is_armed, unlocked())
         .def("acquire", &camera_session_class::acquire, py::arg("timeout_ms"), unlocked())
-        .def_static("frames_held_in_place", &camera_session_class::frames_held_in_place)
         .def("get_parameter", &camera_session_class::get_parameter, py::arg("name"), unlocked())
         .def("set_parameter", &camera_session_class::set_parameter, py::arg("name"), py::arg("value"), unlocked())
         .def("parameter_range", &camera_session_class::parameter_range, py::arg("name"), unlocked())
@@ -209,6 +202,5 @@ PYBIND11_MODULE(_quendral_vko, module) {
         .def("command", &camera_session_class::command, py::arg("text"), unlocked());
 
     module.def("parameter_catalogue", &parameter_catalogue);
-    module.def("statistics_available", [] { return qx::python::available(qx_camera_get_stream_statistics); });
     bind_emulator(module);
 }

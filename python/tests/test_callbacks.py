@@ -6,8 +6,6 @@ import logging
 import threading
 
 import numpy as np
-import pytest
-
 import quendral_vko
 from quendral_vko import emulator
 from conftest import gradient
@@ -37,8 +35,6 @@ def test_frame_callbacks_run_on_the_dispatcher_and_survive_a_raise(camera, caplo
     assert any("the application's bug" in record.getMessage() or record.exc_info for record in caplog.records)
 
 
-@pytest.mark.skipif(not quendral_vko._quendral_vko.KitSession.hotplug_available(),
-                    reason="the camera library offers no hot-plug callbacks")
 def test_connect_and_disconnect_reach_the_dispatcher(camera) -> None:
     events: list[tuple[str, str, str]] = []
     arrived, left = threading.Event(), threading.Event()

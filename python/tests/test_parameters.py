@@ -9,8 +9,6 @@ import pytest
 import quendral_vko
 from quendral_vko import CATALOGUE, QxError
 
-pytestmark = pytest.mark.skipif(not CATALOGUE, reason="the camera library offers no parameter catalogue")
-
 PYTHON_TYPES = {"int": int, "float": float, "bool": bool, "str": str, "tuple[int, ...]": tuple}
 
 
