@@ -15,3 +15,11 @@ echo "== The first camera"
 build/bin/qx-camera info
 echo "== Streaming"
 build/bin/qx-camera stream --frames 150 --save build/demo_last_frame.pgm
+
+# ---- Python package: install it where Debian's python3 finds it ----
+if [ -d build/python/quendral_vko ]; then
+  echo "== Installing the Python package (quendral_vko) under /usr/local"
+  cmake --install build --prefix /usr/local >/dev/null
+  /usr/bin/python3 -c "import quendral_vko; print('quendral_vko imports from', quendral_vko.__file__)"
+fi
+# ---- end of Python package ----
