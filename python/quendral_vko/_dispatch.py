@@ -24,6 +24,7 @@ class Dispatcher:
         self._calls: queue.Queue[tuple[Callable[..., Any], tuple[Any, ...]] | None] = queue.Queue(capacity)
         self._thread = threading.Thread(target=self._run, name=name, daemon=True)
         self.errors = 0
+        self._closing = False
         self._thread.start()
 
     @property
@@ -41,15 +42,21 @@ class Dispatcher:
                     return False
 
     def close(self) -> None:
-        """Lets queued calls finish, then ends the thread (not from the thread itself)."""
+        """Lets queued calls finish, then ends the thread.
+
+        From a callback (the thread itself) the thread ends after that call,
+        since waiting for room in the queue there would wait for itself.
+        """
         if not self._thread.is_alive():
             return
+        if threading.current_thread() is self._thread:
+            self._closing = True
+            return
         self._calls.put(None)
-        if threading.current_thread() is not self._thread:
-            self._thread.join()
+        self._thread.join()
 
     def _run(self) -> None:
-        while True:
+        while not self._closing:
             item = self._calls.get()
             if item is None:
                 return

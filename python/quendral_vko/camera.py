@@ -293,7 +293,8 @@ class Camera:
 
         def deliver(frame: Frame) -> None:
             with frame:
-                callback(frame)
+                if not stop.is_set():  # frames queued before on_frame(None) are dropped
+                    callback(frame)
 
         def pump() -> None:
             while not stop.is_set():
