@@ -68,10 +68,11 @@ def test_a_thousand_open_close_cycles_leak_nothing() -> None:
         def cycle(times: int) -> None:
             for index in range(times):
                 with kit.open("PY-0001") as cam:
-                    if index % 100 == 0:  # now and then a stream with a frame taken
+                    if index % 100 == 0:  # now and then a stream, a frame taken and a callback's thread
                         cam.arm(buffers=2)
                         cam.trigger()
                         cam.grab(timeout=5.0).close()
+                        cam.on_frame(lambda frame: None)
 
         cycle(50)
         rss, threads, fds = _process_usage()

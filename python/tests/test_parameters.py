@@ -55,3 +55,17 @@ def test_ranged_parameters_take_their_limits_and_stay_within(camera, name: str) 
         assert refused.status == 1004 and refused.text
     assert minimum <= getattr(camera, name) <= maximum
     setattr(camera, name, original)
+
+
+@pytest.mark.parametrize("name, values", [
+    ("led", [False, True]),
+    ("trigger_mode", ["hardware", "software"]),
+    ("gain_db", [6.0, 0.0]),
+    ("roi", [(8, 2, 32, 4), (0, 0, 64, 8)]),
+    ("binning", [(2, 1), (1, 1)]),
+    ("frames_per_trigger", [3, 0]),
+])
+def test_values_round_trip_through_their_python_types(camera, name: str, values: list) -> None:
+    for value in values:
+        setattr(camera, name, value)
+        assert getattr(camera, name) == value and type(getattr(camera, name)) is type(value)
