@@ -16,9 +16,10 @@ def parameter_lines(catalogue: dict) -> list[str]:
         if not name.isidentifier() or not parameter.readable and not parameter.writable:
             continue
         unit = f" [{parameter.unit}]" if parameter.unit else ""
-        lines.append(f"    # {parameter.description}{unit}")
+        summary = f"{parameter.description}{unit}".replace("\\", "/").replace('"', "'")
         lines.append("    @property")
-        lines.append(f"    def {name}(self) -> {parameter.python_type}: ...")
+        lines.append(f"    def {name}(self) -> {parameter.python_type}:")
+        lines.append(f'        """{summary}"""')
         if parameter.writable:
             lines.append(f"    @{name}.setter")
             lines.append(f"    def {name}(self, value: {parameter.python_type}) -> None: ...")
