@@ -104,9 +104,12 @@ packet_assembler_class::outcome packet_assembler_class::start_frame(const unsign
         // The kept byte count is taken as a count of 16-bit words, so the
         // next packet lands at twice that byte offset. The gap between is
         // zeroed: no byte of an earlier frame shows through it.
+        // A magic after the payload start makes the metadata shorter than
+        // the pixel start: only the bytes the payload holds are copied.
         const std::int64_t kept = image_payload_size - metadata_length;
-        std::memcpy(staging.get(), payload + pixel_start, static_cast<std::size_t>(kept));
-        std::memset(staging.get() + kept, 0, static_cast<std::size_t>(kept));
+        const std::int64_t present = std::min(kept, image_payload_size - pixel_start);
+        std::memcpy(staging.get(), payload + pixel_start, static_cast<std::size_t>(present));
+        std::memset(staging.get() + present, 0, static_cast<std::size_t>(2 * kept - present));
         write_position_words = kept;
     }
     // Every later packet must land below the staging bound, or the frame can
@@ -135,14 +138,14 @@ packet_assembler_class::outcome packet_assembler_class::continue_frame(std::uint
     }
     // A packet outside any frame. A sequence no frame can reach is a damaged
     // header (most likely a first packet's): it begins a lost frame when none
-    // is being discarded. A sequence 1 after later packets begins another
-    // lost frame whose first packet was missed.
+    // is being discarded. A sequence 1 after packets beyond the second
+    // begins another lost frame whose first packet was missed.
     const bool damaged = sequence > largest_sequence;
     bool new_frame = false;
     if (state == phase::idle) {
         new_frame = true;
     } else if (!damaged) {
-        new_frame = sequence == 1 && last_orphan_sequence >= 1;
+        new_frame = sequence == 1 && last_orphan_sequence > 1;
     }
     if (!damaged)
         last_orphan_sequence = sequence;
@@ -178,8 +181,10 @@ bool packet_assembler_class::fill_slot(unsigned char* slot, std::int64_t slot_si
         }
         return true;
     }
-    const std::int64_t bytes = pixels * 2 + metadata_length;
-    if (bytes > slot_size || bytes > staged_bytes) {
+    // Without metadata the slot holds the pixel bytes alone, and the copy
+    // (pixels and metadata length) is cut to it.
+    const std::int64_t bytes = std::min(pixels * 2 + metadata_length, slot_size);
+    if (bytes > staged_bytes || (geometry.metadata_enabled && bytes < pixels * 2 + metadata_length)) {
         ++lost_incomplete;
         return false;
     }
