@@ -27,9 +27,20 @@ void connect_disconnect_event_class::release_waiter() {
     signal_changed_.notify_one();
 }
 
+void connect_disconnect_event_class::wake_waiters() {
+    {
+        std::lock_guard<std::mutex> lock(event_mutex_);
+        ++wake_generation_;
+    }
+    signal_changed_.notify_all();
+}
+
 std::optional<std::string> connect_disconnect_event_class::wait_for_payload() {
     std::unique_lock<std::mutex> lock(event_mutex_);
-    signal_changed_.wait(lock, [this] { return signalled_; });
+    const unsigned long generation = wake_generation_;
+    signal_changed_.wait(lock, [&] { return signalled_ || wake_generation_ != generation; });
+    if (!signalled_)
+        return std::nullopt;
     signalled_ = false;
     if (pending_code_ == QX_HOTPLUG_EVENT_ARRIVAL)
         return "1," + camera_id_;

@@ -23,14 +23,20 @@ class connect_disconnect_event_class {
     // Signals without changing the pending event, so that a blocked wait
     // returns (and repeats the last payload).
     void release_waiter();
+    // Wakes the waits blocked now, with nothing to write, and remembers
+    // nothing: a module being let go must not hand a stale signal to the
+    // listener of the next kit.
+    void wake_waiters();
     // Blocks until signalled, consumes the signal, and returns "1,<id>" for a
-    // pending arrival, "0,<id>" for a departure, nothing otherwise.
+    // pending arrival, "0,<id>" for a departure, nothing otherwise (or when
+    // only woken).
     std::optional<std::string> wait_for_payload();
 
   private:
     std::mutex event_mutex_;  // a leaf lock: nothing else is taken while it is held
     std::condition_variable signal_changed_;
-    bool signalled_ = false;  // guarded by event_mutex_
+    bool signalled_ = false;              // guarded by event_mutex_
+    unsigned long wake_generation_ = 0;  // guarded by event_mutex_
     int pending_code_ = 0;    // guarded by event_mutex_
     std::string camera_id_;   // guarded by event_mutex_
 };

@@ -60,7 +60,7 @@ int ralto_module_class::uninitialize() {
         std::lock_guard<std::mutex> lock(module_mutex_);
         host_ = qx_hotplug_record{};
     }
-    connect_disconnect_event_.release_waiter();
+    connect_disconnect_event_.wake_waiters();
     return 0;
 }
 

@@ -35,7 +35,8 @@ class ralto_module_class {
     // family's devices. Returns 0.
     int initialize(const qx_hotplug_record* host);
     // Wakes a blocked "connect_disconnect" wait so that no listener stays
-    // blocked in a module the kit has let go. Returns 0.
+    // blocked in a module the kit has let go; a later wait is not woken by
+    // it. Returns 0.
     int uninitialize();
 
     // The kit's hot-plug record given to initialize (all null before it and

@@ -105,6 +105,9 @@ void hotplug_events_class::start_listeners(kit::kit_class& kit) {
 }
 
 void hotplug_events_class::handle_payload(const std::string& device_type, std::string_view payload) {
+    // A module that was woken without an event writes nothing.
+    if (payload.empty())
+        return;
     const std::size_t comma = payload.find(',');
     const std::string_view flag = payload.substr(0, comma);
     const std::string camera_id(comma == std::string_view::npos ? std::string_view() : payload.substr(comma + 1));

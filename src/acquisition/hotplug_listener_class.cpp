@@ -25,8 +25,13 @@ hotplug_listener_class::hotplug_listener_class(std::string name, fetch_function 
 }
 
 hotplug_listener_class::~hotplug_listener_class() {
-    state->stop.store(true);
-    if (release) {
+    bool blocked = false;
+    {
+        std::lock_guard<std::mutex> guard(state->fetch_mutex);
+        state->stop.store(true);
+        blocked = state->in_fetch;
+    }
+    if (blocked && release) {
         try {
             release();
         } catch (...) {
@@ -50,12 +55,22 @@ void hotplug_listener_class::run_loop(std::shared_ptr<shared_state> state, std::
     platform::name_current_thread(name.c_str());
     listener_stop_flag = &state->stop;
     std::array<char, hotplug_payload_size> payload{};
-    while (!state->stop.load()) {
+    for (;;) {
+        {
+            std::lock_guard<std::mutex> guard(state->fetch_mutex);
+            if (state->stop.load())
+                break;
+            state->in_fetch = true;
+        }
         payload.fill('\0');
         int status = 1;
         try {
             status = fetch(payload.data());
         } catch (...) {
+        }
+        {
+            std::lock_guard<std::mutex> guard(state->fetch_mutex);
+            state->in_fetch = false;
         }
         if (status != 0) {
             state->stop.store(true);

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -32,7 +33,7 @@ class hotplug_listener_class {
     hotplug_listener_class(std::string name, fetch_function fetch, event_function on_event,
                            release_function release);
     // Stops the listener: sets the stop flag, releases the module's wait
-    // and joins the thread (from the thread itself it lets the thread end
+    // when the thread is blocked in it, and joins the thread (from the thread itself it lets the thread end
     // on its own).
     ~hotplug_listener_class();
 
@@ -54,6 +55,11 @@ class hotplug_listener_class {
     struct shared_state {
         std::atomic<bool> stop{false};
         std::atomic<bool> running{false};
+        // A release is sent only to a fetch that is blocked: one sent at any
+        // other moment would stay in the module's event and hand a stale
+        // payload to the family's next listener.
+        std::mutex fetch_mutex;
+        bool in_fetch = false;  // guarded by fetch_mutex
     };
     static void run_loop(std::shared_ptr<shared_state> state, std::string name, fetch_function fetch,
                          event_function on_event);
