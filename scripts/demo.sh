@@ -19,7 +19,10 @@ build/bin/qx-camera stream --frames 150 --save build/demo_last_frame.pgm
 # ---- Python package: install it where Debian's python3 finds it ----
 if [ -d build/python/quendral_vko ]; then
   echo "== Installing the Python package (quendral_vko) under /usr/local"
-  cmake --install build --prefix /usr/local >/dev/null
+  # The libraries it loads (runtime component, where the build has one) and the package.
+  for component in Runtime python; do
+    cmake --install build --prefix /usr/local --component "${component}" >/dev/null
+  done
   /usr/bin/python3 -c "import quendral_vko; print('quendral_vko imports from', quendral_vko.__file__)"
 fi
 # ---- end of Python package ----
