@@ -17,8 +17,7 @@ namespace py = pybind11;
 
 namespace {
 
-constexpr int frames_per_round = 300;
-constexpr int rounds = 3;
+constexpr int rounds = 5;
 constexpr int wait_ms = 1000;
 
 using seconds = std::chrono::duration<double>;
@@ -38,7 +37,7 @@ bool take_frame_in_c(void* camera, unsigned long long& checksum) {
 }
 
 // Seconds for one round of frames through the C interface, or a negative value on failure.
-double c_round() {
+double c_round(int frames_per_round) {
     void* camera = nullptr;
     char serials[256] = {};
     char serial[] = "PY-BENCH";
@@ -82,6 +81,7 @@ def python_round(count):
 void python_frames_against_c_api(benchmark::State& state) {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
+    const int frames_per_round = static_cast<int>(state.range(2));
     if (qx_emu_reset(camera_config(width, height).c_str()) != QX_EMU_OK)
         return state.SkipWithError(qx_emu_get_last_error());
     py::dict scope;
@@ -94,7 +94,7 @@ void python_frames_against_c_api(benchmark::State& state) {
     double python_seconds = 0;
     for (auto _ : state) {
         for (int round = 0; round < rounds; ++round) {
-            const double c_elapsed = c_round();
+            const double c_elapsed = c_round(frames_per_round);
             if (c_elapsed < 0) return state.SkipWithError(qx_camera_get_last_error());
             c_seconds += c_elapsed;
             try {
@@ -112,9 +112,10 @@ void python_frames_against_c_api(benchmark::State& state) {
 }
 
 BENCHMARK(python_frames_against_c_api)
-    ->Args({64, 8})
-    ->Args({640, 480})
-    ->Args({2448, 2048})
+    // width, height, frames per round: rounds long enough to outlast scheduling noise
+    ->Args({64, 8, 20000})
+    ->Args({640, 480, 3000})
+    ->Args({2448, 2048, 300})
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
