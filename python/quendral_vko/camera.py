@@ -271,14 +271,15 @@ class Camera:
         if self._serial not in self._kit.cameras():
             raise DeviceLostError(STATUS_INVALID_OPERATION, f"Camera {self._serial} is no longer connected.")
 
-    def on_frame(self, callback: Callable[[Frame], Any] | None, timeout: float | None = None) -> None:
+    def on_frame(self, callback: Callable[[Frame], Any] | None) -> None:
         """Calls ``callback(frame)`` for every frame, on the kit's dispatcher thread.
 
         A thread of the package takes the frames and hands them to the
         dispatcher, which holds the interpreter lock while it runs the
         callback; the frame is closed when the callback returns. An exception
         in the callback is logged on the "quendral_vko" logger and the stream
-        goes on. ``None`` stops the callbacks. Arm and trigger as usual.
+        goes on; a camera that is lost ends the callbacks, and that too is
+        logged. ``None`` stops the callbacks. Arm and trigger as usual.
         """
         if self._frame_thread is not None and self._frame_stop is not None:
             self._frame_stop.set()
@@ -301,7 +302,7 @@ class Camera:
                 if not self._armed.wait(WAIT_SLICE_S):
                     continue
                 try:
-                    frame = self._next_frame(timeout, stop) if self._session is session else None
+                    frame = self._next_frame(None, stop) if self._session is session else None
                 except QxError as error:
                     if not self._armed.is_set():  # disarmed while waiting: wait for the next arm
                         continue

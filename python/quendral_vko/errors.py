@@ -17,7 +17,7 @@ STATUS_INVALID_OPERATION = 1004
 _EMULATOR_NO_DEVICE = -3
 
 # Texts by which the camera library reports a camera that is gone.
-_LOST_DEVICE_MARKERS = ("no device", "not connected", "disconnected", "unplugged", "no such device")
+_LOST_DEVICE_MARKERS = ("no device", "no_device", "not connected", "disconnected", "unplugged", "no such device")
 
 
 class QxError(RuntimeError):
