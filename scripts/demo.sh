@@ -21,3 +21,14 @@ build/bin/qx-camera snap -o build/demo/moving_bars.tif
 build/bin/qx-camera snap -o build/demo/moving_bars.fits
 build/bin/qx-camera snap -o build/demo/moving_bars.png
 echo "The images are in $(pwd)/build/demo: moving_bars.tif, moving_bars.fits and moving_bars.png"
+
+# ---- Python package: install it where Debian's python3 finds it ----
+if [ -d build/python/quendral_vko ]; then
+  echo "== Installing the Python package (quendral_vko) under /usr/local"
+  # The libraries it loads (runtime component, where the build has one) and the package.
+  for component in Runtime python; do
+    cmake --install build --prefix /usr/local --component "${component}" >/dev/null
+  done
+  /usr/bin/python3 -c "import quendral_vko; print('quendral_vko imports from', quendral_vko.__file__)"
+fi
+# ---- end of Python package ----

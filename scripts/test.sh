@@ -43,3 +43,13 @@ test -f build/lib/gstreamer-1.0/libgstqxcamera.so || { echo "the qxcamera GStrea
 echo "== Building: mingw (Windows cross-build of the libraries)"
 cmake --preset mingw >/dev/null
 cmake --build --preset mingw -j"${jobs}"
+
+# ---- Python package (quendral_vko): pytest against emulated cameras ----
+if [ -d build/python/quendral_vko ]; then
+  echo "== Testing: Python package"
+  status=0
+  PYTHONPATH="$(pwd)/build/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests || status=$?
+  # 5: no test was collected, which is not a failure of the package.
+  if [ "${status}" -ne 0 ] && [ "${status}" -ne 5 ]; then exit "${status}"; fi
+fi
+# ---- end of Python package ----
