@@ -72,8 +72,10 @@ extern "C" {
 /**
  * Called on the camera's frame-loop thread for every frame while the camera
  * is armed and a callback is registered. No SDK lock is held during the call,
- * so the callback may call other functions of the same handle, except
- * `qx_camera_arm` and `qx_camera_disarm`.
+ * so the callback may call other functions of the same handle. Three are
+ * special there: `qx_camera_disarm` is deferred (the loop ends when the
+ * callback returns), `qx_camera_arm` and `qx_camera_close_camera` are refused
+ * with a clear text.
  *
  * @param camera_handle the handle the frame belongs to
  * @param image_data    16-bit pixels, row after row; valid until the callback returns
@@ -129,7 +131,14 @@ QX_CAMERA_API int qx_camera_discover_available_cameras(char* serial_numbers, int
  */
 QX_CAMERA_API int qx_camera_open_camera(char* serial_number, void** handle);
 
-/** Disarms and closes a camera; the handle is invalid afterwards. */
+/**
+ * Disarms and closes a camera; the handle is invalid afterwards.
+ *
+ * Refused from the camera's own frame callback, with "A camera cannot be
+ * closed from its own frame callback; disarm it there and close it from
+ * another thread.": the camera stays open and usable. Closing another camera
+ * from a callback is allowed.
+ */
 QX_CAMERA_API int qx_camera_close_camera(void* handle);
 
 /**
@@ -456,11 +465,20 @@ QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, l
  * Arms the camera: switches the frame metadata on and makes room for
  * @p number_of_frames_to_buffer frames (2 or more). The buffer is kept and
  * reused by later arms of the same size. Starts the frame loop when a
- * callback is registered. Fails while already armed.
+ * callback is registered. Fails while already armed, and from the camera's
+ * own frame callback ("A camera cannot be armed from its own frame
+ * callback.").
  */
 QX_CAMERA_API int qx_camera_arm(void* handle, int number_of_frames_to_buffer);
 
-/** Stops the camera ("stop") and ends the frame loop; succeeds when not armed. */
+/**
+ * Stops the camera ("stop") and ends the frame loop; succeeds when not armed.
+ *
+ * From the camera's own frame callback the disarm is deferred: the camera is
+ * stopped and disarmed at once, no further frame is delivered, and the frame
+ * loop ends when the callback returns (the next arm or the close reclaims
+ * it).
+ */
 QX_CAMERA_API int qx_camera_disarm(void* handle);
 
 /** Starts the configured number of frames (see frames per trigger). */

@@ -181,7 +181,10 @@ int dispatch(const dispatch_row (&rows)[row_count], const dispatch_call& call) {
     try {
         if (call.command == nullptr)
             throw std::invalid_argument("command");
-        const std::string trimmed_command = kit::trimmed(call.command);
+        // The command's NUL should lie within its size, but a host that
+        // sends one without it must not make the module read past it.
+        const std::string trimmed_command =
+            kit::trimmed(std::string_view(call.command, strnlen(call.command, call.command_size)));
         for (const auto& row : rows) {
             const std::string_view word(row.word);
             const bool matches =

@@ -78,7 +78,9 @@ void qv_camera_class::send_command(const char* command, std::uint32_t length, ch
                 std::memcpy(caller_buffer, reply,
                             copy_length < reply_area_size ? copy_length : reply_area_size);
             }
-            if (std::strncmp(command, gain_prefix, gain_prefix_length) != 0 || !column_balancing.enabled)
+            const bool is_gain_command =
+                length >= gain_prefix_length && std::memcmp(command, gain_prefix, gain_prefix_length) == 0;
+            if (!is_gain_command || !column_balancing.enabled)
                 return;
 
             const char* gain_text = caller_buffer != nullptr ? caller_buffer : reply;

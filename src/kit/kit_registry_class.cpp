@@ -174,6 +174,10 @@ void kit_registry_class::close_camera(void* handle) {
     try {
         std::lock_guard<std::recursive_mutex> guard(registry_mutex);
         validate_handle(handle);
+        // The frame loop would free the handle it runs on and join itself.
+        check_false(camera->acquisition.called_from_frame_loop(),
+                    "A camera cannot be closed from its own frame callback; disarm it there and close it from "
+                    "another thread.");
         // A second close of a handle being closed is refused like a stale one.
         if (!closing_handles.insert(camera).second)
             throw std::runtime_error("Camera handle is invalid.");

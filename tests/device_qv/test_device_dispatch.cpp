@@ -149,3 +149,32 @@ TEST_F(device_dispatch, other_commands_pass_through_with_the_callers_size) {
 }
 
 }  // namespace
+
+namespace {
+
+// A command whose size holds no NUL is read within its size: recognised
+// words still match, others reach the camera with exactly their bytes.
+TEST_F(device_dispatch, commands_without_a_nul_are_read_only_within_their_size) {
+    const struct {
+        const char* bytes;
+        bool is_set;
+        const char* expected_reply;  // null: not looked at
+    } cases[] = {{"stop", true, nullptr},
+                 {"image_metadata", false, "off"},
+                 {"id", false, "ID-D"},
+                 {"g", true, nullptr},
+                 {"gain 1", true, nullptr}};
+    for (const auto& entry : cases) {
+        const std::size_t size = std::strlen(entry.bytes);
+        // Exactly the command's bytes on the heap, so a read past them is caught.
+        std::vector<char> command(entry.bytes, entry.bytes + size);
+        char reply[1024] = {};
+        const auto call = entry.is_set ? &set_data__returns_zero_for_success : &get_data__returns_zero_for_success;
+        EXPECT_EQ(call(device, command.data(), size, nullptr, 0, reply, sizeof reply), 0) << entry.bytes;
+        if (entry.expected_reply != nullptr) {
+            EXPECT_STREQ(reply, entry.expected_reply) << entry.bytes;
+        }
+    }
+}
+
+}  // namespace
