@@ -233,6 +233,22 @@ void virtual_camera_class::apply_header_faults(unsigned faults, std::uint32_t pa
     std::memcpy(packet, &header, sizeof header);
 }
 
+void virtual_camera_class::apply_metadata_fault(unsigned faults, std::uint32_t packet_index,
+                                                std::uint8_t* packet) {
+    // The record lives in a frame's first packet; later packets are not eligible.
+    if (!has_fault(faults, QX_EMU_FAULT_CORRUPT_METADATA) || packet_index != 0) {
+        return;
+    }
+    auto damage = faults_.plan().rule_of(QX_EMU_FAULT_CORRUPT_METADATA).damage;
+    if (damage == metadata_damage::mixed) {
+        // In turn, so that any four in a row cover every kind of damage.
+        constexpr std::uint64_t kinds = 4;
+        damage = static_cast<metadata_damage>(1 + counters_.faults_by_kind[QX_EMU_FAULT_CORRUPT_METADATA] % kinds);
+    }
+    count_fault(QX_EMU_FAULT_CORRUPT_METADATA);
+    packet_stream_class::damage_metadata(packet + 4, damage);
+}
+
 qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeout_ms) {
     if (packet == nullptr) {
         throw emulator_error_class(QX_EMU_INVALID, "packet is null");
@@ -307,6 +323,7 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
         stream_.emit(bytes);
         ++counters_.packets_sent;
         apply_header_faults(faults, packet_index, bytes);
+        apply_metadata_fault(faults, packet_index, bytes);
         return QX_EMU_OK;
     }
 }

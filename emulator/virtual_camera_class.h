@@ -67,6 +67,8 @@ class virtual_camera_class {
     void log_command(std::string_view command);    // caller holds lock_
     void apply_header_faults(unsigned faults, std::uint32_t packet_index,
                              std::uint8_t* packet);  // caller holds lock_
+    void apply_metadata_fault(unsigned faults, std::uint32_t packet_index,
+                              std::uint8_t* packet);  // caller holds lock_
 
     const camera_config_class config_;
     mutable std::mutex lock_;             // the camera's one lock; taken after the registry's
