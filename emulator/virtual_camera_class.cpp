@@ -98,6 +98,11 @@ std::size_t virtual_camera_class::endpoint_index(unsigned char endpoint) {
 void virtual_camera_class::count_fault(qx_emu_fault_kind kind) {
     ++counters_.faults_by_kind[kind];
     ++counters_.faults_injected;
+    // Several faults on one frame make one faulted frame.
+    if (fault_plan_class::is_packet_fault(kind) && fault_frame_ != last_faulted_frame_) {
+        last_faulted_frame_ = fault_frame_;
+        ++counters_.frames_faulted;
+    }
 }
 
 void virtual_camera_class::log_command(std::string_view command) {
@@ -270,6 +275,7 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
             continue;
         }
         const std::uint32_t packet_index = stream_.next_packet_index();
+        fault_frame_ = stream_.frames_started() - (packet_index == 0 ? 0 : 1);
         if (!packet_faults_decided_) {
             const std::uint64_t frame =
                 stream_.frames_started() - (packet_index == 0 ? 0 : 1) - frames_at_faults_;

@@ -145,6 +145,7 @@ typedef struct qx_emu_counters {
     uint64_t commands_received; /**< command-channel writes */
     uint64_t faults_injected;   /**< all injected faults */
     uint64_t faults_by_kind[10]; /**< per kind, indexed by #qx_emu_fault_kind */
+    uint64_t frames_faulted;     /**< frames that carried at least one injected packet fault */
 } qx_emu_counters;
 
 /** Fault kinds, as counted in qx_emu_counters::faults_by_kind. */

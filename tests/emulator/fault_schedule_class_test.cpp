@@ -88,7 +88,9 @@ TEST(fault_schedule_class, repeated_sequence_number_from_packet_three) {
 }
 
 TEST(fault_schedule_class, dropped_packets_are_counted_against_frames) {
-    const emulated_camera camera(camera_with_faults(R"({"drop_packet":{"frames":[1],"packet":2}})"));
+    // Two faults on frame 1, one of them on its first packet, and one on frame 2.
+    const emulated_camera camera(camera_with_faults(
+        R"({"drop_packet":{"frames":[1],"packet":2},"corrupt_header":{"frames":[1,2],"packets":[0]}})"));
     ASSERT_EQ(camera.command("nframes 3"), "Success");
     ASSERT_EQ(camera.command("start"), "Success");
     headers_of(camera, 8);
@@ -97,6 +99,8 @@ TEST(fault_schedule_class, dropped_packets_are_counted_against_frames) {
     EXPECT_EQ(counters.frames_started, 3u);
     EXPECT_EQ(counters.frames_completed, 2u);
     EXPECT_EQ(counters.packets_sent, 8u);
+    EXPECT_EQ(counters.faults_injected, 3u);
+    EXPECT_EQ(counters.frames_faulted, 2u);
 }
 
 TEST(fault_schedule_class, image_stall_holds_the_packet_until_cleared) {
@@ -246,6 +250,7 @@ TEST(fault_schedule_class, corrupt_metadata_damages_only_the_records_it_is_told_
         }
         EXPECT_EQ(camera.counters().faults_by_kind[QX_EMU_FAULT_CORRUPT_METADATA], 1u) << entry.mode;
         EXPECT_EQ(camera.counters().faults_injected, 1u) << entry.mode;
+        EXPECT_EQ(camera.counters().frames_faulted, 1u) << entry.mode;
     }
     // Mixed, the default, takes the four kinds of damage in turn.
     const emulated_camera camera(camera_with_faults(R"({"corrupt_metadata":{"frames":[0,1,2,3]}})"));
