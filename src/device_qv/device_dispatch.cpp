@@ -35,12 +35,13 @@ void write_reply(const dispatch_call& call, std::string_view text) {
     call.reply[length] = '\0';
 }
 
+// The value text at data, read only within data_size: a host that gives a
+// pointer and no size gives no text.
 std::string data_text(const dispatch_call& call) {
     if (call.data == nullptr)
         return {};
     const auto* text = static_cast<const char*>(call.data);
-    return std::string(text,
-                       strnlen(text, call.data_size > 0 ? static_cast<std::size_t>(call.data_size) : 256));
+    return std::string(text, strnlen(text, static_cast<std::size_t>(call.data_size)));
 }
 
 void store_frame_pointer(const dispatch_call& call, unsigned char* frame) {

@@ -177,4 +177,24 @@ TEST_F(device_dispatch, commands_without_a_nul_are_read_only_within_their_size) 
     }
 }
 
+// A value text is read only within the data size the host gives.
+TEST_F(device_dispatch, values_are_read_only_within_their_size) {
+    const struct {
+        const char* bytes;
+        std::uint64_t data_size;
+        const char* metadata;
+    } cases[] = {{"on", 2, "on"}, {"on", 0, "off"}, {"on", 1, "off"}, {"onx", 2, "on"}};
+    for (const auto& entry : cases) {
+        std::vector<char> value(entry.bytes, entry.bytes + entry.data_size);  // exactly the size given
+        const char* data = entry.data_size > 0 ? value.data() : entry.bytes;
+        char reply[64] = {};
+        EXPECT_EQ(set_data__returns_zero_for_success(device, "image_metadata", 15, data, entry.data_size, reply,
+                                                     sizeof reply),
+                  0);
+        std::string state;
+        EXPECT_EQ(get("image_metadata", state), 0);
+        EXPECT_EQ(state, entry.metadata) << entry.bytes << " " << entry.data_size;
+    }
+}
+
 }  // namespace
