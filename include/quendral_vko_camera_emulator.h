@@ -203,6 +203,12 @@ QX_EMU_API int qx_emu_device_read(qx_emu_device* device, void* buffer, size_t ca
  * packet is due by then.
  */
 QX_EMU_API int qx_emu_device_read_packet(qx_emu_device* device, void* packet, unsigned int timeout_ms);
+/**
+ * Ends a qx_emu_device_read_packet in progress on another thread, or else
+ * the next one, at once with #QX_EMU_TIMEOUT: how a transport stops waiting
+ * for packets when the reader is shutting down.
+ */
+QX_EMU_API int qx_emu_device_cancel_packet_read(qx_emu_device* device);
 /** Whether an endpoint is stalled (writes 0 or 1 into @p stalled). */
 QX_EMU_API int qx_emu_device_get_endpoint_stalled(qx_emu_device* device, unsigned char endpoint_address,
                                                   int* stalled);

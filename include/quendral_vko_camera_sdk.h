@@ -566,8 +566,9 @@ typedef struct qx_stream_statistics {
 } qx_stream_statistics;
 
 /**
- * Copies the camera's stream counters. @p statistics->size must be set by
- * the caller; a smaller structure of an older release receives its prefix.
+ * Copies the camera's stream counters, counted since the camera was opened.
+ * @p statistics->size must be set by the caller; a smaller structure of an
+ * older release receives its prefix.
  */
 QX_CAMERA_API int qx_camera_get_stream_statistics(void* handle, qx_stream_statistics* statistics);
 /** @} */
@@ -596,13 +597,16 @@ typedef struct qx_frame {
 
 /**
  * Waits at most @p timeout_ms milliseconds for the next frame and holds it.
- * With no frame by then it succeeds with @p frame->image_data NULL.
+ * With no frame by then it succeeds with @p frame->image_data NULL. The
+ * camera must be armed and have no frame callback; @p frame->size must be
+ * at least sizeof(qx_frame).
  */
 QX_CAMERA_API int qx_camera_acquire_frame(void* handle, int timeout_ms, qx_frame* frame);
 
 /**
  * Gives a held frame's slot back to the camera. Valid also after the camera
- * was disarmed or closed: the frame's memory lives until its release.
+ * was disarmed or closed: the frame's memory lives until its release. A
+ * frame released twice fails with "Frame is not held.".
  */
 QX_CAMERA_API int qx_camera_release_frame(qx_frame* frame);
 /** @} */

@@ -42,6 +42,7 @@ class cypress_fx3_class final : public usb_driver_base {
     std::string get_usb_port_speed() override;
     void read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out, bool& failed,
                          bool& stalled) override;
+    void wake_image_reader() noexcept override;
     void prime_image_channel() override;
     bool get_is_endpoint_stalled(int channel, bool is_in) override;
     void unstall_endpoint(int channel, bool is_in) override;
@@ -85,6 +86,9 @@ class cypress_fx3_class final : public usb_driver_base {
     std::array<unsigned char, transfer_header_size + cypress::control_data_capacity>
         control_scratch{};  // guarded by control_lock
     void* device;           // the opened driver file (a HANDLE)
+    // An auto-reset event (a HANDLE) that ends the image reader's wait; it
+    // stays set until a read consumes it.
+    void* image_reader_wake;
     std::array<channel_descriptor, 4> channels;
 };
 

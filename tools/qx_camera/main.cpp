@@ -192,6 +192,21 @@ bool save_portable_graymap(const std::string& path, const std::vector<unsigned s
     return static_cast<bool>(file);
 }
 
+// The SDK's own stream counters: what reached the application and what was
+// lost on the way, and why.
+void print_stream_counters(void* handle) {
+    qx_stream_statistics counters{};
+    counters.size = sizeof counters;
+    if (qx_camera_get_stream_statistics(handle, &counters) != 0) {
+        std::printf("Stream statistics: not available (%s)\n", qx_camera_get_last_error());
+        return;
+    }
+    std::printf("Stream statistics: %llu frames delivered, %llu lost incomplete, %llu lost for want of a free "
+                "slot; %llu stalls recovered, %llu resets; %llu packets, %llu bytes received\n",
+                counters.frames_delivered, counters.frames_lost_incomplete, counters.frames_lost_no_free_slot,
+                counters.stalls_recovered, counters.resets, counters.packets_received, counters.bytes_received);
+}
+
 int stream_frames(open_camera& camera, int frame_target, int buffers, const std::string& image_path) {
     const std::string& serial = camera.serial_number;
 
@@ -237,6 +252,7 @@ int stream_frames(open_camera& camera, int frame_target, int buffers, const std:
     std::printf("Received %d frames in %.2f s (%.1f frames/s; the SDK measured %.1f frames/s).\n",
                 statistics.frames, seconds, statistics.frames / seconds, measured);
     std::printf("Frames missing from the camera's count: %d\n", statistics.missing);
+    print_stream_counters(camera.handle);
     if (!image_path.empty() && !statistics.last_frame.empty()) {
         if (!save_portable_graymap(image_path, statistics.last_frame, width, height, bits)) {
             std::fprintf(stderr, "qx-camera: cannot write %s\n", image_path.c_str());
