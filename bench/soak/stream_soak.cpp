@@ -13,7 +13,6 @@
 //
 // Exit status 0 when every check held, 1 otherwise, 2 on a hang.
 
-#include <dlfcn.h>
 #include <dirent.h>
 
 #include <algorithm>
@@ -146,14 +145,6 @@ struct frame_counter {
 
 // ---- frames ---------------------------------------------------------------
 
-using statistics_function = int (*)(void*, qx_stream_statistics*);
-
-// Looked up at run time: the soak also runs against a kit without the
-// statistics, and then says that it cannot compare them.
-statistics_function find_statistics() {
-    return reinterpret_cast<statistics_function>(dlsym(RTLD_DEFAULT, "qx_camera_get_stream_statistics"));
-}
-
 constexpr int soak_width = 640;
 constexpr int soak_height = 480;
 constexpr int soak_bits = 12;
@@ -254,12 +245,10 @@ int run_frames(std::uint64_t frames, watchdog& dog) {
     const auto started = clock_type::now();
     require(qx_camera_issue_software_trigger(camera), "trigger");
 
-    const statistics_function get_statistics = find_statistics();
     const auto statistics = [&] {
         qx_stream_statistics values{};
         values.size = sizeof values;
-        if (get_statistics != nullptr)
-            require(get_statistics(camera, &values), "stream statistics");
+        require(qx_camera_get_stream_statistics(camera, &values), "stream statistics");
         return values;
     };
     // Done when the camera has produced every frame and the kit has
@@ -272,9 +261,7 @@ int run_frames(std::uint64_t frames, watchdog& dog) {
             counted.frames_delivered + counted.frames_lost_incomplete + counted.frames_lost_no_free_slot;
         const bool camera_done = sent.frames_started + sent.frames_dropped >= frames;
         std::unique_lock<std::mutex> guard(checker.mutex);
-        const bool kit_done = get_statistics != nullptr
-                                  ? accounted >= sent.frames_started && checker.delivered == counted.frames_delivered
-                                  : true;
+        const bool kit_done = accounted >= sent.frames_started && checker.delivered == counted.frames_delivered;
         if (camera_done && kit_done)
             break;
         const std::uint64_t progress = checker.delivered + accounted + sent.frames_started;
@@ -282,8 +269,6 @@ int run_frames(std::uint64_t frames, watchdog& dog) {
             last_progress = progress;
             dog.arm("the frame soak (no progress)", std::chrono::seconds(30));
         }
-        if (camera_done && get_statistics == nullptr)
-            break;
         checker.arrived.wait_for(guard, std::chrono::milliseconds(200));
     }
     const double seconds = std::chrono::duration<double>(clock_type::now() - started).count();
@@ -317,10 +302,6 @@ int run_frames(std::uint64_t frames, watchdog& dog) {
     check(checker.wrong_frames == 0, "a delivered frame held wrong pixels: " + checker.first_wrong);
     check(checker.falling_counts == 0, "frame counts fell: " + checker.first_falling);
     check(sent.frames_started + sent.frames_dropped == frames, "the camera did not produce every frame");
-    if (get_statistics == nullptr) {
-        std::printf("stream statistics: not available in this kit, not compared\n");
-        return failures == 0 ? 0 : 1;
-    }
     std::printf("kit: delivered %llu, lost incomplete %llu, lost for want of a slot %llu, stalls %llu, "
                 "resets %llu, packets %llu\n",
                 static_cast<unsigned long long>(counted.frames_delivered),
