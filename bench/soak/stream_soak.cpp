@@ -240,10 +240,17 @@ int run_frames(std::uint64_t frames, watchdog& dog) {
     void* camera = open_first_camera();
     frame_checker checker;
     require(qx_camera_set_frame_available_callback(camera, &frame_checker::on_frame, &checker), "set callback");
-    command(camera, "nframes " + std::to_string(frames));
     require(qx_camera_arm(camera, 8), "arm");
     const auto started = clock_type::now();
-    require(qx_camera_issue_software_trigger(camera), "trigger");
+    // A trigger asks for at most 65,535 frames; the camera owes the sum of
+    // the triggers it has taken.
+    constexpr std::uint64_t most_per_trigger = 65535;
+    for (std::uint64_t owed = 0; owed < frames;) {
+        const std::uint64_t burst = std::min(frames - owed, most_per_trigger);
+        command(camera, "nframes " + std::to_string(burst));
+        require(qx_camera_issue_software_trigger(camera), "trigger");
+        owed += burst;
+    }
 
     const auto statistics = [&] {
         qx_stream_statistics values{};
