@@ -89,13 +89,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     if (word == "image_wait_per_frame")
         QX_FUZZ_REQUIRE(set_text("unblock_image_wait_for_frame", "") == 0);
 
-    std::uint64_t frame_slot = 0;
-    auto data = exact_copy(data_bytes, data_length);
+    // A get's data is at least the 64-bit slot the frame requests store into,
+    // and never smaller than the size the call gives.
+    auto data = exact_copy(data_bytes, is_set ? data_length : std::max<std::size_t>(data_length, 8));
     const void* data_pointer = data.get();
     std::uint64_t data_size = data_length;
-    if (!is_set) {
-        data_pointer = &frame_slot;  // the frame requests store a 64-bit pointer
-    } else if (word == "arm") {
+    if (is_set && word == "arm") {
         data_pointer = camera().frame_buffer.get();
         data_size = std::min<std::size_t>(data_length * 4096, frame_buffer_size);
     }
