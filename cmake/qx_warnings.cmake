@@ -19,9 +19,14 @@ endif()
 
 # Exported names are resolved inside their own library first: two device
 # modules both export "create", and the hot-plug monitor exports "open".
+# Under the fuzzers the sanitizer and coverage runtimes live in the
+# executable, so a library cannot resolve them on its own.
 function(qx_symbolic_library target)
   if(NOT WIN32)
-    target_link_options(${target} PRIVATE -Wl,-Bsymbolic -Wl,--no-undefined)
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic)
+    if(NOT QX_BUILD_FUZZERS)
+      target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
   endif()
 endfunction()
 

@@ -27,6 +27,7 @@ constexpr std::array<fault_kind_row, fault_kind_count> fault_kinds = {{
     {"firmware_error", false},
     {"unplug", true},
     {"delay_packet", true},
+    {"corrupt_metadata", true},
 }};
 
 // Reads one key of a rule; answers false for a key this kind does not know.
@@ -51,6 +52,9 @@ bool read_rule_key(qx_emu_fault_kind kind, fault_plan_class::rule& rule, const s
         rule.stall_in_endpoint = json_reading::read_choice(value, place, {"out", "in"}) == 1;
     } else if (kind == QX_EMU_FAULT_DELAY_PACKET && key == "ms") {
         rule.delay_ms = static_cast<std::uint32_t>(json_reading::read_integer(value, place, 1, 60000));
+    } else if (kind == QX_EMU_FAULT_CORRUPT_METADATA && key == "mode") {
+        rule.damage = static_cast<metadata_damage>(json_reading::read_choice(
+            value, place, {"mixed", "bad_magic", "unknown_tag", "offset_beyond_slot", "truncated"}));
     } else if (kind == QX_EMU_FAULT_FIRMWARE_ERROR && key == "phrase") {
         rule.phrase = json_reading::read_string(value, place);
     } else {

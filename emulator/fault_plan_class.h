@@ -14,7 +14,10 @@
 
 namespace qx::emulator {
 
-inline constexpr int fault_kind_count = 9;
+inline constexpr int fault_kind_count = 10;
+
+/** How corrupt_metadata damages a frame's record; mixed takes the others in turn. */
+enum class metadata_damage { mixed, bad_magic, unknown_tag, offset_beyond_slot, truncated };
 
 class fault_plan_class {
   public:
@@ -29,6 +32,7 @@ class fault_plan_class {
         bool stall_in_endpoint = false;  // stall_command: stall the IN endpoint instead of the OUT one
         std::uint32_t delay_ms = 2500;   // delay_packet: how long the packet is held back
         std::string phrase;              // firmware_error: the reply sent instead of the real one
+        metadata_damage damage = metadata_damage::mixed;  // corrupt_metadata: what is damaged
 
         /** Whether a schedule (not only a rate) is given. */
         bool has_schedule() const;

@@ -162,6 +162,27 @@ void packet_stream_class::discard() {
     finish_packet(false);
 }
 
+void packet_stream_class::damage_metadata(std::uint8_t* payload, metadata_damage how) {
+    // Pairs as start_frame writes them: VKO, FCNT, IOFF, IFMT, TSLO, TSHI, ENDT.
+    constexpr std::size_t pair_size = 8;
+    switch (how) {
+        case metadata_damage::bad_magic:
+            std::memcpy(payload, "VKX", 4);
+            break;
+        case metadata_damage::unknown_tag:
+            std::memcpy(payload + 4 * pair_size, "QZZZ", 4);
+            break;
+        case metadata_damage::offset_beyond_slot:
+            put_word(payload + 2 * pair_size + 4, 0x40000000u);
+            break;
+        case metadata_damage::truncated:
+            std::memset(payload + 2 * pair_size, 0, metadata_size - 2 * pair_size);
+            break;
+        case metadata_damage::mixed:
+            break;
+    }
+}
+
 void packet_stream_class::copy_payload(std::uint8_t* out) {
     std::size_t wanted = packet_payload_size;
     while (wanted > 0) {

@@ -11,6 +11,7 @@
 #include <optional>
 #include <vector>
 
+#include "fault_plan_class.h"
 #include "frame_format_class.h"
 #include "pattern_generator_class.h"
 
@@ -59,6 +60,13 @@ class packet_stream_class {
     void emit(std::uint8_t* packet);
     /** Moves past the due packet without delivering it. */
     void discard();
+
+    /**
+     * Damages the metadata record at the start of a frame's first payload
+     * (@p how is not mixed): the magic, the tag of a pair no host knows, an
+     * image offset far beyond any slot, or a record cut after its frame count.
+     */
+    static void damage_metadata(std::uint8_t* payload, metadata_damage how);
 
   private:
     void start_frame();

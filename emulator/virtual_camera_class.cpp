@@ -99,6 +99,11 @@ std::size_t virtual_camera_class::endpoint_index(unsigned char endpoint) {
 void virtual_camera_class::count_fault(qx_emu_fault_kind kind) {
     ++counters_.faults_by_kind[kind];
     ++counters_.faults_injected;
+    // Several faults on one frame make one faulted frame.
+    if (fault_plan_class::is_packet_fault(kind) && fault_frame_ != last_faulted_frame_) {
+        last_faulted_frame_ = fault_frame_;
+        ++counters_.frames_faulted;
+    }
 }
 
 void virtual_camera_class::log_command(std::string_view command) {
@@ -234,6 +239,22 @@ void virtual_camera_class::apply_header_faults(unsigned faults, std::uint32_t pa
     std::memcpy(packet, &header, sizeof header);
 }
 
+void virtual_camera_class::apply_metadata_fault(unsigned faults, std::uint32_t packet_index,
+                                                std::uint8_t* packet) {
+    // The record lives in a frame's first packet; later packets are not eligible.
+    if (!has_fault(faults, QX_EMU_FAULT_CORRUPT_METADATA) || packet_index != 0) {
+        return;
+    }
+    auto damage = faults_.plan().rule_of(QX_EMU_FAULT_CORRUPT_METADATA).damage;
+    if (damage == metadata_damage::mixed) {
+        // In turn, so that any four in a row cover every kind of damage.
+        constexpr std::uint64_t kinds = 4;
+        damage = static_cast<metadata_damage>(1 + counters_.faults_by_kind[QX_EMU_FAULT_CORRUPT_METADATA] % kinds);
+    }
+    count_fault(QX_EMU_FAULT_CORRUPT_METADATA);
+    packet_stream_class::damage_metadata(packet + 4, damage);
+}
+
 qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeout_ms) {
     if (packet == nullptr) {
         throw emulator_error_class(QX_EMU_INVALID, "packet is null");
@@ -258,6 +279,7 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
             continue;
         }
         const std::uint32_t packet_index = stream_.next_packet_index();
+        fault_frame_ = stream_.frames_started() - (packet_index == 0 ? 0 : 1);
         if (!packet_faults_decided_) {
             const std::uint64_t frame =
                 stream_.frames_started() - (packet_index == 0 ? 0 : 1) - frames_at_faults_;
@@ -311,6 +333,7 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
         stream_.emit(bytes);
         ++counters_.packets_sent;
         apply_header_faults(faults, packet_index, bytes);
+        apply_metadata_fault(faults, packet_index, bytes);
         return QX_EMU_OK;
     }
 }

@@ -69,6 +69,8 @@ class virtual_camera_class {
     void log_command(std::string_view command);    // caller holds lock_
     void apply_header_faults(unsigned faults, std::uint32_t packet_index,
                              std::uint8_t* packet);  // caller holds lock_
+    void apply_metadata_fault(unsigned faults, std::uint32_t packet_index,
+                              std::uint8_t* packet);  // caller holds lock_
 
     const camera_config_class config_;
     mutable std::mutex lock_;             // the camera's one lock; taken after the registry's
@@ -87,6 +89,8 @@ class virtual_camera_class {
     std::optional<std::string> reply_;      // guarded by lock_: the reply waiting to be read
     std::array<bool, 3> stalled_{};         // guarded by lock_: command OUT, command IN, image IN
     qx_emu_counters counters_{};            // guarded by lock_ (frame counts come from stream_)
+    std::uint64_t fault_frame_ = 0;         // guarded by lock_: the frame of the due packet, since plugging in
+    std::uint64_t last_faulted_frame_ = UINT64_MAX;  // guarded by lock_
     std::ofstream command_log_;             // guarded by lock_
     std::function<void()> unplug_handler_;  // guarded by lock_
 };

@@ -148,7 +148,8 @@ typedef struct qx_emu_counters {
     uint64_t packets_sent;      /**< image packets delivered to the host */
     uint64_t commands_received; /**< command-channel writes */
     uint64_t faults_injected;   /**< all injected faults */
-    uint64_t faults_by_kind[9]; /**< per kind, indexed by #qx_emu_fault_kind */
+    uint64_t faults_by_kind[10]; /**< per kind, indexed by #qx_emu_fault_kind */
+    uint64_t frames_faulted;     /**< frames that carried at least one injected packet fault */
 } qx_emu_counters;
 
 /** Fault kinds, as counted in qx_emu_counters::faults_by_kind. */
@@ -161,7 +162,8 @@ typedef enum qx_emu_fault_kind {
     QX_EMU_FAULT_REPLY_TIMEOUT = 5,
     QX_EMU_FAULT_FIRMWARE_ERROR = 6,
     QX_EMU_FAULT_UNPLUG = 7,
-    QX_EMU_FAULT_DELAY_PACKET = 8 /**< a packet held back longer than the host waits */
+    QX_EMU_FAULT_DELAY_PACKET = 8, /**< a packet held back longer than the host waits */
+    QX_EMU_FAULT_CORRUPT_METADATA = 9 /**< a frame's metadata record damaged in its first packet */
 } qx_emu_fault_kind;
 
 /** Reads the counters of a camera. */

@@ -98,8 +98,10 @@ extern "C" {
  * @ingroup acquisition
  * Called on the camera's frame-loop thread for every frame while the camera
  * is armed and a callback is registered. No SDK lock is held during the call,
- * so the callback may call other functions of the same handle, except
- * `qx_camera_arm` and `qx_camera_disarm`.
+ * so the callback may call other functions of the same handle. Three are
+ * special there: `qx_camera_disarm` is deferred (the loop ends when the
+ * callback returns), `qx_camera_arm` and `qx_camera_close_camera` are refused
+ * with a clear text.
  *
  * @param camera_handle the handle the frame belongs to
  * @param image_data    16-bit pixels, row after row; valid until the callback returns
@@ -226,8 +228,11 @@ QX_CAMERA_API int qx_camera_open_camera(char* serial_number, void** handle);
  * and releases the device. The handle is invalid afterwards.
  * @param handle the camera handle
  * @par Threading
- * Any thread, not from the handle's own frame callback. Waits for a frame
- * callback that is running to return.
+ * Any thread. Waits for a frame callback that is running to return. Refused
+ * from the camera's own frame callback, with "A camera cannot be closed from
+ * its own frame callback; disarm it there and close it from another
+ * thread.": the camera stays open and usable. Closing another camera from a
+ * callback is allowed.
  * @par Errors
  * Status 1004 with "Trimmed string is not empty: Camera handle is
  * invalid." for a null handle, a handle that is not open or one that
@@ -839,7 +844,8 @@ QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, l
  * Arms the camera: switches the frame metadata on and makes room for
  * @p number_of_frames_to_buffer frames (2 or more). The buffer is kept and
  * reused by later arms of the same size. Starts the frame loop when a
- * callback is registered.
+ * callback is registered. Refused from the camera's own frame callback
+ * ("A camera cannot be armed from its own frame callback.").
  * @param handle                     the camera handle
  * @param number_of_frames_to_buffer frames the buffer holds, 2 or more
  * @handle_call_outside_callback "number_of_frames_to_buffer" for fewer than
@@ -852,7 +858,12 @@ QX_CAMERA_API int qx_camera_arm(void* handle, int number_of_frames_to_buffer);
 /**
  * Stops the camera ("stop") and ends the frame loop, waiting for a frame
  * callback that is running to return; succeeds when not armed.
- * @handle_call_outside_callback The camera's refusal of "stop".
+ *
+ * From the camera's own frame callback the disarm is deferred: the camera is
+ * stopped and disarmed at once, no further frame is delivered, and the frame
+ * loop ends when the callback returns (the next arm or the close reclaims
+ * it).
+ * @handle_call The camera's refusal of "stop".
  */
 QX_CAMERA_API int qx_camera_disarm(void* handle);
 

@@ -40,6 +40,23 @@ run_suite tsan -L threaded
 test -f build/lib/gstreamer-1.0/libgstqxcamera.so || { echo "the qxcamera GStreamer plugin was not built" >&2; exit 1; }
 # ---- end of the GStreamer plugin step
 
+# ---- fuzzing: every target for a short fixed time (clang, ASan + UBSan) ----
+echo "== Fuzzing: 15 s per target"
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -j"${jobs}"
+root="$(pwd)"
+fuzz_work="$(mktemp -d)"
+for fuzzer in "${root}"/build-fuzz/bin/fuzz/*_fuzzer; do
+  name="$(basename "${fuzzer}" _fuzzer)"
+  mkdir -p "${fuzz_work}/${name}"
+  seeds=()
+  [ -d "${root}/fuzz/corpus/${name}" ] && seeds=("${root}/fuzz/corpus/${name}")
+  # New inputs and findings go to the scratch directory; the seeds are only read.
+  (cd "${fuzz_work}" && "${fuzzer}" -max_total_time=15 -print_final_stats=1 "${fuzz_work}/${name}" "${seeds[@]}")
+done
+rm -rf "${fuzz_work}"
+# ---- end of fuzzing ----
+
 echo "== Building: mingw (Windows cross-build of the libraries)"
 cmake --preset mingw >/dev/null
 cmake --build --preset mingw -j"${jobs}"

@@ -33,6 +33,9 @@ constexpr const char* not_supported_text = "Command is not supported.";
 thread_local char frame_loop_reply[reply_buffer_size];
 thread_local char poll_reply[reply_buffer_size];
 
+// The acquisition whose frame loop runs on this thread, if any.
+thread_local const frame_acquisition_class* frame_loop_owner = nullptr;
+
 std::uint32_t word_at(const unsigned char* slot, std::size_t index) {
     return device_qv::read_word(slot + index * 4);
 }
@@ -90,6 +93,8 @@ frame_acquisition_class::~frame_acquisition_class() {
 
 void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer) {
     handle.run_locked([&] {
+        // Arming restarts the frame loop, which the loop cannot do to itself.
+        kit::check_false(called_from_frame_loop(), "A camera cannot be armed from its own frame callback.");
         if (number_of_frames_to_buffer < 2)
             throw std::invalid_argument("number_of_frames_to_buffer");
         kit::check_false(armed, "Camera is already armed.");
@@ -141,7 +146,12 @@ void frame_acquisition_class::disarm(kit::qx_camera_handle_class& handle) {
         armed = false;
         handle.channel().set_exchange("stop", 5, nullptr, 0, handle.response,
                                       static_cast<std::int32_t>(kit::handle_response_size), false);
-        running = std::move(frame_loop);
+        // From the callback the loop is only told to stop; it ends when the
+        // callback returns and the next arm or the close joins it.
+        if (called_from_frame_loop())
+            stop_requested.exchange(true);
+        else
+            running = std::move(frame_loop);
     });
     // Joined without the handle mutex: the frame loop takes it for every frame.
     if (running) {
@@ -358,8 +368,13 @@ void frame_acquisition_class::stop_remaining_frame_loop() noexcept {
     }
 }
 
+bool frame_acquisition_class::called_from_frame_loop() const {
+    return frame_loop_owner == this;
+}
+
 void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle) {
     platform::name_current_thread("ACQUISITION FRAME LOOP");
+    frame_loop_owner = this;
     {
         std::lock_guard<std::mutex> guard(handshake_mutex);
         loop_started = true;

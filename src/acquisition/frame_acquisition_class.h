@@ -49,7 +49,8 @@ class frame_acquisition_class {
     // Each of these takes the handle mutex and validates the handle.
     void arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer);
     // Clears the armed flag, sends "stop", then joins the frame loop outside
-    // the handle mutex.
+    // the handle mutex. From the frame callback the join is left to the
+    // next arm or the close: the loop ends once the callback returns.
     void disarm(kit::qx_camera_handle_class& handle);
     void issue_software_trigger(kit::qx_camera_handle_class& handle);
     void set_frame_available_callback(kit::qx_camera_handle_class& handle, frame_available_callback callback,
@@ -77,6 +78,10 @@ class frame_acquisition_class {
     void stop_remaining_frame_loop() noexcept;
 
     bool is_armed() const { return armed; }
+
+    // True on this camera's own frame-loop thread, that is inside its frame
+    // callback: the one thread that can neither join the loop nor free it.
+    bool called_from_frame_loop() const;
 
   private:
     void start_frame_loop(kit::qx_camera_handle_class& handle);

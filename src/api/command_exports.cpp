@@ -1,5 +1,6 @@
 // Exported functions that reach a camera's device module with raw commands.
 
+#include <cstring>
 #include <stdexcept>
 
 #include "api/call_frame.h"
@@ -23,6 +24,11 @@ QX_CAMERA_API int _internal_command(void* handle, char* command, int command_siz
                 throw std::out_of_range("Response size is too small.");
             if (command_size < 0)
                 throw std::out_of_range("command_size_bytes_including_any_null_terminator");
+            // Modules read the command as text up to its NUL: one without a
+            // NUL inside the size would be read past its end.
+            const bool terminated =
+                command_size == 0 || std::memchr(command, '\0', static_cast<std::size_t>(command_size)) != nullptr;
+            qx::kit::check_true(terminated, "The command must end with a NUL within its size.");
             bool supported = true;
             camera.channel().get_exchange(command, static_cast<std::uint64_t>(command_size), nullptr, 0,
                                           response, static_cast<std::uint64_t>(response_size), false,

@@ -33,7 +33,8 @@ std::string command_channel_class::context_text(const char* command, std::uint64
     // callers match this text as it stands.
     std::ostringstream text;
     text << "Error: qx_camera_handle=" << reinterpret_cast<std::uintptr_t>(&handle) << ", command='"
-         << (command == nullptr ? "" : command)
+         << (command == nullptr ? std::string_view()
+                                : std::string_view(command, strnlen(command, static_cast<std::size_t>(command_size))))
          << "', command_size_bytes_including_any_null_terminator = " << command_size
          << ", data_size_bytes = " << data_size << "', response_size_bytes_up_to_1024 = " << response_size
          << ": ";

@@ -35,12 +35,13 @@ void write_reply(const dispatch_call& call, std::string_view text) {
     call.reply[length] = '\0';
 }
 
+// The value text at data, read only within data_size: a host that gives a
+// pointer and no size gives no text.
 std::string data_text(const dispatch_call& call) {
     if (call.data == nullptr)
         return {};
     const auto* text = static_cast<const char*>(call.data);
-    return std::string(text,
-                       strnlen(text, call.data_size > 0 ? static_cast<std::size_t>(call.data_size) : 256));
+    return std::string(text, strnlen(text, static_cast<std::size_t>(call.data_size)));
 }
 
 void store_frame_pointer(const dispatch_call& call, unsigned char* frame) {
@@ -217,7 +218,10 @@ int dispatch(const dispatch_row (&rows)[row_count], const dispatch_call& call) {
     try {
         if (call.command == nullptr)
             throw std::invalid_argument("command");
-        const std::string trimmed_command = kit::trimmed(call.command);
+        // The command's NUL should lie within its size, but a host that
+        // sends one without it must not make the module read past it.
+        const std::string trimmed_command =
+            kit::trimmed(std::string_view(call.command, strnlen(call.command, call.command_size)));
         for (const auto& row : rows) {
             const std::string_view word(row.word);
             const bool matches =

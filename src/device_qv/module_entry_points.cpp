@@ -65,9 +65,11 @@ QX_CAMERA_API int qx_module_uninitialize(void) {
     return module_state_class::instance().uninitialize();
 }
 
-QX_CAMERA_API int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers, int) {
+QX_CAMERA_API int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers,
+                                 int serial_numbers_size) {
     try {
-        return module_state_class::instance().get_device_ids(device_ids, device_ids_size, serial_numbers);
+        return module_state_class::instance().get_device_ids(device_ids, device_ids_size, serial_numbers,
+                                                             serial_numbers_size);
     } catch (...) {
         return 1;
     }

@@ -105,8 +105,9 @@ void module_state_class::remember_device(const std::string& camera_id, const std
     device_paths[camera_id] = device_path;
 }
 
-int module_state_class::get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers) {
-    if (device_ids == nullptr || serial_numbers == nullptr || device_ids_size < 1)
+int module_state_class::get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers,
+                                       int serial_numbers_size) {
+    if (device_ids == nullptr || serial_numbers == nullptr || device_ids_size < 1 || serial_numbers_size < 1)
         return 1;
     std::memset(device_ids, 0, static_cast<std::size_t>(device_ids_size));
     int count = 0;
@@ -136,9 +137,13 @@ int module_state_class::get_device_ids(char* device_ids, int device_ids_size, ch
         }
     }
     ids += ".";
-    const std::size_t id_room = static_cast<std::size_t>(device_ids_size) - 1;
-    std::memcpy(device_ids, ids.c_str(), std::min(ids.size(), id_room));
-    std::memcpy(serial_numbers, serials.c_str(), serials.size());
+    // Both lists with their NULs, or neither: a cut list would pair the
+    // wrong serial number with an id.
+    if (ids.size() >= static_cast<std::size_t>(device_ids_size) ||
+        serials.size() >= static_cast<std::size_t>(serial_numbers_size))
+        return 1;
+    std::memcpy(device_ids, ids.c_str(), ids.size() + 1);
+    std::memcpy(serial_numbers, serials.c_str(), serials.size() + 1);
     return 0;
 }
 

@@ -45,8 +45,10 @@ class module_state_class {
 
     // Lists the family's cameras: ids each followed by ',' and a final '.',
     // serial numbers each followed by ','. A camera that cannot be opened is
-    // left out. 1 when a device path cannot be fetched.
-    int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers);
+    // left out. 1 when a device path cannot be fetched, or when either list
+    // and its NUL do not fit its buffer: then nothing is written past either
+    // size and the buffers hold no partial list.
+    int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers, int serial_numbers_size);
 
     // The device path last listed for a camera id; empty when unknown.
     std::string device_path_of(const std::string& camera_id) const;

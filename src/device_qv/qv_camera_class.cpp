@@ -1,5 +1,6 @@
 #include "device_qv/qv_camera_class.h"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <vector>
@@ -78,11 +79,16 @@ void qv_camera_class::send_command(const char* command, std::uint32_t length, ch
                 std::memcpy(caller_buffer, reply,
                             copy_length < reply_area_size ? copy_length : reply_area_size);
             }
-            if (std::strncmp(command, gain_prefix, gain_prefix_length) != 0 || !column_balancing.enabled)
+            const bool is_gain_command =
+                length >= gain_prefix_length && std::memcmp(command, gain_prefix, gain_prefix_length) == 0;
+            if (!is_gain_command || !column_balancing.enabled)
                 return;
 
+            // The caller's buffer holds only the bytes copied into it.
             const char* gain_text = caller_buffer != nullptr ? caller_buffer : reply;
-            lex_token token = make_lex_token(gain_text, strnlen(gain_text, gain_reply_text_length));
+            const std::size_t gain_text_room =
+                std::min<std::size_t>(gain_reply_text_length, caller_buffer != nullptr ? copy_length : reply_area_size);
+            lex_token token = make_lex_token(gain_text, strnlen(gain_text, gain_text_room));
             if (next_token(&token) != LEX_INT) {
                 gain_update_failed = true;
                 throw std::runtime_error("Error updating column-balancing gain via a text command.");

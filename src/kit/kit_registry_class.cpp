@@ -212,6 +212,10 @@ void kit_registry_class::close_camera(void* handle) {
     try {
         const auto guard = lock_registry();
         validate_handle(handle);
+        // The frame loop would free the handle it runs on and join itself.
+        check_false(camera->acquisition.called_from_frame_loop(),
+                    "A camera cannot be closed from its own frame callback; disarm it there and close it from "
+                    "another thread.");
         // A second close of a handle being closed is refused like a stale one.
         if (!closing_handles.insert(camera).second)
             throw std::runtime_error("Camera handle is invalid.");

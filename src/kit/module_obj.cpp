@@ -55,11 +55,11 @@ void module_obj::shut_down() {
     if (shut_down_done)
         return;
     shut_down_done = true;
+    // The device entry points stay: a camera opened under this kit and
+    // still open after the kit was reopened must still be able to stop,
+    // unblock and destroy its device (and with it the device's threads).
     get_device_ids = nullptr;
     create = nullptr;
-    destroy = nullptr;
-    get_data__returns_zero_for_success = nullptr;
-    set_data__returns_zero_for_success = nullptr;
     qx_get_module_data = nullptr;
     qx_set_module_data = nullptr;
     module_name.clear();

@@ -25,9 +25,10 @@ class module_obj {
 
     // Looks up the further, optional entry points.
     void bind_optional_entry_points();
-    // Clears the further entry points and calls qx_module_uninitialize; run
-    // once when the kit that admitted the module is destroyed. Handles still
-    // holding this record then fail their device calls cleanly.
+    // Clears the module-wide entry points (listing, creation, module data)
+    // and calls qx_module_uninitialize; run once when the kit that admitted
+    // the module is destroyed. Handles still holding this record keep their
+    // device calls and destroy, so closing them later releases the device.
     void shut_down();
 
     kit_class* owner;

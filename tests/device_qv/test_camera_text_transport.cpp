@@ -126,6 +126,18 @@ TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminato
     EXPECT_EQ(std::string(reply, 6), "SERI##");
 }
 
+// The gain is read only from the bytes copied into the caller's buffer.
+TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buffer) {
+    open(qx::test::small_camera_json(
+        "CAM-1", "SER-1",
+        R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
+        R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],"replies":{"gain 3":"3 dB"})"));
+    ASSERT_TRUE(camera->column_balancing.enabled);
+    std::vector<char> reply(1);  // exactly one byte on the heap: "3"
+    camera->send_command("gain 3", 7, reply.data(), 1, short_timeout_ms);
+    EXPECT_EQ(camera->cached_gain, 3);
+}
+
 TEST_F(camera_text_transport, gain_commands_update_the_active_column_gain_set_only_with_correction_on) {
     const std::string column_gains =
         R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"

@@ -197,3 +197,52 @@ TEST_F(device_dispatch, other_commands_pass_through_with_the_callers_size) {
 }
 
 }  // namespace
+
+namespace {
+
+// A command whose size holds no NUL is read within its size: recognised
+// words still match, others reach the camera with exactly their bytes.
+TEST_F(device_dispatch, commands_without_a_nul_are_read_only_within_their_size) {
+    const struct {
+        const char* bytes;
+        bool is_set;
+        const char* expected_reply;  // null: not looked at
+    } cases[] = {{"stop", true, nullptr},
+                 {"image_metadata", false, "off"},
+                 {"id", false, "ID-D"},
+                 {"g", true, nullptr},
+                 {"gain 1", true, nullptr}};
+    for (const auto& entry : cases) {
+        const std::size_t size = std::strlen(entry.bytes);
+        // Exactly the command's bytes on the heap, so a read past them is caught.
+        std::vector<char> command(entry.bytes, entry.bytes + size);
+        char reply[1024] = {};
+        const auto call = entry.is_set ? &set_data__returns_zero_for_success : &get_data__returns_zero_for_success;
+        EXPECT_EQ(call(device, command.data(), size, nullptr, 0, reply, sizeof reply), 0) << entry.bytes;
+        if (entry.expected_reply != nullptr) {
+            EXPECT_STREQ(reply, entry.expected_reply) << entry.bytes;
+        }
+    }
+}
+
+// A value text is read only within the data size the host gives.
+TEST_F(device_dispatch, values_are_read_only_within_their_size) {
+    const struct {
+        const char* bytes;
+        std::uint64_t data_size;
+        const char* metadata;
+    } cases[] = {{"on", 2, "on"}, {"on", 0, "off"}, {"on", 1, "off"}, {"onx", 2, "on"}};
+    for (const auto& entry : cases) {
+        std::vector<char> value(entry.bytes, entry.bytes + entry.data_size);  // exactly the size given
+        const char* data = entry.data_size > 0 ? value.data() : entry.bytes;
+        char reply[64] = {};
+        EXPECT_EQ(set_data__returns_zero_for_success(device, "image_metadata", 15, data, entry.data_size, reply,
+                                                     sizeof reply),
+                  0);
+        std::string state;
+        EXPECT_EQ(get("image_metadata", state), 0);
+        EXPECT_EQ(state, entry.metadata) << entry.bytes << " " << entry.data_size;
+    }
+}
+
+}  // namespace

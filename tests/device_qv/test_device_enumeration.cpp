@@ -156,3 +156,33 @@ TEST_F(module_listing, create_needs_a_listed_id_and_follows_a_camera_to_its_new_
 }
 
 }  // namespace
+
+namespace {
+
+// Neither list is written past its size; a list that does not fit with its
+// NUL fails the call and leaves no partial list behind.
+TEST_F(module_listing, lists_stay_within_the_sizes_given) {
+    qx::test::configure_emulator(R"({"cameras":[)" +
+                                 qx::test::small_camera_json("ID-LONG-0001", "SERIAL-NUMBER-0000000000000001") +
+                                 "]}");
+    const struct {
+        int ids_size;
+        int serials_size;
+        int status;
+    } cases[] = {{64, 64, 0}, {64, 8, 1}, {8, 64, 1}, {15, 32, 0}, {14, 32, 1}, {15, 31, 1}};
+    for (const auto& entry : cases) {
+        // Heap buffers of exactly the sizes given, so a write past them is caught.
+        std::vector<char> ids(static_cast<std::size_t>(entry.ids_size), '#');
+        std::vector<char> serials(static_cast<std::size_t>(entry.serials_size), '#');
+        EXPECT_EQ(get_device_ids(ids.data(), entry.ids_size, serials.data(), entry.serials_size), entry.status)
+            << entry.ids_size << " " << entry.serials_size;
+        if (entry.status == 0) {
+            EXPECT_STREQ(ids.data(), "ID-LONG-0001,.");
+            EXPECT_STREQ(serials.data(), "SERIAL-NUMBER-0000000000000001,");
+        } else {
+            EXPECT_EQ(serials[0], '#') << "no partial serial list";
+        }
+    }
+}
+
+}  // namespace

@@ -88,7 +88,9 @@ TEST(fault_schedule_class, repeated_sequence_number_from_packet_three) {
 }
 
 TEST(fault_schedule_class, dropped_packets_are_counted_against_frames) {
-    const emulated_camera camera(camera_with_faults(R"({"drop_packet":{"frames":[1],"packet":2}})"));
+    // Two faults on frame 1, one of them on its first packet, and one on frame 2.
+    const emulated_camera camera(camera_with_faults(
+        R"({"drop_packet":{"frames":[1],"packet":2},"corrupt_header":{"frames":[1,2],"packets":[0]}})"));
     ASSERT_EQ(camera.command("nframes 3"), "Success");
     ASSERT_EQ(camera.command("start"), "Success");
     headers_of(camera, 8);
@@ -97,6 +99,8 @@ TEST(fault_schedule_class, dropped_packets_are_counted_against_frames) {
     EXPECT_EQ(counters.frames_started, 3u);
     EXPECT_EQ(counters.frames_completed, 2u);
     EXPECT_EQ(counters.packets_sent, 8u);
+    EXPECT_EQ(counters.faults_injected, 3u);
+    EXPECT_EQ(counters.frames_faulted, 2u);
 }
 
 TEST(fault_schedule_class, image_stall_holds_the_packet_until_cleared) {
@@ -208,6 +212,56 @@ TEST(fault_schedule_class, unplug_in_the_middle_of_a_frame) {
     EXPECT_EQ(counters.faults_by_kind[QX_EMU_FAULT_UNPLUG], 1u);
     EXPECT_EQ(counters.frames_completed, 1u);
     EXPECT_EQ(qx_emu_remove_hotplug_listener(listener), QX_EMU_OK);
+}
+
+// What a frame's first packet says of its record: the magic, the tag of the
+// fifth pair, the image offset and the end tag, as words.
+struct record_words {
+    std::uint32_t magic, fifth_tag, image_offset, end_tag;
+    bool operator==(const record_words&) const = default;
+};
+
+record_words record_of(const packet& first) {
+    const auto pair_word = [&](int pair, int half) { return word_at(first.bytes.data(), 4 + pair * 8 + half * 4); };
+    return {pair_word(0, 0), pair_word(4, 0), pair_word(2, 1), pair_word(6, 0)};
+}
+
+TEST(fault_schedule_class, corrupt_metadata_damages_only_the_records_it_is_told_to) {
+    const auto tag = [](const char (&text)[5]) { return word_at(reinterpret_cast<const std::uint8_t*>(text), 0); };
+    const record_words intact{tag("VKO\0"), tag("TSLO"), 7, tag("ENDT")};
+    const struct {
+        const char* mode;
+        record_words damaged;
+    } cases[] = {
+        {"bad_magic", {tag("VKX\0"), tag("TSLO"), 7, tag("ENDT")}},
+        {"unknown_tag", {tag("VKO\0"), tag("QZZZ"), 7, tag("ENDT")}},
+        {"offset_beyond_slot", {tag("VKO\0"), tag("TSLO"), 0x40000000u, tag("ENDT")}},
+        {"truncated", {tag("VKO\0"), 0, 0, 0}},
+    };
+    for (const auto& entry : cases) {
+        // Frame 1 is scheduled on every packet; only its first one carries the record.
+        const emulated_camera camera(camera_with_faults(
+            std::string(R"({"corrupt_metadata":{"frames":[1],"mode":")") + entry.mode + R"("}})"));
+        ASSERT_EQ(camera.command("start"), "Success");
+        for (int frame = 0; frame < 3; ++frame) {
+            EXPECT_EQ(record_of(read_packet(camera.device)), frame == 1 ? entry.damaged : intact)
+                << entry.mode << " frame " << frame;
+            headers_of(camera, 2);
+        }
+        EXPECT_EQ(camera.counters().faults_by_kind[QX_EMU_FAULT_CORRUPT_METADATA], 1u) << entry.mode;
+        EXPECT_EQ(camera.counters().faults_injected, 1u) << entry.mode;
+        EXPECT_EQ(camera.counters().frames_faulted, 1u) << entry.mode;
+    }
+    // Mixed, the default, takes the four kinds of damage in turn.
+    const emulated_camera camera(camera_with_faults(R"({"corrupt_metadata":{"frames":[0,1,2,3]}})"));
+    ASSERT_EQ(camera.command("start"), "Success");
+    for (const auto& entry : cases) {
+        EXPECT_EQ(record_of(read_packet(camera.device)), entry.damaged) << "mixed, " << entry.mode;
+        headers_of(camera, 2);
+    }
+    EXPECT_EQ(camera.counters().faults_by_kind[QX_EMU_FAULT_CORRUPT_METADATA], 4u);
+    EXPECT_EQ(qx_emu_set_faults(camera.path.c_str(), R"({"corrupt_metadata":{"mode":"scrambled"}})"),
+              QX_EMU_INVALID);
 }
 
 }  // namespace

@@ -226,3 +226,34 @@ TEST_F(kit_lifecycle, concurrent_discovery_and_opening_from_many_threads) {
 }
 
 }  // namespace
+
+namespace {
+
+using qx::test::kit_fixture;
+using qx::test::scripted_module;
+
+using kit_reopened_with_a_camera_open = kit_fixture;
+
+// Reopening the kit shuts its modules down, but a camera opened before must
+// still be stopped, unblocked and destroyed when it is closed afterwards.
+TEST_F(kit_reopened_with_a_camera_open, closing_the_camera_still_releases_its_device_quietly) {
+    open_sdk_with_cameras({{"id-1", "SN1"}});
+    void* camera = open_camera("SN1");
+    ASSERT_NE(camera, nullptr);
+    open_sdk();
+    {
+        std::lock_guard<std::mutex> guard(scripted_module().mutex);
+        scripted_module().calls.clear();
+    }
+    testing::internal::CaptureStdout();
+    close_camera(camera);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    std::lock_guard<std::mutex> guard(scripted_module().mutex);
+    EXPECT_EQ(scripted_module().live_devices, 0);
+    std::vector<std::string> sent;
+    for (const auto& call : scripted_module().calls) sent.push_back(call.function + " " + call.command);
+    EXPECT_EQ(sent, (std::vector<std::string>{"set_data stop", "set_data unblock_image_wait_for_frame",
+                                              "destroy "}));
+}
+
+}  // namespace
