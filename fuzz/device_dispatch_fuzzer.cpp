@@ -55,10 +55,10 @@ int set_text(const char* command, const char* value) {
                                               sizeof data, reply, sizeof reply);
 }
 
-// Exactly `size` bytes on the heap (a live pointer even for none), so a
-// read or write past them is caught.
-std::unique_ptr<char[]> exact_copy(const std::uint8_t* bytes, std::size_t size) {
-    auto copy = std::make_unique<char[]>(size);
+// `size` bytes followed by zeros up to `room`, exactly `room` bytes on the
+// heap (a live pointer even for none), so a read or write past them is caught.
+std::unique_ptr<char[]> exact_copy(const std::uint8_t* bytes, std::size_t size, std::size_t room) {
+    auto copy = std::make_unique<char[]>(room);
     if (size > 0)
         std::memcpy(copy.get(), bytes, size);
     return copy;
@@ -77,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     const std::size_t command_size = size - 3 - data_length;
     const bool is_set = (flags & 1) != 0;
 
-    const auto command = exact_copy(command_bytes, command_size);
+    const auto command = exact_copy(command_bytes, command_size, command_size);
     const std::string word = qx::kit::trimmed(
         std::string_view(command.get(), strnlen(command.get(), command_size)));
 
@@ -91,7 +91,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
 
     // A get's data is at least the 64-bit slot the frame requests store into,
     // and never smaller than the size the call gives.
-    auto data = exact_copy(data_bytes, is_set ? data_length : std::max<std::size_t>(data_length, 8));
+    auto data = exact_copy(data_bytes, data_length, is_set ? data_length : std::max<std::size_t>(data_length, 8));
     const void* data_pointer = data.get();
     std::uint64_t data_size = data_length;
     if (is_set && word == "arm") {
