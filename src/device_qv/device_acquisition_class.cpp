@@ -112,6 +112,19 @@ void device_acquisition_class::stop() {
         camera.send_command("stop", 5, reply, reply_area_size);
     }
     stopped.exchange(true);
+    wake_frame_waiters();
+}
+
+void device_acquisition_class::unblock() {
+    abort_requested.exchange(true);
+    wake_frame_waiters();
+}
+
+void device_acquisition_class::wake_frame_waiters() {
+    // A wait polls its flags only between pops; end the pop in progress so
+    // that stop and close need not wait out its step.
+    if (auto pending = pending_queue())
+        pending->wake_waiters();
 }
 
 unsigned char* device_acquisition_class::hand_over(unsigned char* slot) {
@@ -174,7 +187,9 @@ unsigned char* device_acquisition_class::wait_for_frame() {
         if (!pending)
             return nullptr;
         bool timed_out = false;
-        unsigned char* slot = pending->pop(pending_wait_step_ms, timed_out);
+        // Once stopped, only frames already pending are handed out: nothing
+        // more will come, so the wait does not linger.
+        unsigned char* slot = pending->pop(stopped.load() ? 0 : pending_wait_step_ms, timed_out);
         if (slot == nullptr && stopped.load())
             return nullptr;
         if (abort_requested.load())

@@ -39,7 +39,7 @@ class device_acquisition_class {
     void stop();
 
     // Releases a waiting frame read for good (until the next arm).
-    void unblock() { abort_requested.exchange(true); }
+    void unblock();
 
     // The next frame slot, or null when aborted, stopped or unarmed. Holds
     // the acquisition lock.
@@ -81,6 +81,7 @@ class device_acquisition_class {
     void correct(unsigned char* slot);
     std::shared_ptr<frame_slot_queue_class> free_queue();
     std::shared_ptr<frame_slot_queue_class> pending_queue();
+    void wake_frame_waiters();
 
     qv_camera_class& camera;
 

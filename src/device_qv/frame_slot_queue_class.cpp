@@ -30,19 +30,20 @@ unsigned char* frame_slot_queue_class::pop(std::int64_t timeout_ms, bool& timed_
     const auto deadline = clock::now() + std::chrono::milliseconds(std::min(timeout_ms, longest_wait_ms));
 
     std::unique_lock<std::mutex> waiters(waiter_mutex);
+    const std::uint64_t generation = wake_generation;
     const bool arrived = item_arrived.wait_until(waiters, deadline, [&] {
-        if (complete.load())
+        if (complete.load() || wake_generation != generation)
             return true;
         std::lock_guard<std::mutex> guard(items_mutex);
         return !items.empty();
     });
     if (complete.load())
         return nullptr;
-    if (!arrived) {
+    std::lock_guard<std::mutex> guard(items_mutex);
+    if (!arrived || items.empty()) {
         timed_out = true;
         return nullptr;
     }
-    std::lock_guard<std::mutex> guard(items_mutex);
     unsigned char* slot = items.front();
     items.pop_front();
     return slot;
@@ -52,6 +53,14 @@ void frame_slot_queue_class::mark_complete() {
     {
         std::lock_guard<std::mutex> waiters(waiter_mutex);
         complete.store(true);
+    }
+    item_arrived.notify_all();
+}
+
+void frame_slot_queue_class::wake_waiters() {
+    {
+        std::lock_guard<std::mutex> waiters(waiter_mutex);
+        ++wake_generation;
     }
     item_arrived.notify_all();
 }

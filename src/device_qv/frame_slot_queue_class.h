@@ -27,6 +27,10 @@ class frame_slot_queue_class {
     // Ends the queue: every waiter returns and later pops answer null.
     void mark_complete();
 
+    // Ends the pops waiting now, as time-outs, so that their callers look at
+    // their stop flags at once; later pops wait as usual.
+    void wake_waiters();
+
     const std::string& queue_name() const { return name; }
     std::size_t size();
 
@@ -34,6 +38,7 @@ class frame_slot_queue_class {
     std::string name;
     std::mutex waiter_mutex;
     std::condition_variable item_arrived;
+    std::uint64_t wake_generation = 0;  // guarded by waiter_mutex
     std::mutex items_mutex;            // taken inside waiter_mutex
     std::deque<unsigned char*> items;  // guarded by items_mutex
     std::atomic<bool> complete{false};
