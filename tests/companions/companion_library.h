@@ -3,7 +3,7 @@
 // kept local. Companions must never be linked into a test directly (the
 // hot-plug monitor's "open" and "close" would replace the C library's).
 
-#include <dlfcn.h>
+#include "support/test_platform.h"
 
 #include <stdexcept>
 #include <string>
@@ -14,11 +14,8 @@ class companion_library {
   public:
     explicit companion_library(const std::string& path)
         // As the kit loads companions: local symbols, and never unmapped.
-        : handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE)) {
-        if (handle_ == nullptr)
-            throw std::runtime_error("cannot load " + path + ": " + dlerror());
-    }
-    ~companion_library() { dlclose(handle_); }
+        : handle_(load_library_or_throw(path, true)) {}
+    ~companion_library() { unload_library(handle_); }
     companion_library(const companion_library&) = delete;
     companion_library& operator=(const companion_library&) = delete;
 
@@ -27,7 +24,7 @@ class companion_library {
     // The exported function, or a test failure naming the missing symbol.
     template <typename function_type>
     function_type find_function(const char* name) const {
-        void* address = dlsym(handle_, name);
+        void* address = find_symbol(handle_, name);
         if (address == nullptr)
             throw std::runtime_error(std::string("missing export ") + name);
         return reinterpret_cast<function_type>(address);

@@ -1,6 +1,5 @@
 // Admission of device modules and the routing through them.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,6 +7,7 @@
 
 #include "kit/device_module_manager.h"
 #include "support/scripted_module_state.h"
+#include "support/test_platform.h"
 
 namespace {
 
@@ -18,15 +18,13 @@ using qx::test::scripted_module_state;
 class loaded_module {
   public:
     loaded_module(const std::string& directory, const std::string& name)
-        : library(dlopen((directory + "/lib" + name + ".so").c_str(), RTLD_NOW | RTLD_LOCAL)) {
-        if (library == nullptr)
-            throw std::runtime_error(dlerror());
-        auto get_state =
-            reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
+        : library(qx::test::load_library_or_throw(qx::test::library_path(directory, name))) {
+        auto get_state = reinterpret_cast<scripted_module_state* (*)()>(
+            qx::test::find_symbol(library, "qx_scripted_module_state"));
         state = get_state();
         state->reset();
     }
-    ~loaded_module() { dlclose(library); }
+    ~loaded_module() { qx::test::unload_library(library); }
     loaded_module(const loaded_module&) = delete;
     loaded_module& operator=(const loaded_module&) = delete;
 

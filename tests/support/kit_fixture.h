@@ -2,7 +2,6 @@
 // Fixture for tests that drive the kit through its exported functions while
 // a scripted device module stands in for the second camera family.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,6 +9,7 @@
 
 #include "quendral_vko_camera_sdk.h"
 #include "support/scripted_module_state.h"
+#include "support/test_platform.h"
 
 namespace qx::test {
 
@@ -18,11 +18,9 @@ namespace qx::test {
 inline scripted_module_state& scripted_module() {
     static scripted_module_state* state = [] {
         void* library =
-            dlopen(QX_TEST_MODULE_DIR "/libquendral_vko_ralto_camera_device.so", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr)
-            throw std::runtime_error(dlerror());
+            load_library_or_throw(library_path(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device"));
         auto get_state =
-            reinterpret_cast<scripted_module_state* (*)()>(dlsym(library, "qx_scripted_module_state"));
+            reinterpret_cast<scripted_module_state* (*)()>(find_symbol(library, "qx_scripted_module_state"));
         return get_state();
     }();
     return *state;

@@ -1,0 +1,57 @@
+#!/bin/sh
+# Runs one Windows program of the cross build under wine64, unattended: a
+# private Wine prefix inside the build tree (made once, without prompts,
+# network or display), the build's library directory on the DLL search path,
+# and a wine server that stays up between the many short test processes.
+#
+# Usage: run_under_wine.sh <build directory> <program.exe> [arguments...]
+set -eu
+
+build_dir="$1"
+shift
+
+wine_loader="${QX_WINE64:-}"
+if [ -z "${wine_loader}" ]; then
+  for candidate in /usr/lib/wine/wine64 "$(command -v wine64 || true)" "$(command -v wine || true)"; do
+    if [ -n "${candidate}" ] && [ -x "${candidate}" ]; then
+      wine_loader="${candidate}"
+      break
+    fi
+  done
+fi
+if [ -z "${wine_loader}" ]; then
+  echo "run_under_wine.sh: no wine64 found (set QX_WINE64)" >&2
+  exit 127
+fi
+wine_server="$(dirname "${wine_loader}")/wineserver"
+[ -x "${wine_server}" ] || wine_server="$(command -v wineserver || echo wineserver)"
+
+export WINEPREFIX="${build_dir}/wine-prefix"
+export WINEARCH=win64
+export WINEDEBUG=-all
+# No Mono or Gecko installers, no display, no desktop integration.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d;winex11.drv="
+export DISPLAY=
+export WINELOADER="${wine_loader}"
+export WINESERVER="${wine_server}"
+# Windows finds DLLs on PATH: the kit, its companions and the compiler's
+# runtime all lie in the build's library directory.
+export WINEPATH="Z:$(printf '%s' "${build_dir}/lib" | tr '/' '\\')"
+
+# The prefix is made once; concurrent first runs wait for the one making it.
+if [ ! -f "${WINEPREFIX}/.qx-ready" ]; then
+  mkdir -p "${WINEPREFIX}"
+  (
+    flock 9
+    if [ ! -f "${WINEPREFIX}/.qx-ready" ]; then
+      "${wine_loader}" wineboot -i >/dev/null 2>&1 || true
+      "${wine_server}" -w
+      touch "${WINEPREFIX}/.qx-ready"
+    fi
+  ) 9>"${build_dir}/wine-prefix.lock"
+fi
+
+# Keep the server for a minute after the last program ends, so that each
+# test process does not pay for starting it again.
+"${wine_server}" -p60 >/dev/null 2>&1 || true
+exec "${wine_loader}" "$@"
