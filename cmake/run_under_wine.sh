@@ -52,6 +52,21 @@ if [ ! -f "${WINEPREFIX}/.qx-ready" ]; then
 fi
 
 # Keep the server for a minute after the last program ends, so that each
-# test process does not pay for starting it again.
-"${wine_server}" -p60 >/dev/null 2>&1 || true
+# test process does not pay for starting it again. The server and Wine's
+# own background programs are started here, detached from this program's
+# output: started by the test itself, they would hold its output open (and
+# ctest waiting) until the server ends.
+# The server's socket lies in a directory named after the prefix's device
+# and inode, under /tmp/.wine-<uid> or (Debian) /tmp/wine-<random>.
+server_name="server-$(stat -c '%d %i' "${WINEPREFIX}" | awk '{printf "%x-%x", $1, $2}')"
+server_running=no
+for socket in /tmp/.wine-"$(id -u)"/"${server_name}"/socket /tmp/wine-*/"${server_name}"/socket; do
+  [ -S "${socket}" ] && server_running=yes
+done
+if [ "${server_running}" = no ]; then
+  "${wine_server}" -p60 </dev/null >/dev/null 2>&1 || true
+  "${wine_loader}" wineboot </dev/null >/dev/null 2>&1 || true
+else
+  "${wine_server}" -p60 </dev/null >/dev/null 2>&1 || true
+fi
 exec "${wine_loader}" "$@"
