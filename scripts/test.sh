@@ -29,6 +29,9 @@ run_suite asan
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$(pwd)/tests/tsan.supp"
 run_suite tsan -L threaded
 
-echo "== Building: mingw (Windows cross-build of the libraries)"
+# --- Windows: the cross-built suite under wine64 -------------------------
+echo "== Building and testing: mingw (Windows cross-build, tests under wine64)"
 cmake --preset mingw >/dev/null
 cmake --build --preset mingw -j"${jobs}"
+ctest --test-dir build-mingw --output-on-failure -j"${jobs}"
+# --- end of the Windows block ---------------------------------------------
