@@ -5,6 +5,7 @@
 # and a wine server that stays up between the many short test processes.
 #
 # Usage: run_under_wine.sh <build directory> <program.exe> [arguments...]
+#        run_under_wine.sh <build directory> --start-session | --end-session
 set -eu
 
 build_dir="$1"
@@ -50,6 +51,18 @@ if [ ! -f "${WINEPREFIX}/.qx-ready" ]; then
     fi
   ) 9>"${build_dir}/wine-prefix.lock"
 fi
+
+# A test session (ctest) keeps one server up from its first test to its
+# last, so that no program ever meets a server that is just ending.
+case "${1:-}" in
+  --start-session)
+    "${wine_server}" -p </dev/null >/dev/null 2>&1 || true
+    exec "${wine_loader}" wineboot </dev/null >/dev/null 2>&1
+    ;;
+  --end-session)
+    exec "${wine_server}" -k
+    ;;
+esac
 
 # Keep the server for a minute after the last program ends, so that each
 # test process does not pay for starting it again. The server and Wine's
