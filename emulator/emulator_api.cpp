@@ -229,6 +229,13 @@ QX_EMU_API int qx_emu_device_read_packet(qx_emu_device* device, void* packet, un
     return call_frame([&] { return camera_of(device).read_packet(packet, timeout_ms); });
 }
 
+QX_EMU_API int qx_emu_device_cancel_packet_read(qx_emu_device* device) {
+    return call_frame([&] {
+        camera_of(device).cancel_packet_read();
+        return QX_EMU_OK;
+    });
+}
+
 QX_EMU_API int qx_emu_device_get_endpoint_stalled(qx_emu_device* device, unsigned char endpoint_address,
                                                   int* stalled) {
     return call_frame([&] {

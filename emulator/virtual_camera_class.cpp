@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "command_table_class.h"
 #include "emulator_error_class.h"
@@ -240,6 +241,9 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
     const auto deadline = clock::now() + std::chrono::milliseconds(timeout_ms);
     std::unique_lock guard(lock_);
     for (;;) {
+        if (std::exchange(packet_read_cancelled_, false)) {
+            return QX_EMU_TIMEOUT;
+        }
         require_plugged();
         if (stalled_[image_in_slot]) {
             return QX_EMU_STALL;
@@ -309,6 +313,14 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
         apply_header_faults(faults, packet_index, bytes);
         return QX_EMU_OK;
     }
+}
+
+void virtual_camera_class::cancel_packet_read() {
+    {
+        std::lock_guard guard(lock_);
+        packet_read_cancelled_ = true;
+    }
+    changed_.notify_all();
 }
 
 bool virtual_camera_class::is_endpoint_stalled(unsigned char endpoint) const {

@@ -47,6 +47,8 @@ class virtual_camera_class {
     qx_emu_status read_reply(void* buffer, std::size_t capacity, std::size_t* transferred,
                              unsigned int timeout_ms);
     qx_emu_status read_packet(void* packet, unsigned int timeout_ms);
+    /** Ends a read_packet in progress, or the next one, at once with QX_EMU_TIMEOUT. */
+    void cancel_packet_read();
     bool is_endpoint_stalled(unsigned char endpoint) const;
     void clear_stall(unsigned char endpoint);
     void reset_port();
@@ -79,6 +81,7 @@ class virtual_camera_class {
     std::uint64_t command_writes_ = 0;    // guarded by lock_: writes since the faults were set
     unsigned pending_packet_faults_ = 0;  // guarded by lock_: faults decided for the due packet
     bool packet_faults_decided_ = false;  // guarded by lock_
+    bool packet_read_cancelled_ = false;  // guarded by lock_: kept until a read consumes it
     std::optional<std::chrono::steady_clock::time_point>
         packet_held_until_;                 // guarded by lock_: a delayed packet
     std::optional<std::string> reply_;      // guarded by lock_: the reply waiting to be read

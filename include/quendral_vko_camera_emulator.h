@@ -25,6 +25,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/** @cond internal */
 #if defined(_WIN32)
 #if defined(QX_BUILDING_EMULATOR)
 #define QX_EMU_API __declspec(dllexport)
@@ -34,6 +35,7 @@
 #else
 #define QX_EMU_API __attribute__((visibility("default")))
 #endif
+/** @endcond */
 
 #ifdef __cplusplus
 extern "C" {
@@ -54,10 +56,12 @@ typedef enum qx_emu_status {
 #define QX_EMU_SPEED_HIGH 2  /**< USB 2.0 */
 #define QX_EMU_SPEED_SUPER 4 /**< USB 3.x */
 
-/** Endpoint addresses of a virtual camera. */
-#define QX_EMU_ENDPOINT_COMMAND_OUT 0x02
-#define QX_EMU_ENDPOINT_COMMAND_IN 0x82
-#define QX_EMU_ENDPOINT_IMAGE_IN 0x83
+/** @name Endpoint addresses of a virtual camera
+ *  @{ */
+#define QX_EMU_ENDPOINT_COMMAND_OUT 0x02 /**< commands to the camera */
+#define QX_EMU_ENDPOINT_COMMAND_IN 0x82  /**< the camera's replies */
+#define QX_EMU_ENDPOINT_IMAGE_IN 0x83    /**< image packets */
+/** @} */
 
 /** Size of one image packet. */
 #define QX_EMU_PACKET_SIZE 16384
@@ -201,6 +205,12 @@ QX_EMU_API int qx_emu_device_read(qx_emu_device* device, void* buffer, size_t ca
  * packet is due by then.
  */
 QX_EMU_API int qx_emu_device_read_packet(qx_emu_device* device, void* packet, unsigned int timeout_ms);
+/**
+ * Ends a qx_emu_device_read_packet in progress on another thread, or else
+ * the next one, at once with #QX_EMU_TIMEOUT: how a transport stops waiting
+ * for packets when the reader is shutting down.
+ */
+QX_EMU_API int qx_emu_device_cancel_packet_read(qx_emu_device* device);
 /** Whether an endpoint is stalled (writes 0 or 1 into @p stalled). */
 QX_EMU_API int qx_emu_device_get_endpoint_stalled(qx_emu_device* device, unsigned char endpoint_address,
                                                   int* stalled);

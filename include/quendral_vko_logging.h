@@ -22,6 +22,7 @@
 
 #include "quendral_vko_camera_sdk.h"
 
+/** @cond internal */
 #if defined(_WIN32)
 #if defined(QX_BUILDING_LOGGER)
 #define QX_LOGGER_API __declspec(dllexport)
@@ -38,6 +39,7 @@
 #else
 #define QX_PRINTF_FORMAT(format_index, first_argument_index)
 #endif
+/** @endcond */
 
 #ifdef __cplusplus
 extern "C" {

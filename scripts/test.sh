@@ -22,6 +22,11 @@ cmake --preset default >/dev/null
 cmake --build --preset default -j"${jobs}"
 ctest --test-dir build --output-on-failure -j"${jobs}"
 
+# ---- Install, consumers and the Debian package (needs the default build) ----
+echo "== Install tree, pkg-config and CMake consumers, Debian package"
+scripts/test_install.sh build
+# ---- end of install checks ----
+
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 run_suite asan
@@ -29,9 +34,23 @@ run_suite asan
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$(pwd)/tests/tsan.supp"
 run_suite tsan -L threaded
 
+# ---- GStreamer plugin: its tests ran in the suites above (CTest names
+# qxcamerasrc.*); a build without GStreamer's development files would skip
+# them silently, so its absence fails here.
+test -f build/lib/gstreamer-1.0/libgstqxcamera.so || { echo "the qxcamera GStreamer plugin was not built" >&2; exit 1; }
+# ---- end of the GStreamer plugin step
+
 # --- Windows: the cross-built suite under wine64 -------------------------
 echo "== Building and testing: mingw (Windows cross-build, tests under wine64)"
 cmake --preset mingw >/dev/null
 cmake --build --preset mingw -j"${jobs}"
 ctest --test-dir build-mingw --output-on-failure -j"${jobs}"
 # --- end of the Windows block ---------------------------------------------
+
+# ---- Python package (quendral_vko): pytest against emulated cameras ----
+# A build without Python's development files would skip the package
+# silently, so its absence fails here.
+test -d build/python/quendral_vko || { echo "the quendral_vko Python package was not built" >&2; exit 1; }
+echo "== Testing: Python package"
+PYTHONPATH="$(pwd)/build/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
+# ---- end of Python package ----

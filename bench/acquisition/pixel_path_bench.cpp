@@ -157,6 +157,7 @@ class replay_transport final : public qx::usb::usb_driver_base {
         next = (next + 1) % packets.size();
     }
     void prime_image_channel() override {}
+    void wake_image_reader() noexcept override {}
     bool get_is_endpoint_stalled(int, bool) override { return false; }
     void unstall_endpoint(int, bool) override {}
     void reset_parent_port() override {}

@@ -2,7 +2,8 @@
 // The hand-over of hot-plug events to the kit's listener, which blocks on
 // the module data key "connect_disconnect": an auto-reset signal plus the
 // last event's code and camera id. Events that arrive while nobody waits are
-// not queued: the signal remembers one, the id only the last.
+// not queued: the signal remembers one, the id only the last. While a listener
+// is fetching, a new event first lets it fetch the last one.
 
 #include <condition_variable>
 #include <mutex>
@@ -23,14 +24,25 @@ class connect_disconnect_event_class {
     // Signals without changing the pending event, so that a blocked wait
     // returns (and repeats the last payload).
     void release_waiter();
+    // Wakes the waits blocked now, with nothing to write, and remembers
+    // nothing: a module being let go must not hand a stale signal to the
+    // listener of the next kit.
+    void wake_waiters();
     // Blocks until signalled, consumes the signal, and returns "1,<id>" for a
-    // pending arrival, "0,<id>" for a departure, nothing otherwise.
+    // pending arrival, "0,<id>" for a departure, nothing otherwise (or when
+    // only woken).
     std::optional<std::string> wait_for_payload();
 
   private:
     std::mutex event_mutex_;  // a leaf lock: nothing else is taken while it is held
     std::condition_variable signal_changed_;
-    bool signalled_ = false;  // guarded by event_mutex_
+    bool signalled_ = false;              // guarded by event_mutex_
+    unsigned long wake_generation_ = 0;  // guarded by event_mutex_
+    // While a listener fetches events, a new event waits (boundedly) until
+    // the last one has been fetched instead of overwriting it.
+    bool listener_attached_ = false;  // guarded by event_mutex_; set by a wait, cleared by a release
+    bool payload_unread_ = false;     // guarded by event_mutex_
+    std::condition_variable payload_fetched_;
     int pending_code_ = 0;    // guarded by event_mutex_
     std::string camera_id_;   // guarded by event_mutex_
 };

@@ -2,6 +2,7 @@
 
 #include "device_qv/device_dispatch.h"
 #include "device_qv/qv_camera_class.h"
+#include "quendral_vko_device_module.h"
 #include "quendral_vko_camera_emulator.h"
 #include "usb/emulated_fx3_class.h"
 
@@ -70,6 +71,32 @@ std::unique_ptr<ralto_camera_class> emulated_ralto_source_class::open_camera(con
     } catch (...) {
         return nullptr;
     }
+}
+
+std::string emulated_ralto_source_class::note_device_change(int event_code, const std::string& device_path) {
+    if (event_code == QX_HOTPLUG_EVENT_ARRIVAL) {
+        std::string camera_id;
+        try {
+            usb::emulated_fx3_class transport(device_path);
+            device_qv::qv_camera_class camera(&transport);
+            camera_id = camera.id();
+        } catch (...) {
+            return {};
+        }
+        std::lock_guard<std::mutex> guard(mutex_);
+        std::erase_if(paths_, [&](const auto& entry) { return entry.second == device_path; });
+        paths_[camera_id] = device_path;
+        return camera_id;
+    }
+    std::lock_guard<std::mutex> guard(mutex_);
+    for (auto entry = paths_.begin(); entry != paths_.end(); ++entry) {
+        if (entry->second == device_path) {
+            std::string camera_id = entry->first;
+            paths_.erase(entry);
+            return camera_id;
+        }
+    }
+    return {};
 }
 
 }  // namespace qx

@@ -19,6 +19,9 @@ class emulated_ralto_source_class final : public camera_listing_source_class {
     std::vector<listed_camera> list_cameras() override;
     // Opens a camera listed before; null when it is gone or was never listed.
     std::unique_ptr<ralto_camera_class> open_camera(const std::string& device_id) override;
+    // An arriving camera is read for its id and becomes openable; a departed
+    // one is forgotten.
+    std::string note_device_change(int event_code, const std::string& device_path) override;
 
   private:
     std::mutex mutex_;

@@ -33,9 +33,25 @@ ralto_module_class& ralto_module_class::instance() {
     return *module;
 }
 
+namespace {
+void report_device_change(int event_code, const char* device_path, void*) {
+    ralto_module_class::instance().on_device_change(event_code, device_path);
+}
+}  // namespace
+
 int ralto_module_class::initialize(const qx_hotplug_record* host) {
-    std::lock_guard<std::mutex> lock(module_mutex_);
-    host_ = host == nullptr ? qx_hotplug_record{} : *host;
+    qx_hotplug_event_subscribe_t subscribe = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(module_mutex_);
+        host_ = host == nullptr ? qx_hotplug_record{} : *host;
+        subscribe = host_.hotplug_event_subscribe;
+    }
+    // One callback with no context: the monitor keeps a single subscription
+    // however often the kit reopens.
+    if (subscribe != nullptr) {
+        for (const unsigned int product : ralto_product_ids)
+            subscribe(ralto_vendor_id, product, &report_device_change, nullptr);
+    }
     return 0;
 }
 
@@ -44,7 +60,7 @@ int ralto_module_class::uninitialize() {
         std::lock_guard<std::mutex> lock(module_mutex_);
         host_ = qx_hotplug_record{};
     }
-    connect_disconnect_event_.release_waiter();
+    connect_disconnect_event_.wake_waiters();
     return 0;
 }
 
@@ -220,6 +236,27 @@ int ralto_module_class::set_module_data(const char* key, void* value) {
 
 void ralto_module_class::report_hotplug_event(int event_code, const std::string& camera_id) {
     connect_disconnect_event_.report_event(event_code, camera_id);
+}
+
+void ralto_module_class::on_device_change(int event_code, const char* device_path) {
+    std::shared_ptr<camera_listing_source_class> source;
+    {
+        std::lock_guard<std::mutex> lock(module_mutex_);
+        source = source_;
+    }
+    std::string camera_id;
+    if (source && device_path != nullptr) {
+        try {
+            camera_id = source->note_device_change(event_code, device_path);
+        } catch (...) {
+        }
+    }
+    if (event_code == QX_HOTPLUG_EVENT_ARRIVAL && !camera_id.empty()) {
+        std::lock_guard<std::mutex> lock(module_mutex_);
+        if (std::find(listed_device_ids_.begin(), listed_device_ids_.end(), camera_id) == listed_device_ids_.end())
+            listed_device_ids_.push_back(camera_id);
+    }
+    report_hotplug_event(event_code, camera_id);
 }
 
 }  // namespace qx

@@ -16,6 +16,11 @@
 
 namespace qx {
 
+// The family's USB identity, to which the module subscribes for hot-plug
+// notices.
+inline constexpr unsigned int ralto_vendor_id = 0x2A7C;
+inline constexpr unsigned int ralto_product_ids[] = {0x7101};
+
 class ralto_module_class {
   public:
     // The module instance behind the library's entry points; never
@@ -26,11 +31,12 @@ class ralto_module_class {
     ralto_module_class(const ralto_module_class&) = delete;
     ralto_module_class& operator=(const ralto_module_class&) = delete;
 
-    // Keeps the kit's hot-plug record for sources that subscribe to their
-    // devices. Returns 0.
+    // Keeps the kit's hot-plug record and subscribes through it to the
+    // family's devices. Returns 0.
     int initialize(const qx_hotplug_record* host);
     // Wakes a blocked "connect_disconnect" wait so that no listener stays
-    // blocked in a module the kit has let go. Returns 0.
+    // blocked in a module the kit has let go; a later wait is not woken by
+    // it. Returns 0.
     int uninitialize();
 
     // The kit's hot-plug record given to initialize (all null before it and
@@ -62,6 +68,9 @@ class ralto_module_class {
 
     // For sources: a camera arrived (1) or departed (2).
     void report_hotplug_event(int event_code, const std::string& camera_id);
+    // The monitor's notice of a device of the family: the source names the
+    // camera, an arrival becomes creatable, and the listener is told.
+    void on_device_change(int event_code, const char* device_path);
 
   private:
     using module_data_handler = int (*)(ralto_module_class& module, void* value);

@@ -11,6 +11,7 @@
 
 #include "camera/firmware_phrases.h"
 #include "camera/number_conversion.h"
+#include "device_qv/stream_statistics_record.h"
 #include "device_qv/frame_record_format.h"
 #include "kit/checks.h"
 #include "kit/kit_registry_class.h"
@@ -51,7 +52,7 @@ struct data_text {
 
 }  // namespace
 
-frame_record scan_frame_record(unsigned char* slot) {
+frame_record scan_frame_record(unsigned char* slot, std::int64_t slot_size) {
     frame_record record;
     if (word_at(slot, 0) != device_qv::magic_tag) {
         record.image_data = reinterpret_cast<unsigned short*>(slot);
@@ -64,7 +65,11 @@ frame_record scan_frame_record(unsigned char* slot) {
         if (key == device_qv::frame_count_tag)
             record.frame_count = static_cast<int>(value);
         if (key == device_qv::pixel_offset_tag) {
-            offset_seen = true;
+            // An offset that leaves no pixel inside the slot is corrupt.
+            offset_seen = static_cast<std::int64_t>(value) * 8 < slot_size &&
+                          static_cast<std::int64_t>(value) * 8 <= INT32_MAX;
+            if (!offset_seen)
+                continue;
             record.metadata_size = static_cast<int>(value * 8);
             record.image_data = reinterpret_cast<unsigned short*>(slot + static_cast<std::size_t>(value) * 8);
         }
@@ -104,13 +109,19 @@ void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int numbe
         if (wanted <= 0 || wanted > INT32_MAX)
             throw std::out_of_range("Frame buffer size is out of range.");
         // The old block stays alive until the device has taken the new one,
-        // so no slot of it is written after it is freed.
-        std::unique_ptr<unsigned char[]> replaced;
-        if (wanted != frame_buffer_size) {
-            auto fresh = std::make_unique<unsigned char[]>(static_cast<std::size_t>(wanted));
+        // so no slot of it is written after it is freed. Held frames keep
+        // theirs alive, and a block with held frames is never handed over
+        // again, so no held frame is overwritten.
+        std::shared_ptr<unsigned char[]> replaced;
+        const bool frames_held = held_frames && held_frames->has_held_frames();
+        if (wanted != frame_buffer_size || frames_held) {
+            std::shared_ptr<unsigned char[]> fresh(new unsigned char[static_cast<std::size_t>(wanted)]());
             replaced = std::exchange(frame_buffer, std::move(fresh));
             frame_buffer_size = static_cast<std::int32_t>(wanted);
         }
+        slot_size = bytes_per_frame;
+        if (held_frames)
+            held_frames->begin_arm();
         channel.set_exchange("arm", 4, frame_buffer.get(), static_cast<std::uint64_t>(frame_buffer_size),
                              handle.response, static_cast<std::int32_t>(kit::handle_response_size), false);
 
@@ -188,13 +199,13 @@ void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& han
             *metadata_size = 0;
             return;
         }
-        const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame));
+        const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame), slot_size);
         *image_data = record.image_data;
         *frame_count = record.frame_count;
         *metadata = record.metadata;
         *metadata_size = record.metadata_size;
-        kit::check_false(record.image_data != nullptr && record.metadata == nullptr,
-                         "Expected metadata with the frame.");
+        kit::check_true(record.image_data == nullptr || record.metadata != nullptr,
+                        "Expected metadata with the frame.");
     });
 }
 
@@ -227,6 +238,84 @@ void frame_acquisition_class::get_measured_frame_rate(kit::qx_camera_handle_clas
         kit::check_argument(frames_per_second, "measured_frames_per_second_param");
         *frames_per_second = measured_frame_rate.load();
     });
+}
+
+void frame_acquisition_class::get_stream_statistics(kit::qx_camera_handle_class& handle,
+                                                    qx_stream_statistics* statistics) {
+    handle.run_locked([&] {
+        kit::check_argument(statistics, "statistics");
+        device_qv::stream_statistics_record record{};
+        bool supported = true;
+        char reply[reply_buffer_size] = {};
+        handle.channel().get_exchange("stream_statistics", 18, &record, sizeof record, reply, reply_buffer_size,
+                                      false, supported);
+        kit::check_true(supported, not_supported_text);
+        qx_stream_statistics full{};
+        full.size = sizeof full;
+        full.frames_delivered = record.frames_delivered;
+        full.frames_lost_incomplete = record.frames_lost_incomplete;
+        full.frames_lost_no_free_slot = record.frames_lost_no_free_slot;
+        full.stalls_recovered = record.stalls_recovered;
+        full.resets = record.resets;
+        full.bytes_received = record.bytes_received;
+        full.packets_received = record.packets_received;
+        // An older caller's smaller structure receives its prefix.
+        const std::size_t written = statistics->size < sizeof full ? statistics->size : sizeof full;
+        if (written < sizeof full.size)
+            throw std::invalid_argument("statistics->size");
+        full.size = static_cast<unsigned int>(written);
+        std::memcpy(statistics, &full, written);
+    });
+}
+
+void frame_acquisition_class::acquire_frame(kit::qx_camera_handle_class& handle, int timeout_ms,
+                                            qx_frame* frame) {
+    handle.run_locked([&] {
+        kit::check_argument(frame, "frame");
+        if (frame->size < sizeof(qx_frame))
+            throw std::invalid_argument("frame->size");
+        if (timeout_ms < 0)
+            throw std::invalid_argument("timeout_ms");
+        kit::check_pointer_null(reinterpret_cast<void*>(callback),
+                                "Frames can only be held when no callback is registered.");
+        kit::check_true(armed, "Camera must be armed to acquire a frame.");
+        const unsigned int size = frame->size;
+        *frame = qx_frame{};
+        frame->size = size;
+
+        std::uint64_t slot = 0;
+        char reply[reply_buffer_size] = {};
+        bool supported = true;
+        const std::string command = "image_acquire " + std::to_string(timeout_ms);
+        handle.channel().get_exchange(command.c_str(), command.size() + 1, &slot, sizeof slot, reply,
+                                      reply_buffer_size, false, supported);
+        kit::check_true(supported, not_supported_text);
+        if (slot == 0)
+            return;
+        if (!held_frames)
+            held_frames = std::make_shared<held_frame_ledger_class>(handle.device());
+        void* token = held_frames->hold(frame_buffer, reinterpret_cast<unsigned char*>(slot));
+        const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(slot), slot_size);
+        frame->frame_count = record.frame_count;
+        frame->image_data = record.image_data;
+        frame->metadata = record.metadata;
+        frame->metadata_size = record.metadata_size;
+        std::sscanf(reply, "%d %d %d", &frame->width, &frame->height, &frame->bit_depth);
+        frame->token = token;
+    });
+}
+
+void frame_acquisition_class::release_frame(qx_frame* frame) {
+    kit::check_argument(frame, "frame");
+    held_frame_ledger_class::release(frame->token);
+    frame->token = nullptr;
+    frame->image_data = nullptr;
+    frame->metadata = nullptr;
+}
+
+void frame_acquisition_class::forget_device() noexcept {
+    if (held_frames)
+        held_frames->forget_device();
 }
 
 void frame_acquisition_class::start_frame_loop(kit::qx_camera_handle_class& handle) {
@@ -322,7 +411,7 @@ void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle
             const frame_available_callback current = callback;
             if (current == nullptr)
                 continue;
-            const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame));
+            const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame), slot_size);
             void* context = callback_context;
             guard.unlock();
 

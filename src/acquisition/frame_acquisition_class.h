@@ -9,10 +9,12 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <climits>
 #include <memory>
 #include <mutex>
 #include <thread>
 
+#include "acquisition/held_frame_ledger_class.h"
 #include "quendral_vko_camera_sdk.h"
 
 namespace qx::kit {
@@ -30,8 +32,10 @@ struct frame_record {
 };
 
 // Reads a frame slot: a "VKO\0" record gives the metadata, the frame count
-// and where the pixels start; anything else is taken as pixels alone.
-frame_record scan_frame_record(unsigned char* slot);
+// and where the pixels start; anything else is taken as pixels alone. With a
+// `slot_size`, a pixel offset that leaves no pixel inside the slot counts as
+// no offset at all: no image data, metadata size 0.
+frame_record scan_frame_record(unsigned char* slot, std::int64_t slot_size = INT64_MAX);
 
 class frame_acquisition_class {
   public:
@@ -58,6 +62,16 @@ class frame_acquisition_class {
     void get_image_poll_timeout(kit::qx_camera_handle_class& handle, int* milliseconds);
     void get_is_armed(kit::qx_camera_handle_class& handle, int* is_armed);
     void get_measured_frame_rate(kit::qx_camera_handle_class& handle, double* frames_per_second);
+    void get_stream_statistics(kit::qx_camera_handle_class& handle, qx_stream_statistics* statistics);
+    // Waits up to `timeout_ms` for a frame and holds it (cameras without a
+    // callback only); the frame keeps its buffer alive until released.
+    void acquire_frame(kit::qx_camera_handle_class& handle, int timeout_ms, qx_frame* frame);
+    // Gives a held frame back; needs no camera handle and works after close.
+    static void release_frame(qx_frame* frame);
+
+    // The camera is closing: held frames stay valid, but their release no
+    // longer reaches the device. Never throws.
+    void forget_device() noexcept;
 
     // Stops a frame loop that is still running (closing a handle). Never throws.
     void stop_remaining_frame_loop() noexcept;
@@ -70,8 +84,11 @@ class frame_acquisition_class {
     void run_frame_loop(kit::qx_camera_handle_class& handle);
 
     bool armed = false;                             // guarded by the handle mutex
-    std::unique_ptr<unsigned char[]> frame_buffer;  // guarded by the handle mutex
+    // Shared with held frames, which keep it alive past a re-arm or close.
+    std::shared_ptr<unsigned char[]> frame_buffer;  // guarded by the handle mutex
     std::int32_t frame_buffer_size = 0;             // guarded by the handle mutex
+    std::int64_t slot_size = INT64_MAX;             // guarded by the handle mutex: bytes per frame at arm
+    std::shared_ptr<held_frame_ledger_class> held_frames;  // guarded by the handle mutex; made on first use
     frame_available_callback callback = nullptr;    // guarded by the handle mutex
     void* callback_context = nullptr;               // guarded by the handle mutex
 

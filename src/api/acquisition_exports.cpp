@@ -61,6 +61,18 @@ QX_CAMERA_API int qx_camera_set_image_poll_timeout(void* handle, int millisecond
     return acquisition_call(handle, &acquisition::set_image_poll_timeout, milliseconds);
 }
 
+QX_CAMERA_API int qx_camera_get_stream_statistics(void* handle, qx_stream_statistics* statistics) {
+    return acquisition_call(handle, &acquisition::get_stream_statistics, statistics);
+}
+
+QX_CAMERA_API int qx_camera_acquire_frame(void* handle, int timeout_ms, qx_frame* frame) {
+    return acquisition_call(handle, &acquisition::acquire_frame, timeout_ms, frame);
+}
+
+QX_CAMERA_API int qx_camera_release_frame(qx_frame* frame) {
+    return qx::api::run_kit_call([&] { acquisition::release_frame(frame); });
+}
+
 QX_CAMERA_API int qx_camera_get_measured_frame_rate(void* handle, double* frames_per_second) {
     return acquisition_call(handle, &acquisition::get_measured_frame_rate, frames_per_second);
 }

@@ -2,11 +2,16 @@
 // the call frame, under the handle mutex with the handle validated; the
 // routines hold the parameter logic.
 
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
 #include "api/call_frame.h"
 #include "camera/colour.h"
 #include "camera/frame_rate_control.h"
 #include "camera/gain_and_decibels.h"
 #include "camera/nir_boost.h"
+#include "camera/parameter_by_name.h"
 #include "camera/parameter_catalogue.h"
 #include "camera/region_of_interest.h"
 #include "camera/trigger_and_modes.h"
@@ -26,6 +31,34 @@ int parameter_call(void* handle, Routine routine, Arguments... arguments) {
     return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& opened) {
         opened.run_locked([&] { routine(opened, arguments...); });
     });
+}
+
+static_assert(QX_PARAMETER_INTEGER == static_cast<int>(camera::value_kind::integer) &&
+              QX_PARAMETER_REAL == static_cast<int>(camera::value_kind::real) &&
+              QX_PARAMETER_BOOLEAN == static_cast<int>(camera::value_kind::boolean) &&
+              QX_PARAMETER_TEXT == static_cast<int>(camera::value_kind::text) &&
+              QX_PARAMETER_INTEGER_LIST == static_cast<int>(camera::value_kind::integer_list));
+static_assert(QX_PARAMETER_READABLE == camera::parameter_readable &&
+              QX_PARAMETER_WRITABLE == camera::parameter_writable &&
+              QX_PARAMETER_HAS_RANGE == camera::parameter_has_range);
+
+// A by-name routine gets its texts checked before the camera is asked.
+void check_text_output(const char* output, const char* output_name, int size) {
+    qx::kit::check_argument(output, output_name);
+    if (size < 1)
+        qx::kit::fail_argument("text_size");
+}
+
+// Fails naming a value that would not fit with its terminator.
+void check_fits(const std::string& value, const char* what, int size) {
+    if (value.size() + 1 > static_cast<std::size_t>(size)) {
+        throw std::length_error(std::string("The ") + what + " needs " + std::to_string(value.size() + 1) +
+                                " bytes; the buffer holds " + std::to_string(size) + ".");
+    }
+}
+
+void copy_value(const std::string& value, char* output) {
+    std::memcpy(output, value.c_str(), value.size() + 1);
 }
 
 }  // namespace
@@ -438,6 +471,57 @@ QX_CAMERA_API int qx_camera_get_user_memory(void* handle, unsigned char* data, l
 QX_CAMERA_API int qx_camera_set_user_memory(void* handle, unsigned char* data, long long size,
                                             long long offset) {
     return parameter_call(handle, camera::set_user_memory, data, size, offset);
+}
+
+QX_CAMERA_API int qx_camera_get_parameter_count(int* count) {
+    return qx::api::run_kit_call([&] {
+        qx::kit::check_argument(count, "count");
+        *count = static_cast<int>(camera::named_parameters().size());
+    });
+}
+
+QX_CAMERA_API int qx_camera_get_parameter_description(int index, qx_parameter_description* description) {
+    return qx::api::run_kit_call([&] {
+        qx::kit::check_argument(description, "description");
+        const auto parameters = camera::named_parameters();
+        if (index < 0 || static_cast<std::size_t>(index) >= parameters.size())
+            qx::kit::fail_argument("index");
+        const camera::named_parameter& parameter = parameters[static_cast<std::size_t>(index)];
+        *description = {parameter.name, parameter.unit, parameter.description,
+                        static_cast<int>(parameter.kind), camera::parameter_flags(parameter)};
+    });
+}
+
+QX_CAMERA_API int qx_camera_get_parameter(void* handle, const char* name, char* value, int value_size) {
+    return parameter_call(handle, [&](qx_camera_handle_class& opened) {
+        qx::kit::check_argument(name, "name");
+        check_text_output(value, "value", value_size);
+        const std::string text = camera::read_named_parameter(opened, name);
+        check_fits(text, "value", value_size);
+        copy_value(text, value);
+    });
+}
+
+QX_CAMERA_API int qx_camera_set_parameter(void* handle, const char* name, const char* value) {
+    return parameter_call(handle, [&](qx_camera_handle_class& opened) {
+        qx::kit::check_argument(name, "name");
+        qx::kit::check_argument(value, "value");
+        camera::write_named_parameter(opened, name, value);
+    });
+}
+
+QX_CAMERA_API int qx_camera_get_parameter_range(void* handle, const char* name, char* minimum, char* maximum,
+                                                int text_size) {
+    return parameter_call(handle, [&](qx_camera_handle_class& opened) {
+        qx::kit::check_argument(name, "name");
+        check_text_output(minimum, "minimum", text_size);
+        check_text_output(maximum, "maximum", text_size);
+        const camera::text_range range = camera::read_named_parameter_range(opened, name);
+        check_fits(range.minimum, "minimum", text_size);
+        check_fits(range.maximum, "maximum", text_size);
+        copy_value(range.minimum, minimum);
+        copy_value(range.maximum, maximum);
+    });
 }
 
 }  // extern "C"

@@ -7,9 +7,9 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
-#include "device_qv/frame_record_format.h"
-#include "device_qv/pixel_unpacking.h"
 #include "device_qv/qv_camera_class.h"
 #include "platform/thread_name.h"
 
@@ -17,39 +17,10 @@ namespace qx::device_qv {
 
 namespace {
 
-constexpr std::uint32_t no_sequence = 0xFFFFFFFF;
 constexpr std::int64_t free_slot_timeout_ms = 10;
 constexpr std::int64_t pending_wait_step_ms = 100;
-constexpr std::size_t metadata_scan_words = 4095;
-constexpr std::size_t packed_source_offset = 56;
-constexpr std::size_t packet_buffer_size = 32768;
 constexpr std::uint32_t query_copy_length = 256;
 constexpr auto failed_read_pause = std::chrono::milliseconds(10);
-
-// Frees a calloc'ed block: the staging buffer is large, and calloc leaves
-// its untouched pages unmapped.
-struct free_deleter {
-    void operator()(unsigned char* block) const { std::free(block); }
-};
-using staging_block = std::unique_ptr<unsigned char, free_deleter>;
-
-// What the packet loop knows about the frame in progress.
-struct assembly_state {
-    bool in_frame = false;
-    std::int64_t packets = 0;
-    std::uint32_t previous_sequence = no_sequence;
-    std::int64_t write_position_words = 0;
-    std::int64_t metadata_length = 0;
-    std::int64_t pixel_start = 0;
-    std::int64_t expected_packets = 0;
-    bool packed = false;
-
-    void reset() {
-        in_frame = false;
-        packets = 0;
-        previous_sequence = no_sequence;
-    }
-};
 
 }  // namespace
 
@@ -78,10 +49,20 @@ void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
     if (camera.column_balancing.enabled)
         camera.column_balancing.adapt_tables(camera);
 
-    held_slot = nullptr;
     const std::int64_t new_pixel_bytes = static_cast<std::int64_t>(new_width) * new_height * 2;
-    const std::int64_t new_slot_size =
-        new_pixel_bytes + (camera.metadata_enabled.load() ? metadata_slot_reserve : 0);
+    // Such a frame could never be assembled whole: refuse it rather than
+    // lose every frame.
+    if (new_pixel_bytes + image_payload_size > largest_assembled_frame_bytes) {
+        throw std::runtime_error("A frame of " + std::to_string(new_width) + " x " + std::to_string(new_height) +
+                                 " pixels is larger than the " + std::to_string(largest_assembled_frame_bytes) +
+                                 " bytes the packet loop can assemble.");
+    }
+    held_slot = nullptr;
+    // Slots of the old buffer stay with whoever holds them; the kit never
+    // hands over a buffer that still has held frames.
+    acquired_slots.clear();
+    const bool metadata = camera.metadata_enabled.load();
+    const std::int64_t new_slot_size = new_pixel_bytes + (metadata ? metadata_slot_reserve : 0);
     const std::int64_t slot_count = new_slot_size > 0 ? size / new_slot_size : 0;
 
     abort_requested.exchange(true);
@@ -103,10 +84,11 @@ void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
         bit_depth = new_bit_depth;
         width = new_width;
         height = new_height;
-        pixel_bytes = new_pixel_bytes;
         slot_size = new_slot_size;
         buffer_start = buffer;
         buffer_last = buffer + size - 1;
+        geometry = assembly_geometry{new_width, new_height, new_bit_depth, metadata};
+        geometry_changed.store(true);
         std::lock_guard<std::mutex> guard(queues_mutex);
         free_slots = std::move(fresh_free);
         pending_slots = std::move(fresh_pending);
@@ -139,10 +121,48 @@ unsigned char* device_acquisition_class::hand_over(unsigned char* slot) {
             free->push(held_slot);
     }
     held_slot = slot;
-    if (slot != nullptr && camera.column_balancing.enabled) {
-        camera.column_balancing.correct_frame(slot, width, height, camera.cached_gain);
-    }
+    correct(slot);
     return slot;
+}
+
+void device_acquisition_class::correct(unsigned char* slot) {
+    if (slot != nullptr && camera.column_balancing.enabled)
+        camera.column_balancing.correct_frame(slot, width, height, camera.cached_gain);
+}
+
+unsigned char* device_acquisition_class::acquire_frame(std::int64_t timeout_ms) {
+    if (timeout_ms < 0)
+        throw std::invalid_argument("timeout_ms");
+    const auto pending = pending_queue();
+    if (!pending)
+        return nullptr;
+    bool timed_out = false;
+    unsigned char* slot = pending->pop(timeout_ms, timed_out);
+    if (slot == nullptr)
+        return nullptr;
+    std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+    // An arm between the pop and here replaced the buffer: the slot is not
+    // this arm's to hold.
+    if (slot < buffer_start || slot > buffer_last)
+        return nullptr;
+    acquired_slots.insert(slot);
+    correct(slot);
+    return slot;
+}
+
+void device_acquisition_class::release_frame(unsigned char* slot) {
+    std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+    if (acquired_slots.erase(slot) == 0)
+        return;
+    if (auto free = free_queue())
+        free->push(slot);
+}
+
+stream_statistics_record device_acquisition_class::statistics() const {
+    return stream_statistics_record{
+        counted.frames_delivered.load(), counted.frames_lost_incomplete.load(),
+        counted.frames_lost_no_free_slot.load(), counted.stalls_recovered.load(),
+        counted.resets.load(), counted.bytes_received.load(), counted.packets_received.load()};
 }
 
 unsigned char* device_acquisition_class::wait_for_frame() {
@@ -195,6 +215,9 @@ void device_acquisition_class::shut_down() noexcept {
         std::lock_guard<std::recursive_mutex> acquisition(camera.acquisition_lock);
         if (packet_loop.joinable()) {
             loop_stop_requested.exchange(true);
+            // The loop may be waiting on a read: end it now rather than
+            // after the read's time-out.
+            camera.transport()->wake_image_reader();
             if (packet_loop.get_id() == std::this_thread::get_id()) {
                 packet_loop.detach();
             } else {
@@ -213,24 +236,17 @@ void device_acquisition_class::run_packet_loop() {
     platform::name_current_thread("ACQUISITION PACKET LOOP");
     loop_running.store(true);
     try {
-        staging_block staging(static_cast<unsigned char*>(std::calloc(staging_buffer_size, 1)));
-        staging_block packet(static_cast<unsigned char*>(std::calloc(packet_buffer_size, 1)));
-        if (!staging || !packet)
-            throw std::runtime_error("Cannot allocate the packet staging buffers.");
+        packet_assembler_class assembler;
+        std::vector<unsigned char> packet(image_packet_size);
         camera.transport()->prime_image_channel();
 
-        assembly_state frame;
         for (;;) {
             if (loop_stop_requested.load())
                 break;
             bool timed_out = false;
             bool failed = false;
             bool stall = false;
-            camera.transport()->read_image_data(packet.get(), packet_timeout_ms, timed_out, failed, stall);
-            if (timed_out || failed || stall) {
-                if (loop_stop_requested.load())
-                    break;
-            }
+            camera.transport()->read_image_data(packet.data(), packet_timeout_ms, timed_out, failed, stall);
 
             // The packet is handled under the loop's lock, so that arming
             // never replaces the queues or the geometry in the middle of it;
@@ -238,136 +254,51 @@ void device_acquisition_class::run_packet_loop() {
             std::lock_guard<std::recursive_mutex> pass(camera.packet_loop_lock);
             if (loop_stop_requested.load())
                 break;
-            if (stall) {
-                frame.reset();
-                camera.transport()->parent_reset(true);
-                continue;
-            }
-            if (timed_out || failed) {
-                frame.reset();
-                // A failing link (an unplugged camera) fails every read at
-                // once; pause so that the loop does not spin.
-                if (failed && !timed_out)
+            if (geometry_changed.exchange(false))
+                assembler.set_geometry(geometry);
+            if (stall || timed_out || failed) {
+                assembler.abandon_frame();
+                counted.frames_lost_incomplete.store(assembler.frames_lost_incomplete());
+                if (stall) {
+                    camera.transport()->parent_reset(true);
+                    counted.resets.fetch_add(1);
+                    counted.stalls_recovered.fetch_add(1);
+                } else if (failed && !timed_out) {
+                    // A failing link (an unplugged camera) fails every read
+                    // at once; pause so that the loop does not spin.
                     std::this_thread::sleep_for(failed_read_pause);
+                }
                 continue;
             }
-
-            ++frame.packets;
-            const unsigned char* payload = packet.get() + 4;
-            const std::uint32_t header = read_word(packet.get());
-            bool deliver = false;
-            if (header != first_packet_header) {
-                const std::uint32_t sequence = header >> 16;
-                if (frame.previous_sequence != no_sequence && sequence - frame.previous_sequence != 1 &&
-                    sequence != 1) {
-                    frame.reset();
-                    continue;
-                }
-                if (!frame.in_frame) {
-                    frame.reset();
-                    continue;
-                }
-                if (frame.packets <= frame.expected_packets) {
-                    if (frame.write_position_words < staging_word_limit) {
-                        std::memcpy(staging.get() + frame.write_position_words * 2, payload,
-                                    image_payload_size);
-                        frame.write_position_words += image_payload_size / 2;
-                    }
-                }
-                frame.previous_sequence = sequence;
-                if (frame.packets < frame.expected_packets)
-                    continue;
-                deliver = true;
-            } else {
-                // A first packet: find the metadata's end and the packing.
-                std::int64_t metadata_start = -1;
-                frame.packed = false;
-                for (std::size_t word = 0; word + 1 < metadata_scan_words; word += 2) {
-                    const std::uint32_t key = read_word(payload + word * 4);
-                    const std::uint32_t value = read_word(payload + word * 4 + 4);
-                    if (key == magic_tag)
-                        metadata_start = static_cast<std::int64_t>(word * 4);
-                    if (key == format_tag && (value & 1) != 0)
-                        frame.packed = true;
-                    if (key == end_tag) {
-                        frame.pixel_start = static_cast<std::int64_t>(word * 4 + 8);
-                        frame.metadata_length = frame.pixel_start - (metadata_start < 0 ? 0 : metadata_start);
-                        break;
-                    }
-                }
-                const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
-                std::int64_t stream_bytes = pixels * 2;
-                if (frame.packed && bit_depth == 12)
-                    stream_bytes = (pixels * 3 / 4) * 2;
-                if (frame.packed && bit_depth == 10)
-                    stream_bytes = pixels * 10 / 8;
-                const std::int64_t total = frame.metadata_length + stream_bytes;
-                frame.expected_packets = (total + image_payload_size - 1) / image_payload_size;
-
-                if (camera.metadata_enabled.load()) {
-                    std::memcpy(staging.get(), payload, image_payload_size);
-                    frame.write_position_words = image_payload_size / 2;
-                } else {
-                    // The byte count is taken as a count of 16-bit words, so
-                    // the next packet lands at twice that byte offset.
-                    const std::int64_t kept = image_payload_size - frame.metadata_length;
-                    if (kept > 0)
-                        std::memcpy(staging.get(), payload + frame.pixel_start,
-                                    static_cast<std::size_t>(kept));
-                    frame.write_position_words = kept;
-                }
-                frame.in_frame = true;
-                if (frame.expected_packets != 1) {
-                    frame.packets = 1;
-                    continue;
-                }
-                deliver = true;
-            }
-            if (!deliver)
-                continue;
-
-            const auto free = free_queue();
-            const auto pending = pending_queue();
-            bool no_slot = false;
-            unsigned char* slot = free ? free->pop(free_slot_timeout_ms, no_slot) : nullptr;
-            if (slot == nullptr || !pending) {
-                // No free slot: the frame is lost, as on a camera whose host
-                // does not keep up.
-                frame.packets = 0;
-                continue;
-            }
-            // Every copy stays inside its slot, whatever the stream claims.
-            const std::int64_t room = slot_size;
-            const std::int64_t metadata_bytes = std::min(frame.metadata_length, room);
-            const bool packed12 = frame.packed && bit_depth == 12;
-            const bool packed10 = frame.packed && bit_depth == 10;
-            if (packed12 || packed10) {
-                std::memcpy(slot, staging.get(), static_cast<std::size_t>(metadata_bytes));
-                const std::int64_t destination_offset = frame.metadata_length & ~static_cast<std::int64_t>(1);
-                const std::int64_t pixels = static_cast<std::int64_t>(width) * height;
-                const std::int64_t groups_wanted =
-                    packed12 ? ((pixels * 3 / 4) + 2) / 3 : (pixels * 10 / 8 + 4) / 5;
-                const std::int64_t groups_fitting =
-                    std::max<std::int64_t>(0, (room - destination_offset) / 8);
-                const auto groups = static_cast<std::size_t>(std::min(groups_wanted, groups_fitting));
-                auto* destination = reinterpret_cast<std::uint16_t*>(slot + destination_offset);
-                if (packed12) {
-                    unpack_12bit(staging.get() + packed_source_offset, destination, groups);
-                } else {
-                    unpack_10bit(staging.get() + packed_source_offset, destination, groups);
-                }
-            } else {
-                const std::int64_t bytes = std::min(pixel_bytes + frame.metadata_length, room);
-                std::memcpy(slot, staging.get(), static_cast<std::size_t>(bytes));
-            }
-            pending->push(slot);
-            frame.in_frame = false;
-            frame.previous_sequence = no_sequence;
+            counted.packets_received.fetch_add(1);
+            counted.bytes_received.fetch_add(image_packet_size);
+            const auto outcome = assembler.add_packet(packet.data());
+            if (outcome == packet_assembler_class::outcome::frame_complete)
+                hand_off_frame(assembler);
+            counted.frames_lost_incomplete.store(assembler.frames_lost_incomplete());
         }
     } catch (const std::exception& failure) {
         std::printf("acq_function error: %s\n", failure.what());
     }
     loop_running.store(false);
+}
+
+void device_acquisition_class::hand_off_frame(packet_assembler_class& assembler) {
+    const auto free = free_queue();
+    const auto pending = pending_queue();
+    bool no_slot = false;
+    unsigned char* slot = free ? free->pop(free_slot_timeout_ms, no_slot) : nullptr;
+    if (slot == nullptr || !pending) {
+        // Every slot is full or held: the whole frame is lost, and counted.
+        counted.frames_lost_no_free_slot.fetch_add(1);
+        return;
+    }
+    if (!assembler.fill_slot(slot, slot_size)) {
+        free->push(slot);
+        return;
+    }
+    pending->push(slot);
+    counted.frames_delivered.fetch_add(1);
 }
 
 }  // namespace qx::device_qv

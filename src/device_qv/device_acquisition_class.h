@@ -8,21 +8,19 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include "device_qv/frame_slot_queue_class.h"
+#include "device_qv/packet_assembler_class.h"
+#include "device_qv/stream_statistics_record.h"
 
 namespace qx::device_qv {
 
 class qv_camera_class;
 
-inline constexpr std::uint32_t image_packet_size = 16384;
-inline constexpr std::uint32_t image_payload_size = 16380;
-inline constexpr std::uint32_t first_packet_header = 0x00009090;
 inline constexpr std::uint32_t packet_timeout_ms = 2000;
-inline constexpr std::size_t staging_buffer_size = 196'608'000;
-inline constexpr std::uint32_t staging_word_limit = 49'152'000;
-inline constexpr std::uint32_t metadata_slot_reserve = 16384;
+
 
 class device_acquisition_class {
   public:
@@ -50,6 +48,16 @@ class device_acquisition_class {
     // The next frame slot within the poll time-out, or null.
     unsigned char* poll_frame();
 
+    // The next frame slot within `timeout_ms`, held until release_frame; a
+    // held slot is never written. Null when none came.
+    unsigned char* acquire_frame(std::int64_t timeout_ms);
+    // Gives a held slot back to "free". A slot that is not held (one of an
+    // earlier arm) is ignored.
+    void release_frame(unsigned char* slot);
+
+    // A snapshot of the counters since the camera was opened.
+    stream_statistics_record statistics() const;
+
     // Stops the packet loop and drops both queues (camera destruction).
     void shut_down() noexcept;
 
@@ -59,11 +67,18 @@ class device_acquisition_class {
     int pixel_bit_depth() const { return bit_depth; }
 
   private:
-    // The packet loop thread's body.
+    // The packet loop thread's body: the reader. Reads packets, recovers
+    // stalls, feeds the assembler and hands whole frames over.
     void run_packet_loop();
+    // Moves the assembler's whole frame into a free slot and onto "pending",
+    // or counts it lost for want of a slot.
+    void hand_off_frame(packet_assembler_class& assembler);
     // Hands the held slot back to "free" and holds `slot` instead; applies
     // column correction to it. Holds the command lock.
     unsigned char* hand_over(unsigned char* slot);
+    // Applies column correction to a slot about to reach the kit. Holds the
+    // command lock.
+    void correct(unsigned char* slot);
     std::shared_ptr<frame_slot_queue_class> free_queue();
     std::shared_ptr<frame_slot_queue_class> pending_queue();
 
@@ -74,7 +89,6 @@ class device_acquisition_class {
     int bit_depth = 0;
     int width = 0;
     int height = 0;
-    std::int64_t pixel_bytes = 0;
     unsigned char* buffer_start = nullptr;
     unsigned char* buffer_last = nullptr;
     std::int64_t slot_size = 0;
@@ -84,12 +98,25 @@ class device_acquisition_class {
     std::atomic<bool> loop_stop_requested{false};
     std::atomic<bool> loop_running{false};
     std::thread packet_loop;  // started by the first arm, joined at shut-down
+    assembly_geometry geometry;                 // guarded by the packet loop lock
+    std::atomic<bool> geometry_changed{false};  // the packet loop takes `geometry` anew
+
+    struct counters {
+        std::atomic<std::uint64_t> frames_delivered{0};
+        std::atomic<std::uint64_t> frames_lost_incomplete{0};
+        std::atomic<std::uint64_t> frames_lost_no_free_slot{0};
+        std::atomic<std::uint64_t> stalls_recovered{0};
+        std::atomic<std::uint64_t> resets{0};
+        std::atomic<std::uint64_t> bytes_received{0};
+        std::atomic<std::uint64_t> packets_received{0};
+    } counted;
 
     std::mutex queues_mutex;                                // a leaf lock: nothing is taken while it is held
     std::shared_ptr<frame_slot_queue_class> free_slots;     // guarded by queues_mutex
     std::shared_ptr<frame_slot_queue_class> pending_slots;  // guarded by queues_mutex
 
-    unsigned char* held_slot = nullptr;  // guarded by the camera's command lock
+    unsigned char* held_slot = nullptr;        // guarded by the camera's command lock
+    std::set<unsigned char*> acquired_slots;  // held by acquire_frame; guarded by the command lock
 };
 
 }  // namespace qx::device_qv

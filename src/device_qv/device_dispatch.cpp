@@ -93,6 +93,39 @@ void not_implemented(const dispatch_call& call, const char* failure) {
     throw std::runtime_error(failure);
 }
 
+// "image_acquire <time-out in ms>": data is the address of a 64-bit slot
+// address; the reply is the frame's "<width> <height> <bit depth>".
+void acquire_frame(const dispatch_call& call, const std::string& trimmed_command) {
+    constexpr std::size_t prefix_length = 14;
+    if (call.data == nullptr)
+        throw std::runtime_error("A data pointer must be provided to acquire an image.");
+    const int timeout_ms = camera::to_int(std::string_view(trimmed_command).substr(prefix_length));
+    auto& acquisition = call.camera.acquisition;
+    store_frame_pointer(call, acquisition.acquire_frame(timeout_ms));
+    write_reply(call, std::to_string(acquisition.image_width()) + " " +
+                          std::to_string(acquisition.image_height()) + " " +
+                          std::to_string(acquisition.pixel_bit_depth()));
+}
+
+// data is the address of the 64-bit slot address to give back.
+void release_frame(const dispatch_call& call, const std::string&) {
+    std::uint64_t address = 0;
+    if (call.data == nullptr || call.data_size < sizeof address)
+        throw std::runtime_error("The address of a held frame must be provided to release it.");
+    std::memcpy(&address, call.data, sizeof address);
+    call.camera.acquisition.release_frame(reinterpret_cast<unsigned char*>(static_cast<std::uintptr_t>(address)));
+}
+
+// data receives the counters, cut to data_size bytes.
+void stream_statistics(const dispatch_call& call, const std::string&) {
+    if (call.data == nullptr)
+        throw std::runtime_error("A data pointer must be provided for the stream statistics.");
+    const stream_statistics_record record = call.camera.acquisition.statistics();
+    std::memcpy(const_cast<void*>(call.data), &record,
+                call.data_size < sizeof record ? static_cast<std::size_t>(call.data_size) : sizeof record);
+    write_reply(call, "");
+}
+
 void stop_acquisition(const dispatch_call& call, const std::string&) {
     call.camera.acquisition.stop();
 }
@@ -130,6 +163,8 @@ const dispatch_row get_rows[] = {
          write_reply(call, call.camera.metadata_enabled.load() ? "on" : "off");
      }},
     {"acquisition_bytes_per_frame", false, frame_size},
+    {"image_acquire ", true, acquire_frame},
+    {"stream_statistics", false, stream_statistics},
     {"ccon", false,
      [](const dispatch_call& call, const std::string&) {
          std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
@@ -172,6 +207,7 @@ const dispatch_row set_rows[] = {
          call.camera.image_poll_timeout_ms.store(
              static_cast<std::uint32_t>(camera::to_int_or_zero(data_text(call))));
      }},
+    {"image_release", false, release_frame},
     {"unblock_image_wait_for_frame", false,
      [](const dispatch_call& call, const std::string&) { call.camera.acquisition.unblock(); }},
 };

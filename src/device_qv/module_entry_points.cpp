@@ -10,6 +10,7 @@
 #include "device_qv/device_dispatch.h"
 #include "device_qv/module_state_class.h"
 #include "device_qv/qv_camera_class.h"
+#include "quendral_vko_logging.h"
 
 using qx::device_qv::module_state_class;
 using qx::device_qv::qv_camera_class;
@@ -19,6 +20,16 @@ namespace {
 constexpr const char* module_name = QX_QV_DEVICE_TYPE_NAME;
 constexpr const char* module_type = QX_DEVICE_MODULE_TYPE;
 constexpr char module_version[] = "1.0";
+
+// The module logs under this source name through the kit's logger front.
+constexpr char log_source_name[] = "camera_mgc";
+constexpr char log_group_name[] = "hotplug";
+
+void write_hotplug_log_line(const char* line) {
+    // Built on first use and kept: the front's registry outlives the module.
+    static void* const logger = t_get_logger(log_source_name, log_group_name);
+    t_log_information(logger, __FILE__, __LINE__, "usb_hotplug_callback", "%s", line);
+}
 
 int dispatch(int (*route)(const qx::device_qv::dispatch_call&), void* device, const char* command,
              std::uint64_t command_size, const void* data, std::uint64_t data_size, char* response,
@@ -43,6 +54,7 @@ QX_CAMERA_API const char* qx_module_get_type(void) {
 
 QX_CAMERA_API int qx_module_initialize(qx_hotplug_record* host) {
     try {
+        module_state_class::instance().set_log_sink(&write_hotplug_log_line);
         return module_state_class::instance().initialize(host);
     } catch (...) {
         return 1;

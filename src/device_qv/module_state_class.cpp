@@ -1,9 +1,15 @@
 #include "device_qv/module_state_class.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <chrono>
+#include <cstdarg>
 #include <cstring>
 #include <vector>
+
+#define STB_SPRINTF_IMPLEMENTATION
+#define STB_SPRINTF_STATIC
+#define STB_SPRINTF_NOUNALIGNED
+#include <stb/stb_sprintf.h>
 
 #include "device_qv/qv_camera_class.h"
 #include "usb/usb_driver_base.h"
@@ -11,6 +17,13 @@
 namespace qx::device_qv {
 
 namespace {
+
+// A log line holds a device path and a few words of text.
+constexpr std::size_t hotplug_log_line_size = usb::device_path_capacity + 128;
+// "1," or "0,", the id and the terminator.
+constexpr std::size_t hotplug_payload_capacity = hotplug_id_capacity + 3;
+// Longest wait of a new hot-plug event for the listener to fetch the last.
+constexpr std::chrono::seconds handover_wait{5};
 
 void module_hotplug_callback(int event_code, const char* device_path, void*) {
     module_state_class::instance().on_hotplug_event(event_code, device_path);
@@ -24,6 +37,22 @@ module_state_class& module_state_class::instance() {
     return *state;
 }
 
+void module_state_class::set_log_sink(log_sink sink) {
+    hotplug_log_sink.store(sink);
+}
+
+void module_state_class::log_line(const char* format, ...) {
+    const log_sink sink = hotplug_log_sink.load();
+    if (sink == nullptr)
+        return;
+    char line[hotplug_log_line_size];
+    va_list arguments;
+    va_start(arguments, format);
+    stbsp_vsnprintf(line, sizeof line, format, arguments);
+    va_end(arguments);
+    sink(line);
+}
+
 int module_state_class::initialize(qx_hotplug_record* host) {
     identity_filter = {};
     identity_filter.vendor_id = qv_vendor_id;
@@ -31,7 +60,8 @@ int module_state_class::initialize(qx_hotplug_record* host) {
     initialised = true;
     {
         std::lock_guard<std::mutex> guard(hotplug_mutex);
-        hotplug_event = std::make_shared<platform::auto_reset_event_class>();
+        if (initialisation_count++ == 0)
+            hotplug_event = std::make_shared<platform::auto_reset_event_class>();
     }
     if (host != nullptr && host->hotplug_event_subscribe != nullptr) {
         for (const std::uint32_t product : qv_product_ids) {
@@ -45,11 +75,17 @@ int module_state_class::uninitialize() {
     std::shared_ptr<platform::auto_reset_event_class> closing;
     {
         std::lock_guard<std::mutex> guard(hotplug_mutex);
-        closing = std::move(hotplug_event);
-        hotplug_event.reset();
+        if (initialisation_count > 0 && --initialisation_count == 0) {
+            // The stored event is cleared before it is closed, so that no new
+            // wait starts on a closed event.
+            closing = std::move(hotplug_event);
+            hotplug_event.reset();
+        }
     }
-    if (closing)
+    if (closing) {
         closing->close();
+        detach_listener();
+    }
     return 0;
 }
 
@@ -133,28 +169,36 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
     const std::string path = device_path == nullptr ? std::string() : std::string(device_path);
     auto event = current_hotplug_event();
     if (event_code == QX_HOTPLUG_EVENT_ARRIVAL) {
+        log_line("usb_hotplug_callback() - HOTPLUG_CONNECT path:%s \n", path.c_str());
         std::string camera_id;
         try {
             auto transport = usb::open_usb_driver(path);
             qv_camera_class camera(transport.get());
             camera_id = camera.id();
+            // The kit creates the arriving camera by its id next, before any
+            // new enumeration has listed it.
+            remember_device(camera_id, path);
         } catch (...) {
             // An arrival whose camera cannot be read is handed over with an
             // empty id; the kit's listener refuses it.
         }
         {
-            std::lock_guard<std::mutex> guard(hotplug_mutex);
+            const auto guard = take_handover();
             pending_event_code = 1;
             std::memset(event_camera_id, 0, sizeof event_camera_id);
             std::strncpy(event_camera_id, camera_id.c_str(), sizeof event_camera_id - 1);
+            payload_unread = true;
         }
         if (event)
             event->set();
         return;
     }
     if (event_code == QX_HOTPLUG_EVENT_DEPARTURE) {
+        log_line("usb_hotplug_callback() - HOTPLUG_DISCONNECT path:%s\n", path.c_str());
         {
-            std::scoped_lock guard(hotplug_mutex, device_paths_mutex);
+            const auto guard = take_handover();
+            std::lock_guard<std::mutex> paths_guard(device_paths_mutex);
+            payload_unread = true;
             pending_event_code = 2;
             std::memset(event_camera_id, 0, sizeof event_camera_id);
             for (auto entry = device_paths.begin(); entry != device_paths.end(); ++entry) {
@@ -169,28 +213,61 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
             event->set();
         return;
     }
-    std::lock_guard<std::mutex> guard(hotplug_mutex);
-    pending_event_code = 0;
-    std::memset(event_camera_id, 0, sizeof event_camera_id);
+    {
+        const auto guard = take_handover();
+        pending_event_code = 0;
+        std::memset(event_camera_id, 0, sizeof event_camera_id);
+    }
+    log_line("usb_hotplug_callback() - UNKNOWN EVENT (0x%08x)\n", static_cast<unsigned int>(event_code));
+}
+
+std::unique_lock<std::mutex> module_state_class::take_handover() {
+    std::unique_lock<std::mutex> guard(hotplug_mutex);
+    // Bounded: a listener held up in the application's callback for longer
+    // loses the older event rather than stalling the monitor.
+    payload_fetched.wait_for(guard, handover_wait, [&] { return !payload_unread || !listener_attached; });
+    return guard;
 }
 
 int module_state_class::wait_for_hotplug_payload(char* payload) {
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        listener_attached = true;
+    }
     auto event = current_hotplug_event();
-    if (event)
-        event->wait();
-    std::lock_guard<std::mutex> guard(hotplug_mutex);
-    if (payload == nullptr)
-        return 0;
-    if (pending_event_code == 1)
-        std::snprintf(payload, hotplug_id_capacity + 3, "1,%s", event_camera_id);
-    if (pending_event_code == 2)
-        std::snprintf(payload, hotplug_id_capacity + 3, "0,%s", event_camera_id);
+    // A wait on a closed event would return at once, for ever: the waiter
+    // learns that the module has been shut down instead.
+    if (!event || !event->wait())
+        return 1;
+    char written[hotplug_payload_capacity] = {};
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        if (pending_event_code == 1)
+            stbsp_snprintf(written, sizeof written, "1,%s", event_camera_id);
+        if (pending_event_code == 2)
+            stbsp_snprintf(written, sizeof written, "0,%s", event_camera_id);
+        payload_unread = false;
+    }
+    payload_fetched.notify_all();
+    if (payload != nullptr && written[0] != '\0')
+        std::memcpy(payload, written, std::strlen(written) + 1);
+    log_line("qx_get_module_data(connect_disconnect) - %s\n", written);
     return 0;
 }
 
 void module_state_class::release_hotplug_waiter() {
+    // A release lets the listener go: events no longer wait for it.
+    detach_listener();
     if (auto event = current_hotplug_event())
         event->set();
+}
+
+void module_state_class::detach_listener() {
+    {
+        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        listener_attached = false;
+    }
+    payload_fetched.notify_all();
 }
 
 }  // namespace qx::device_qv

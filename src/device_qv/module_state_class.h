@@ -3,6 +3,8 @@
 // found by the last enumeration, the map from camera id to device path, the
 // list of open cameras, and the hand-over of hot-plug events.
 
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -24,11 +26,21 @@ inline constexpr std::size_t hotplug_id_capacity = 256;
 
 class module_state_class {
   public:
+    // Receives each formatted hot-plug log line.
+    using log_sink = void (*)(const char* line);
+
     static module_state_class& instance();
 
+    // Where hot-plug log lines go; none by default. The kit installs its
+    // logger front, a module reusing this code may leave it unset.
+    void set_log_sink(log_sink sink);
+
     // Sets the identity filter, creates the hot-plug event and subscribes to
-    // the family's devices through the host's monitor.
+    // the family's devices through the host's monitor. Counted: while a
+    // reopened kit initialises the module before the old kit uninitialises
+    // it, the one event stays.
     int initialize(qx_hotplug_record* host);
+    // The last uninitialisation closes the event, which ends a wait.
     int uninitialize();
 
     // Lists the family's cameras: ids each followed by ',' and a final '.',
@@ -45,7 +57,8 @@ class module_state_class {
 
     // Hot-plug: records an arrival or departure and signals the waiter.
     void on_hotplug_event(int event_code, const char* device_path);
-    // Blocks until an event is signalled, then writes "1,<id>" or "0,<id>".
+    // Blocks until an event is signalled, then writes "1,<id>" or "0,<id>";
+    // 0. 1 when the module is not initialised or is uninitialised meanwhile.
     int wait_for_hotplug_payload(char* payload);
     void release_hotplug_waiter();
 
@@ -67,11 +80,24 @@ class module_state_class {
 
     std::shared_ptr<platform::auto_reset_event_class> current_hotplug_event();
 
+    void log_line(const char* format, ...);
+
     bool initialised = false;
+    std::atomic<log_sink> hotplug_log_sink{nullptr};
     std::mutex hotplug_mutex;
+    int initialisation_count = 0;                                     // guarded by hotplug_mutex
     std::shared_ptr<platform::auto_reset_event_class> hotplug_event;  // guarded by hotplug_mutex
     std::int32_t pending_event_code = 0;                              // guarded by hotplug_mutex
     char event_camera_id[hotplug_id_capacity] = {};                   // guarded by hotplug_mutex
+    // While a listener fetches events, a new event waits (boundedly) until
+    // the last one has been fetched instead of overwriting it: a camera that
+    // is unplugged and plugged again at once must give two events.
+    bool listener_attached = false;  // guarded by hotplug_mutex
+    bool payload_unread = false;     // guarded by hotplug_mutex
+    std::condition_variable payload_fetched;
+    // Takes the hand-over for a new event: waits while the last one is unread.
+    std::unique_lock<std::mutex> take_handover();
+    void detach_listener();
 };
 
 }  // namespace qx::device_qv

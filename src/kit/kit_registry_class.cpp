@@ -1,6 +1,8 @@
 #include "kit/kit_registry_class.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -60,6 +62,43 @@ std::vector<std::string> entries_of_module(const std::string& gathered, const st
 
 }  // namespace
 
+std::unique_lock<std::recursive_mutex> kit_registry_class::lock_registry() {
+    const std::atomic<bool>* stop = acquisition::hotplug_listener_class::current_stop_flag();
+    if (stop == nullptr)
+        return std::unique_lock<std::recursive_mutex>(registry_mutex);
+    std::unique_lock<std::recursive_mutex> guard(registry_mutex, std::defer_lock);
+    while (!guard.try_lock()) {
+        if (stop->load())
+            fail_condition_is_true("The hot-plug listener is stopping.");
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return guard;
+}
+
+void kit_registry_class::set_connect_callback(camera_connect_callback callback, void* context) {
+    const auto guard = lock_registry();
+    hotplug_events.set_connect_callback(callback, context, kit_object.get());
+}
+
+void kit_registry_class::set_disconnect_callback(camera_disconnect_callback callback, void* context) {
+    const auto guard = lock_registry();
+    hotplug_events.set_disconnect_callback(callback, context, kit_object.get());
+}
+
+bool kit_registry_class::is_device_id_open(const std::string& device_id) const {
+    return std::any_of(open_handles.begin(), open_handles.end(),
+                       [&](const qx_camera_handle_class* open) { return open->device_id() == device_id; });
+}
+
+std::string kit_registry_class::serial_number_of(const std::string& device_id) const {
+    const auto entry = discovered_serials.find(device_id);
+    return entry == discovered_serials.end() ? std::string() : entry->second;
+}
+
+void kit_registry_class::remember_serial_number(const std::string& device_id, const std::string& serial_number) {
+    discovered_serials[device_id] = serial_number;
+}
+
 kit_registry_class& kit_registry_class::instance() {
     // Never destroyed: handles and modules may still be alive while the
     // process exits.
@@ -73,21 +112,24 @@ kit_class& kit_registry_class::require_kit() {
 }
 
 void kit_registry_class::open_sdk() {
-    std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+    const auto guard = lock_registry();
     for (auto& flag : hotplug_listener_enabled) flag.exchange(1);
     auto fresh = std::make_unique<kit_class>();
+    // The listeners wait on the old kit's modules: they end with it.
+    hotplug_events.stop_listeners();
     std::swap(kit_object, fresh);
     // The old kit object, if any, is destroyed here, after the new one works.
 }
 
 void kit_registry_class::close_sdk() {
-    std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+    const auto guard = lock_registry();
     check_true(open_handles.empty(), "Cameras must be closed before closing the SDK.");
+    hotplug_events.stop_listeners();
     kit_object.reset();
 }
 
 void kit_registry_class::discover_cameras(char* serial_numbers, int size) {
-    std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+    const auto guard = lock_registry();
     kit_class& kit = require_kit();
 
     std::vector<char> ids(device_id_list_size, '\0');
@@ -120,7 +162,7 @@ void kit_registry_class::discover_cameras(char* serial_numbers, int size) {
 void* kit_registry_class::open_camera(const char* serial_number) {
     qx_camera_handle_class* handle = nullptr;
     {
-        std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+        const auto guard = lock_registry();
         if (serial_number == nullptr)
             throw std::invalid_argument("camera_serial_number");
 
@@ -132,11 +174,7 @@ void* kit_registry_class::open_camera(const char* serial_number) {
             }
         }
         check_false(device_id.empty(), "Serial number not found");
-        const auto holds_device_id = [&](const qx_camera_handle_class* open) {
-            return open->device_id() == device_id;
-        };
-        check_false(std::any_of(open_handles.begin(), open_handles.end(), holds_device_id),
-                    "Camera is already open.");
+        check_false(is_device_id_open(device_id), "Camera is already open.");
 
         kit_class& kit = require_kit();
         auto device = kit.manager.create_device(QX_QV_DEVICE_TYPE_NAME, device_id);
@@ -174,7 +212,7 @@ void kit_registry_class::close_camera(void* handle) {
     std::string failures;
     auto* camera = static_cast<qx_camera_handle_class*>(handle);
     try {
-        std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+        const auto guard = lock_registry();
         validate_handle(handle);
         // A second close of a handle being closed is refused like a stale one.
         if (!closing_handles.insert(camera).second)
@@ -190,7 +228,7 @@ void kit_registry_class::close_camera(void* handle) {
 }
 
 void kit_registry_class::validate_handle(const void* handle) {
-    std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+    const auto guard = lock_registry();
     for (const auto* open : open_handles) {
         if (open == handle)
             return;
@@ -199,6 +237,7 @@ void kit_registry_class::validate_handle(const void* handle) {
 }
 
 void kit_registry_class::remove_handle(const qx_camera_handle_class* handle) {
+    // A plain lock: a handle's destruction never throws.
     std::lock_guard<std::recursive_mutex> guard(registry_mutex);
     open_handles.remove(const_cast<qx_camera_handle_class*>(handle));
     closing_handles.erase(handle);

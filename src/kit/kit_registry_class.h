@@ -17,6 +17,7 @@
 #include <set>
 #include <string>
 
+#include "acquisition/hotplug_events_class.h"
 #include "kit/kit_class.h"
 
 namespace qx::kit {
@@ -38,12 +39,30 @@ class kit_registry_class {
     // Takes a handle out of the open-handle list (its destruction does this).
     void remove_handle(const qx_camera_handle_class* handle);
 
+    // The hot-plug setters: store the callback and start or stop the
+    // listeners.
+    void set_connect_callback(camera_connect_callback callback, void* context);
+    void set_disconnect_callback(camera_disconnect_callback callback, void* context);
+
+    // Takes the registry mutex. On a hot-plug listener's thread (a callback
+    // calling into the kit) it gives way when that listener is being
+    // stopped, since the thread stopping it may hold the mutex while it
+    // waits for the listener to end.
+    std::unique_lock<std::recursive_mutex> lock_registry();
+
+    // Hot-plug bookkeeping; the caller holds the registry mutex.
+    bool is_device_id_open(const std::string& device_id) const;
+    // The serial number that discovery or an arrival recorded for a device
+    // id; empty when none did.
+    std::string serial_number_of(const std::string& device_id) const;
+    void remember_serial_number(const std::string& device_id, const std::string& serial_number);
+
     std::recursive_mutex& mutex() { return registry_mutex; }
     // The kit object; null while the kit is closed. Caller holds mutex().
     kit_class* kit() { return kit_object.get(); }
 
     // Set by every open_sdk; each family's hot-plug listener starts once per
-    // opening of the kit.
+    // opening of the kit. Indexed like hotplug_events_class::families().
     std::array<std::atomic<int>, 2> hotplug_listener_enabled{};
 
   private:
@@ -55,6 +74,7 @@ class kit_registry_class {
     std::list<qx_camera_handle_class*> open_handles;          // guarded by registry_mutex
     std::set<const qx_camera_handle_class*> closing_handles;  // guarded by registry_mutex
     std::map<std::string, std::string> discovered_serials;  // device id -> serial; guarded by registry_mutex
+    acquisition::hotplug_events_class hotplug_events;      // guarded by registry_mutex
 };
 
 }  // namespace qx::kit

@@ -35,6 +35,9 @@ qx_camera_handle_class::~qx_camera_handle_class() {
         });
         acquisition.stop_remaining_frame_loop();
     }
+    // Held frames outlive the camera; their release must not reach a
+    // destroyed device.
+    acquisition.forget_device();
     collect([&] { device_link.destroy_device(); });
     kit_registry_class::instance().remove_handle(this);
     if (!failures.empty())

@@ -47,6 +47,10 @@ void* find_symbol(library_handle handle, const char* name);
 // empty text when it cannot be had.
 std::string own_library_path();
 
+// Whether a loaded object's file name is the wanted library file: the same
+// name, or the same name followed by a version (".0", ".0.1.0").
+bool is_same_library_file(const std::string& file_name, const std::string& wanted_file_name);
+
 // The file-name part of a path (after the last '/' or '\').
 std::string file_name_of(const std::string& path);
 

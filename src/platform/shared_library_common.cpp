@@ -33,6 +33,24 @@ std::string file_name_of(const std::string& path) {
     return cut == std::string::npos ? path : path.substr(cut + 1);
 }
 
+bool is_same_library_file(const std::string& file_name, const std::string& wanted_file_name) {
+    if (file_name.compare(0, wanted_file_name.size(), wanted_file_name) != 0)
+        return false;
+    const std::string version = file_name.substr(wanted_file_name.size());
+    if (version.empty())
+        return true;
+    // A program linked against the library loads it by its SONAME, which
+    // carries the ABI version: "libX.so.0" (or "libX.so.0.1.0") is "libX.so".
+    if (version.size() < 2 || version.front() != '.' || version.back() == '.')
+        return false;
+    for (std::size_t i = 1; i < version.size(); ++i) {
+        const char c = version[i];
+        if (!(c >= '0' && c <= '9') && !(c == '.' && version[i - 1] != '.'))
+            return false;
+    }
+    return true;
+}
+
 std::vector<std::string> module_search_directories() {
     std::vector<std::string> directories;
     if (const char* list = std::getenv("QX_CAMERA_MODULE_PATH")) {

@@ -26,7 +26,7 @@ int match_loaded_object(struct dl_phdr_info* info, size_t, void* data) {
     auto* search = static_cast<loaded_library_search*>(data);
     if (info->dlpi_name == nullptr || info->dlpi_name[0] == '\0')
         return 0;
-    if (file_name_of(info->dlpi_name) == search->wanted_file_name) {
+    if (is_same_library_file(file_name_of(info->dlpi_name), search->wanted_file_name)) {
         search->found_path = info->dlpi_name;
         return 1;
     }

@@ -46,6 +46,7 @@ class cypress_fx3_class final : public usb_driver_base {
     std::string get_usb_port_speed() override;
     void read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out, bool& failed,
                          bool& stalled) override;
+    void wake_image_reader() noexcept override;
     void prime_image_channel() override;
     bool get_is_endpoint_stalled(int channel, bool is_in) override;
     void unstall_endpoint(int channel, bool is_in) override;
@@ -90,6 +91,10 @@ class cypress_fx3_class final : public usb_driver_base {
         control_scratch{};  // guarded by control_lock
     windows_driver_calls& driver;  // every request to the USB driver goes through it
     void* device;                  // the opened driver file (a HANDLE)
+    // An auto-reset event (a HANDLE) that ends the image reader's wait; it
+    // stays set until a read consumes it. The kit's own event, not a driver
+    // request: the wake reaches no driver, simulated or real.
+    void* image_reader_wake;
     std::array<channel_descriptor, 4> channels;
 };
 

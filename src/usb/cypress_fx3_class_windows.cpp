@@ -94,7 +94,8 @@ cypress_fx3_class::cypress_fx3_class(std::string device_path, windows_driver_cal
     : usb_driver_base(std::move(device_path)),
       driver(calls),
       device(driver.create_file(this->device_path().c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING,
-                                FILE_FLAG_OVERLAPPED)) {
+                                FILE_FLAG_OVERLAPPED)),
+      image_reader_wake(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {
     if (device == INVALID_HANDLE_VALUE) {
         throw std::runtime_error("cypress_fx3_class::cypress_fx3_class CreateFile error.");
     }
@@ -393,9 +394,17 @@ void cypress_fx3_class::read_image_data(void* destination, std::uint32_t timeout
         // on while the image transfer is pending.
         for (int waits = 1;; ++waits) {
             SetLastError(ERROR_SUCCESS);
-            const DWORD waited = WaitForSingleObject(record.overlapped.hEvent, timeout_ms);
+            const HANDLE events[] = {record.overlapped.hEvent, image_reader_wake};
+            const DWORD waited =
+                WaitForMultipleObjects(image_reader_wake != nullptr ? 2 : 1, events, FALSE, timeout_ms);
             const DWORD wait_error = GetLastError();
             transfer.lock();
+            if (waited == WAIT_OBJECT_0 + 1) {
+                // The reader is shutting down: the transfer stays pending at
+                // the front, and no stall query is made on the way out.
+                timed_out = true;
+                break;
+            }
             timed_out = waited == WAIT_TIMEOUT;
             if (waited == WAIT_OBJECT_0) {
                 completed = true;
@@ -439,6 +448,11 @@ void cypress_fx3_class::read_image_data(void* destination, std::uint32_t timeout
         queue_packet(record);
 }
 
+void cypress_fx3_class::wake_image_reader() noexcept {
+    if (image_reader_wake != nullptr)
+        SetEvent(image_reader_wake);
+}
+
 void cypress_fx3_class::cleanup() {
     // The driver must have handed every buffer back before it is freed.
     for (channel_descriptor& channel : channels) {
@@ -457,6 +471,10 @@ void cypress_fx3_class::cleanup() {
                 static_cast<void>(record.release());
         }
         channel.records.clear();
+    }
+    if (image_reader_wake != nullptr) {
+        CloseHandle(image_reader_wake);
+        image_reader_wake = nullptr;
     }
     if (!closed)
         throw std::runtime_error("cypress_fx3_class::cleanup CloseHandle error.");

@@ -112,6 +112,10 @@ void emulated_fx3_class::read_image_data(void* destination, std::uint32_t timeou
     }
 }
 
+void emulated_fx3_class::wake_image_reader() noexcept {
+    qx_emu_device_cancel_packet_read(device);
+}
+
 void emulated_fx3_class::prime_image_channel() {
     // The emulator produces packets on demand; nothing needs submitting.
 }

@@ -21,6 +21,7 @@ class emulated_fx3_class final : public usb_driver_base {
     std::string get_usb_port_speed() override;
     void read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out, bool& failed,
                          bool& stalled) override;
+    void wake_image_reader() noexcept override;
     void prime_image_channel() override;
     bool get_is_endpoint_stalled(int channel, bool is_in) override;
     void unstall_endpoint(int channel, bool is_in) override;

@@ -50,6 +50,7 @@ class libusb_fx3_class final : public usb_driver_base {
     std::string get_usb_port_speed() override;
     void read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out, bool& failed,
                          bool& stalled) override;
+    void wake_image_reader() noexcept override;
     void prime_image_channel() override;
     bool get_is_endpoint_stalled(int channel, bool is_in) override;
     // For the image channel, cancels its transfers first; each then comes
@@ -119,7 +120,8 @@ class libusb_fx3_class final : public usb_driver_base {
     bool interface_claimed = false;  // guarded by control_lock
 
     std::mutex completion_lock;
-    std::condition_variable completion_changed;  // a record's state changed
+    std::condition_variable completion_changed;  // a record's state changed, or the reader was woken
+    bool image_reader_woken = false;             // guarded by completion_lock; kept until a read consumes it
 };
 
 }  // namespace qx::usb

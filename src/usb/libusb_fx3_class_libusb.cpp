@@ -6,6 +6,7 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "api/status_codes.h"
 #include "kit/checks.h"
@@ -357,12 +358,21 @@ void libusb_fx3_class::read_image_data(void* destination, std::uint32_t timeout_
     // this reader (under image_lock) takes records off the queue.
     transfers.unlock();
     bool came_back = false;
+    bool woken = false;
     {
         std::unique_lock<std::mutex> completion(completion_lock);
-        came_back = completion_changed.wait_for(completion, std::chrono::milliseconds(timeout_ms),
-                                                [&] { return record.state != transfer_state::in_flight; });
+        completion_changed.wait_for(completion, std::chrono::milliseconds(timeout_ms), [&] {
+            return record.state != transfer_state::in_flight || image_reader_woken;
+        });
+        came_back = record.state != transfer_state::in_flight;
+        woken = std::exchange(image_reader_woken, false);
     }
     transfers.lock();
+    if (!came_back && woken) {
+        // The reader is shutting down: no stall query on the way out.
+        timed_out = true;
+        return;
+    }
     if (!came_back) {
         // Still submitted: it stays the oldest, for the next call.
         timed_out = true;
@@ -424,6 +434,14 @@ void libusb_fx3_class::report_image_completion(transfer_record& record, void* de
     if (completed && status == LIBUSB_TRANSFER_NO_DEVICE)
         return;
     stalled = get_is_endpoint_stalled(image_channel, true);
+}
+
+void libusb_fx3_class::wake_image_reader() noexcept {
+    {
+        std::lock_guard<std::mutex> completion(completion_lock);
+        image_reader_woken = true;
+    }
+    completion_changed.notify_all();
 }
 
 bool libusb_fx3_class::cancel_image_transfers() {

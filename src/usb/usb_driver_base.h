@@ -65,6 +65,10 @@ class usb_driver_base {
     virtual void read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out, bool& failed,
                                  bool& stalled) = 0;
 
+    // Ends a read_image_data waiting on another thread at once, as a
+    // time-out; when none is waiting, the next one ends so. Never throws.
+    virtual void wake_image_reader() noexcept = 0;
+
     // Submits every image transfer, so that the driver always holds buffers.
     // Called once when the packet loop starts. Takes transfer_lock.
     virtual void prime_image_channel() = 0;

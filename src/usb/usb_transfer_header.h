@@ -27,7 +27,9 @@ struct T_USB_TRANSFER_HEADER_STRUCT_PACKED {
 
 inline constexpr std::uint32_t transfer_header_size = 38;
 
+// The driver reads these offsets; the compiler holds the layout to them.
 static_assert(sizeof(T_USB_TRANSFER_HEADER_STRUCT_PACKED) == transfer_header_size);
+static_assert(alignof(T_USB_TRANSFER_HEADER_STRUCT_PACKED) == 1);
 static_assert(offsetof(T_USB_TRANSFER_HEADER_STRUCT_PACKED, request_type) == 0);
 static_assert(offsetof(T_USB_TRANSFER_HEADER_STRUCT_PACKED, request_code) == 1);
 static_assert(offsetof(T_USB_TRANSFER_HEADER_STRUCT_PACKED, value) == 2);

@@ -404,10 +404,13 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(frame_acquisition, an_unplug_mid_frame_ends_the_stream_without_a_hang) {
     open_camera_with(camera_json("12", 12, "", fault_width, fault_height));
     command("nframes 8");
+    // Triggered by a pulse, not by a command: the unplug may then come at
+    // any moment without a command reply in flight to lose.
+    command("hwtrig std");
     ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 300), 0);
     ASSERT_EQ(qx_camera_arm(camera, 10), 0);
     ASSERT_EQ(qx_emu_set_faults(device_path.c_str(), R"({"unplug":{"frames":[3],"packet":1}})"), QX_EMU_OK);
-    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    ASSERT_EQ(qx_emu_pulse_hardware_trigger(device_path.c_str()), QX_EMU_OK);
     std::vector<std::uint32_t> counts;
     polled_frame frame;
     const frame_geometry geometry{0, 0, fault_width, fault_height, 1, 1, 12};

@@ -68,4 +68,20 @@ TEST(frame_record, the_scan_stops_within_the_metadata_region) {
     EXPECT_EQ(record.image_data, nullptr);
 }
 
+TEST(frame_record, a_pixel_offset_outside_the_slot_gives_no_pixels_and_no_wrapped_size) {
+    struct offset_case {
+        std::uint32_t offset;
+        bool inside;
+    };
+    const offset_case cases[] = {{7, true}, {4095, true}, {4096, false}, {0x20000000, false}, {0xFFFFFFFF, false}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.offset);
+        auto slot = slot_of({{"VKO\0", 1}, {"FCNT", 2}, {"IOFF", row.offset}, {"ENDT", 0}});
+        const auto record = scan_frame_record(slot.data(), static_cast<std::int64_t>(slot.size()));
+        EXPECT_EQ(record.image_data != nullptr, row.inside);
+        EXPECT_EQ(record.metadata_size, row.inside ? static_cast<int>(row.offset * 8) : 0);
+        EXPECT_EQ(record.frame_count, 2);
+    }
+}
+
 }  // namespace

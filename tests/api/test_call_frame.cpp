@@ -63,8 +63,6 @@ TEST_F(call_frame, argument_failures_name_the_argument) {
         std::function<int()> call;
         const char* expected;
     } cases[] = {
-        {[&] { return _set_image_size_overrides(camera, 0, 10); }, "width Error: Invalid operation."},
-        {[&] { return _set_image_size_overrides(camera, 10, 0); }, "height Error: Invalid operation."},
         {[&] { return _internal_command(camera, nullptr, 3, response, 8); },
          "command Error: Invalid operation."},
         {[&] { return _internal_command(camera, id_command, 3, nullptr, 8); },

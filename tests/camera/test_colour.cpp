@@ -109,18 +109,4 @@ TEST_F(colour, output_colour_space_fits_the_documented_buffer) {
                         });
 }
 
-TEST_F(colour, missing_outputs_are_named) {
-    expect_named_failures(
-        "color polar_phase",
-        {
-            {without_output(qx_camera_get_camera_sensor_type), "camera_sensor_type"},
-            {without_output(qx_camera_get_color_filter_array_phase), "color_filter_array_phase"},
-            {without_output(qx_camera_get_polar_phase), "polar_phase"},
-            {without_output(qx_camera_get_color_correction_matrix), "matrix"},
-            {without_output(qx_camera_get_default_white_balance_matrix), "matrix"},
-            {without_output(qx_camera_get_camera_color_correction_matrix_output_color_space),
-             "output_color_space"},
-        });
-}
-
 }  // namespace

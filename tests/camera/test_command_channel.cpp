@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "camera/parameter_fixture.h"
+#include "quendral_vko_firmware_phrases.h"
 
 namespace {
 
@@ -16,27 +18,10 @@ using namespace qx::test;
 
 using command_channel = parameter_fixture;
 
-// The firmware's error phrases, searched in this order (index 0, "Success",
-// never is).
-const std::vector<std::string> searched_phrases = {
-    "Command not found",
-    "Too many arguments",
-    "Not enough arguments",
-    "Invalid command",
-    "Duplicate command",
-    "Command missing in JSON structure",
-    "Initializing",
-    "Command option not supported",
-    "FPGA not programmed",
-    "Width must start even, end odd and be multiple of 4",
-    "Height and/or width out of range",
-    "Parameter out of range",
-    "Command locked",
-    "Camera running (parameter cannot be set while in this mode)",
-    "Roi and bin combination invalid",
-    "Image data sync failure",
-    "Camera Running",
-};
+// The firmware's phrases in the order the kit searches them; index 0,
+// "Success", never is.
+const char* const firmware_phrases[] = {QX_FIRMWARE_PHRASES};
+const std::vector<std::string> searched_phrases(std::begin(firmware_phrases) + 1, std::end(firmware_phrases));
 
 TEST_F(command_channel, every_phrase_fails_a_get_with_a_closing_apostrophe_and_a_set_without) {
     for (const auto& phrase : searched_phrases) {

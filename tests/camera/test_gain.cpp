@@ -168,17 +168,4 @@ TEST_F(gain, a_camera_that_does_not_know_its_gain_table_fails_to_open) {
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST_F(gain, missing_outputs_are_named) {
-    expect_named_failures(
-        "gain",
-        {
-            {without_output(qx_camera_get_gain), "gain"},
-            {without_minimum(qx_camera_get_gain_range), "gain_min"},
-            {without_maximum(qx_camera_get_gain_range), "gain_max"},
-            {[](void* camera) { return qx_camera_convert_gain_to_decibels(camera, 1, nullptr); }, "decibels"},
-            {[](void* camera) { return qx_camera_convert_decibels_to_gain(camera, 1.0, nullptr); },
-             "index_to_gain"},
-        });
-}
-
 }  // namespace

@@ -167,21 +167,4 @@ TEST_F(trigger_and_modes, data_rate) {
                           });
 }
 
-TEST_F(trigger_and_modes, missing_outputs_are_named) {
-    expect_named_failures(
-        "eep taps fps",
-        {
-            {without_output(qx_camera_get_operation_mode), "operation_mode"},
-            {without_output(qx_camera_get_trigger_polarity), "trigger_polarity_enum"},
-            {[](void* camera) { return qx_camera_get_is_operation_mode_supported(camera, 1, nullptr); },
-             "is_operation_mode_supported"},
-            {without_output(qx_camera_get_eep_status), "eep_status_enum"},
-            {without_output(qx_camera_get_taps), "taps"},
-            {without_output(qx_camera_get_tap_balance_enable), "tap_balance_enable"},
-            {without_output(qx_camera_get_data_rate), "data_rate"},
-            {[](void* camera) { return qx_camera_get_is_data_rate_supported(camera, 2, nullptr); },
-             "is_supported"},
-        });
-}
-
 }  // namespace

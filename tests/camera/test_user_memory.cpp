@@ -179,23 +179,6 @@ TEST_F(user_memory, write_chunks_carry_their_zero_as_the_terminator) {
     EXPECT_EQ(calls[2].command_size, std::string("nvstor wb 3 1:\x03").size() + 1);
 }
 
-TEST_F(user_memory, negative_write_counts_and_missing_buffers) {
-    expect_named_failures("",
-                          {
-                              {[](void* camera) {
-                                   unsigned char data[4] = {};
-                                   return qx_camera_set_user_memory(camera, data, -1, 0);
-                               },
-                               "Condition is unexpectedly false: Parameters cannot be negative."},
-                              {[](void* camera) { return qx_camera_set_user_memory(camera, nullptr, 4, 0); },
-                               "source_data_buffer"},
-                              {[](void* camera) { return qx_camera_get_user_memory(camera, nullptr, 4, 0); },
-                               "destination_data_buffer"},
-                              {without_output(qx_camera_get_user_memory_maximum_size), "maximum_size_bytes"},
-                              {[](void* camera) { return qx_camera_set_name(camera, nullptr); }, "name"},
-                          });
-}
-
 TEST_F(user_memory, the_name_is_unlocked_then_sent) {
     const auto naming = [](std::string name) {
         return status_of([name](void* camera) mutable { return qx_camera_set_name(camera, name.data()); });

@@ -12,7 +12,8 @@
 #include <thread>
 #include <vector>
 
-#include "companion_library.h"
+#include "support/loaded_library.h"
+#include "support/test_platform.h"
 #include "quendral_vko_logging.h"
 #include "temporary_directory.h"
 
@@ -27,7 +28,7 @@ class logging_library_test : public testing::Test {
     std::string module_name = testing::UnitTest::GetInstance()->current_test_info()->name();
 
     qx::test::temporary_working_directory directory;
-    qx::test::companion_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_logger")};
+    qx::test::loaded_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_logger")};
     vko_get_log_t get_log = library.find_function<vko_get_log_t>("vko_get_log");
     vko_log_t write_log = library.find_function<vko_log_t>("vko_log");
     vko_free_log_t free_log = library.find_function<vko_free_log_t>("vko_free_log");
@@ -195,7 +196,7 @@ TEST_F(logging_library_test, the_configuration_is_also_found_beside_the_library)
                                library_directory / library_file);
     const auto output = directory.get_path() / "beside_library.log";
     directory.write_file("lib/quendral_vko_logger.cfg", "output = " + output.string() + "\n");
-    qx::test::companion_library copy((library_directory / library_file).string());
+    qx::test::loaded_library copy((library_directory / library_file).string());
     const auto copied_get_log = copy.find_function<vko_get_log_t>("vko_get_log");
     void* log = copied_get_log(module_name.c_str(), "usb", configuration_name);
     ASSERT_NE(log, nullptr);

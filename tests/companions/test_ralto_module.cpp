@@ -11,7 +11,8 @@
 #include <string>
 #include <thread>
 
-#include "companion_library.h"
+#include "support/loaded_library.h"
+#include "support/test_platform.h"
 #include "quendral_vko_device_module.h"
 
 namespace {
@@ -20,7 +21,7 @@ using namespace std::chrono_literals;
 
 class ralto_module_test : public testing::Test {
   protected:
-    qx::test::companion_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
+    qx::test::loaded_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
     qx_module_get_name_t get_name = library.find_function<qx_module_get_name_t>("qx_module_get_name");
     qx_module_get_type_t get_type = library.find_function<qx_module_get_type_t>("qx_module_get_type");
     qx_module_initialize_t initialize = library.find_function<qx_module_initialize_t>("qx_module_initialize");
@@ -49,7 +50,7 @@ TEST_F(ralto_module_test, function_table_finds_every_entry_point_by_exact_name) 
          {"qx_module_initialize", "qx_module_uninitialize", "qx_get_function", "qx_module_get_name",
           "qx_module_get_type", "get_device_ids", "create", "destroy", "get_data__returns_zero_for_success",
           "set_data__returns_zero_for_success", "qx_get_module_data", "qx_set_module_data"}) {
-        EXPECT_EQ(get_function(name), qx::test::find_symbol(library.get_handle(), name)) << name;
+        EXPECT_EQ(get_function(name), qx::platform::find_symbol(library.get_handle(), name)) << name;
     }
     EXPECT_EQ(get_function("qx_module_get_nam"), nullptr);
     EXPECT_EQ(get_function("QX_MODULE_GET_NAME"), nullptr);

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <vector>
+
 #include <cstring>
 
 #include "device_qv/qv_camera_class.h"
@@ -67,6 +70,23 @@ TEST_F(camera_text_transport, a_blank_id_refuses_the_camera) {
     } catch (const std::exception& failure) {
         EXPECT_STREQ(failure.what(), "Trimmed string is empty: Error reading camera unique id.");
     }
+}
+
+TEST_F(camera_text_transport, a_woken_image_reader_returns_at_once_as_a_time_out) {
+    qx::test::configure_emulator(R"({"cameras":[)" + qx::test::small_camera_json("CAM-1", "SER-1") + "]}");
+    qx::usb::emulated_fx3_class link(qx::test::emulated_path());
+    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
+    bool timed_out = false, failed = false, stalled = false;
+    // Nothing is streaming: only the wake can end these reads early.
+    link.wake_image_reader();
+    link.read_image_data(packet.data(), 600000, timed_out, failed, stalled);
+    EXPECT_TRUE(timed_out);
+    timed_out = false;
+    std::thread reader([&] { link.read_image_data(packet.data(), 600000, timed_out, failed, stalled); });
+    link.wake_image_reader();
+    reader.join();
+    EXPECT_TRUE(timed_out);
+    EXPECT_FALSE(failed);
 }
 
 TEST_F(camera_text_transport, a_camera_that_never_answers_fails_after_two_attempts_with_recovery) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "device_qv/module_entry_points.h"
+#include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 
 namespace {
@@ -94,11 +95,18 @@ TEST_F(device_dispatch, frame_size_counts_two_bytes_per_pixel_plus_the_metadata_
 }
 
 TEST_F(device_dispatch, column_correction_switches_and_unimplemented_words) {
+    auto& camera = *static_cast<qx::device_qv::qv_camera_class*>(device);
+    const auto correcting = [&camera] {
+        std::lock_guard<std::recursive_mutex> guard(camera.command_lock);
+        return camera.column_balancing.enabled;
+    };
     std::string reply;
     EXPECT_EQ(get("ccon", reply), 0);
     EXPECT_EQ(reply, "on");
+    EXPECT_TRUE(correcting());
     EXPECT_EQ(get("ccoff", reply), 0);
     EXPECT_EQ(reply, "off");
+    EXPECT_FALSE(correcting());
     EXPECT_EQ(get("ccload", reply), 1);
     EXPECT_EQ(reply, "error not supported");
     EXPECT_EQ(get("ccdump", reply), 1);
@@ -127,6 +135,46 @@ TEST_F(device_dispatch, frame_requests_need_a_data_pointer) {
     // Not armed: no frame, after the poll time-out.
     EXPECT_EQ(get("image_poll", reply, &frame, 1), 0);
     EXPECT_EQ(frame, 0u);
+}
+
+TEST_F(device_dispatch, held_frames_and_statistics_need_their_data_and_stay_within_it) {
+    std::string reply;
+    EXPECT_EQ(get("image_acquire 0", reply), 1);
+    EXPECT_EQ(set("image_release"), 1);
+    std::uint64_t frame = 12345;
+    EXPECT_EQ(get("image_acquire 0", reply, &frame, sizeof frame), 0);  // not armed: none
+    EXPECT_EQ(frame, 0u);
+    // The counters are cut to the size given; nothing beyond it is written.
+    std::uint64_t counters[8];
+    std::memset(counters, 0xAB, sizeof counters);
+    EXPECT_EQ(get("stream_statistics", reply, counters, 2 * sizeof counters[0]), 0);
+    EXPECT_EQ(counters[0], 0u);
+    EXPECT_EQ(counters[1], 0u);
+    EXPECT_EQ(counters[2], 0xABABABABABABABABu);
+}
+
+TEST_F(device_dispatch, arming_refuses_a_frame_too_large_to_assemble_whole) {
+    struct size_case {
+        int side;
+        int status;
+    };
+    for (const auto& row : {size_case{4096, 0}, size_case{8192, 1}}) {
+        SCOPED_TRACE(row.side);
+        destroy(device);
+        device = nullptr;
+        const std::string side = std::to_string(row.side);
+        qx::test::configure_emulator(R"({"cameras":[{"id":"ID-L","serial":"SER-L","sensor_width":)" + side +
+                                     R"(,"sensor_height":)" + side + "}]}");
+        std::vector<char> ids(2048, '\0');
+        std::vector<char> serials(2048, '\0');
+        ASSERT_EQ(get_device_ids(ids.data(), 2048, serials.data(), 2048), 0);
+        ASSERT_EQ(create("ID-L", &device), 0);
+        unsigned char buffer[64] = {};
+        char response[1024] = {};
+        EXPECT_EQ(set_data__returns_zero_for_success(device, "arm", 4, buffer, sizeof buffer, response,
+                                                     sizeof response),
+                  row.status);
+    }
 }
 
 TEST_F(device_dispatch, stop_and_disarm_succeed_whatever_the_camera_replies) {

@@ -1,9 +1,6 @@
 // The image stream: packet layout, sequence numbers, metadata, frame counts,
 // and how "start", "nframes", "stop" and the hardware trigger produce frames.
 
-#include <chrono>
-#include <thread>
-
 #include "emulator/emulator_test_support.h"
 
 namespace qx::emulator::testing {
@@ -106,36 +103,6 @@ TEST(packet_stream_class, hardware_trigger_pulses_produce_nframes_each) {
     EXPECT_EQ(camera.counters().frames_completed, 4u);
     EXPECT_EQ(camera.command("stop"), "Success");
     EXPECT_EQ(qx_emu_pulse_hardware_trigger(camera.path.c_str()), QX_EMU_INVALID) << "not armed";
-}
-
-TEST(packet_stream_class, frames_wait_for_their_frame_time) {
-    const emulated_camera camera(R"({"sensor_width":64,"sensor_height":8,"frame_time_us":10000000})");
-    ASSERT_EQ(camera.command("start"), "Success");
-    read_frame(camera.device, 64, 8);
-    EXPECT_EQ(read_packet(camera.device, 20).status, QX_EMU_TIMEOUT)
-        << "the second frame is due in ten seconds";
-}
-
-TEST(packet_stream_class, a_host_that_falls_behind_loses_whole_frames) {
-    // One packet per frame, so every packet read is a whole frame.
-    const emulated_camera camera(
-        R"({"sensor_width":64,"sensor_height":8,"frame_time_us":1000,"max_lag_frames":2})");
-    ASSERT_EQ(camera.command("nframes 40"), "Success");
-    ASSERT_EQ(camera.command("start"), "Success");
-    // Sixty frame times later all 40 frames were taken; the camera keeps the
-    // newest one and the two before it. Skipped frames take no frame count.
-    std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    std::vector<std::uint32_t> frame_counts;
-    for (auto next = read_packet(camera.device, 0); next.status == QX_EMU_OK;
-         next = read_packet(camera.device, 0)) {
-        EXPECT_EQ(next.header(), 0x9090u);
-        frame_counts.push_back(word_at(next.bytes.data(), 4 + 12));
-    }
-    EXPECT_EQ(frame_counts, (std::vector<std::uint32_t>{0xFFFFFFF0u, 0xFFFFFFF1u, 0xFFFFFFF2u}));
-    const auto counters = camera.counters();
-    EXPECT_EQ(counters.frames_dropped, 37u);
-    EXPECT_EQ(counters.frames_completed, 3u);
-    EXPECT_EQ(counters.frames_started, 3u);
 }
 
 TEST(packet_stream_class, default_camera_streams_full_frames) {

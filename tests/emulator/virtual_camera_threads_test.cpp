@@ -2,7 +2,6 @@
 // once. Meant to run under ThreadSanitizer as well.
 
 #include <atomic>
-#include <chrono>
 #include <thread>
 
 #include "emulator/emulator_test_support.h"
@@ -14,7 +13,19 @@ std::atomic<int> hotplug_events{0};
 
 void count_event(int, const char*, unsigned int, unsigned int, void*) {
     ++hotplug_events;
+    hotplug_events.notify_all();
 }
+
+// Wakes the test's wait for a counter when a thread ends without having
+// counted anything (a failed assertion), so that the wait never hangs.
+struct wake_on_exit {
+    std::atomic<int>& counter;
+    ~wake_on_exit() {
+        int none = 0;
+        counter.compare_exchange_strong(none, -1);
+        counter.notify_all();
+    }
+};
 
 TEST(virtual_camera_threads, streaming_commands_and_hot_plug_at_once) {
     const emulated_camera camera(R"({"sensor_width":256,"sensor_height":64,"pacing":"fast"})");
@@ -23,6 +34,7 @@ TEST(virtual_camera_threads, streaming_commands_and_hot_plug_at_once) {
     std::atomic<int> frames_checked{0};
 
     std::thread reader([&] {
+        const wake_on_exit wake{frames_checked};
         std::uint32_t previous_header = 0;
         bool in_frame = false;
         while (!commands_done.load()) {
@@ -35,6 +47,7 @@ TEST(virtual_camera_threads, streaming_commands_and_hot_plug_at_once) {
             if (next.header() == 0x9090u) {
                 in_frame = true;
                 ++frames_checked;
+                frames_checked.notify_all();
             } else if (in_frame) {
                 // Within a frame the numbers count up from 1.
                 ASSERT_EQ(next.header(), (previous_header == 0x9090u ? 1u : (previous_header >> 16) + 1)
@@ -45,6 +58,7 @@ TEST(virtual_camera_threads, streaming_commands_and_hot_plug_at_once) {
     });
 
     std::thread hot_plug([&] {
+        const wake_on_exit wake{hotplug_events};
         const int listener = qx_emu_add_hotplug_listener(count_event, nullptr);
         for (int i = 0; i < 50 && !commands_done.load(); ++i) {
             char path[64];
@@ -66,11 +80,10 @@ TEST(virtual_camera_threads, streaming_commands_and_hot_plug_at_once) {
             EXPECT_EQ(camera.command("start"), "Success");
         }
     }
-    // On a loaded machine the other threads may not have run yet: give them
-    // (a bounded) time to do some work before stopping them.
-    for (int wait = 0; wait < 1000 && (frames_checked.load() == 0 || hotplug_events.load() == 0); ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    // On a loaded machine the other threads may not have run yet: each must
+    // have done some work before they are stopped.
+    frames_checked.wait(0);
+    hotplug_events.wait(0);
     commands_done = true;
     reader.join();
     hot_plug.join();

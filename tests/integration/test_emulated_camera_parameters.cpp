@@ -6,7 +6,9 @@
 
 #include <cstring>
 #include <functional>
+#include <sstream>
 #include <string>
+#include <tuple>
 
 #include "support/sdk_camera_fixture.h"
 
@@ -19,50 +21,59 @@ class emulated_camera_parameters : public qx::test::sdk_camera_fixture {
     }
 };
 
+// A getter's outputs as text, blank-separated ("status N" when it fails).
+template <class... Value>
+std::function<std::string(void*)> values_of(int (*getter)(void*, Value*...)) {
+    return [getter](void* camera) {
+        std::tuple<Value...> values{};
+        const int status = std::apply([&](auto&... value) { return getter(camera, &value...); }, values);
+        if (status != 0)
+            return "status " + std::to_string(status) + ": " + qx_camera_get_last_error();
+        std::ostringstream text;
+        std::apply([&](const auto&... value) { ((text << value << ' '), ...); }, values);
+        std::string joined = text.str();
+        joined.pop_back();
+        return joined;
+    };
+}
+
+// Every getter against the documented defaults of an emulated camera.
 TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
-    long long exposure = -1, exposure_min = -1, exposure_max = -1;
-    int value = -1, low = -1, high = -1;
-    double real = -1, real_low = -1, real_high = -1;
     const struct {
         const char* name;
-        std::function<int()> call;
+        std::function<std::string(void*)> read;
+        const char* expected;
     } getters[] = {
-        {"exposure", [&] { return qx_camera_get_exposure_time(camera, &exposure); }},
-        {"exposure range",
-         [&] { return qx_camera_get_exposure_time_range(camera, &exposure_min, &exposure_max); }},
-        {"frame time", [&] { return qx_camera_get_frame_time(camera, &value); }},
-        {"black level", [&] { return qx_camera_get_black_level(camera, &value); }},
-        {"black level range", [&] { return qx_camera_get_black_level_range(camera, &low, &high); }},
-        {"frames per trigger",
-         [&] { return qx_camera_get_frames_per_trigger_zero_for_unlimited(camera, &value); }},
-        {"frames per trigger range",
-         [&] { return qx_camera_get_frames_per_trigger_range(camera, &low, &high); }},
-        {"hot pixel threshold", [&] { return qx_camera_get_hot_pixel_correction_threshold(camera, &value); }},
-        {"hot pixel threshold range",
-         [&] { return qx_camera_get_hot_pixel_correction_threshold_range(camera, &low, &high); }},
-        {"hot pixel enabled", [&] { return qx_camera_get_is_hot_pixel_correction_enabled(camera, &value); }},
-        {"image width range", [&] { return qx_camera_get_image_width_range(camera, &low, &high); }},
-        {"image height range", [&] { return qx_camera_get_image_height_range(camera, &low, &high); }},
-        {"pixel size", [&] { return qx_camera_get_sensor_pixel_size_bytes(camera, &value); }},
-        {"readout time", [&] { return qx_camera_get_sensor_readout_time(camera, &value); }},
-        {"timestamp clock", [&] { return qx_camera_get_timestamp_clock_frequency(camera, &value); }},
-        {"frame rate control", [&] { return qx_camera_get_is_frame_rate_control_enabled(camera, &value); }},
-        {"frame rate value", [&] { return qx_camera_get_frame_rate_control_value(camera, &real); }},
-        {"frame rate range",
-         [&] { return qx_camera_get_frame_rate_control_value_range(camera, &real_low, &real_high); }},
-        {"led supported", [&] { return qx_camera_get_is_led_supported(camera, &value); }},
-        {"led on", [&] { return qx_camera_get_is_led_on(camera, &value); }},
-        {"cooling supported", [&] { return qx_camera_get_is_cooling_supported(camera, &value); }},
-        {"nir boost supported", [&] { return qx_camera_get_is_nir_boost_supported(camera, &value); }},
-        {"nir boost", [&] { return qx_camera_get_nir_boost_enable(camera, &value); }},
-        {"communication interface", [&] { return qx_camera_get_communication_interface(camera, &value); }},
-        {"model length range", [&] { return qx_camera_get_model_string_length_range(camera, &low, &high); }},
-        {"name length range", [&] { return qx_camera_get_name_string_length_range(camera, &low, &high); }},
-        {"serial length range",
-         [&] { return qx_camera_get_serial_number_string_length_range(camera, &low, &high); }},
+        {"exposure", values_of(qx_camera_get_exposure_time), "10000"},
+        {"exposure range", values_of(qx_camera_get_exposure_time_range), "10 30000000"},
+        {"frame time", values_of(qx_camera_get_frame_time), "28000"},
+        {"black level", values_of(qx_camera_get_black_level), "10"},
+        {"black level range", values_of(qx_camera_get_black_level_range), "0 255"},
+        {"frames per trigger", values_of(qx_camera_get_frames_per_trigger_zero_for_unlimited), "0"},
+        {"frames per trigger range", values_of(qx_camera_get_frames_per_trigger_range), "0 65535"},
+        {"hot pixel threshold", values_of(qx_camera_get_hot_pixel_correction_threshold), "100"},
+        {"hot pixel threshold range", values_of(qx_camera_get_hot_pixel_correction_threshold_range), "0 4095"},
+        {"hot pixel enabled", values_of(qx_camera_get_is_hot_pixel_correction_enabled), "0"},
+        {"image width range", values_of(qx_camera_get_image_width_range), "16 2448"},
+        {"image height range", values_of(qx_camera_get_image_height_range), "2 2048"},
+        {"pixel size", values_of(qx_camera_get_sensor_pixel_size_bytes), "2"},
+        // 2048 rows of 10 us each.
+        {"readout time", values_of(qx_camera_get_sensor_readout_time), "20480000"},
+        {"timestamp clock", values_of(qx_camera_get_timestamp_clock_frequency), "100000000"},
+        {"frame rate control", values_of(qx_camera_get_is_frame_rate_control_enabled), "0"},
+        {"frame rate value", values_of(qx_camera_get_frame_rate_control_value), "30"},
+        {"frame rate range", values_of(qx_camera_get_frame_rate_control_value_range), "0.1 10000"},
+        {"led supported", values_of(qx_camera_get_is_led_supported), "1"},
+        {"led on", values_of(qx_camera_get_is_led_on), "1"},
+        {"cooling supported", values_of(qx_camera_get_is_cooling_supported), "0"},
+        {"nir boost supported", values_of(qx_camera_get_is_nir_boost_supported), "1"},
+        {"nir boost", values_of(qx_camera_get_nir_boost_enable), "0"},
+        {"communication interface", values_of(qx_camera_get_communication_interface), "2"},
+        {"model length range", values_of(qx_camera_get_model_string_length_range), "1 63"},
+        {"name length range", values_of(qx_camera_get_name_string_length_range), "1 63"},
+        {"serial length range", values_of(qx_camera_get_serial_number_string_length_range), "1 63"},
     };
-    for (const auto& getter : getters)
-        EXPECT_EQ(getter.call(), 0) << getter.name << ": " << qx_camera_get_last_error();
+    for (const auto& getter : getters) EXPECT_EQ(getter.read(camera), getter.expected) << getter.name;
 }
 
 TEST_F(emulated_camera_parameters, values_match_the_emulated_camera) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "kit/device_module_manager.h"
+#include "support/loaded_library.h"
 #include "support/scripted_module_state.h"
 #include "support/test_platform.h"
 
@@ -18,17 +19,12 @@ using qx::test::scripted_module_state;
 class loaded_module {
   public:
     loaded_module(const std::string& directory, const std::string& name)
-        : library(qx::test::load_library_or_throw(qx::test::library_path(directory, name))) {
-        auto get_state = reinterpret_cast<scripted_module_state* (*)()>(
-            qx::test::find_symbol(library, "qx_scripted_module_state"));
-        state = get_state();
+        : library(qx::test::library_path(directory, name)),
+          state(library.find_function<scripted_module_state* (*)()>("qx_scripted_module_state")()) {
         state->reset();
     }
-    ~loaded_module() { qx::test::unload_library(library); }
-    loaded_module(const loaded_module&) = delete;
-    loaded_module& operator=(const loaded_module&) = delete;
 
-    void* library;
+    qx::test::loaded_library library;
     scripted_module_state* state;
 };
 

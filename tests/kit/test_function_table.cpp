@@ -6,8 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "platform/shared_library.h"
 #include "quendral_vko_camera_sdk.h"
-#include "support/test_platform.h"
 
 extern "C" {
 void* qx_get_function(const char* function_name);
@@ -24,14 +24,14 @@ const char* qx_module_get_type(void);
 namespace {
 
 TEST(function_table, finds_every_module_entry_point_by_exact_name) {
-    void* kit = qx::test::find_loaded_library("quendral_vko_camera_sdk");
+    void* kit = qx::platform::find_loaded_library("quendral_vko_camera_sdk.dll");
     ASSERT_NE(kit, nullptr);
     for (const char* name :
          {"qx_module_initialize", "qx_module_uninitialize", "qx_get_function", "qx_module_get_name",
           "qx_module_get_type", "get_device_ids", "create", "destroy", "get_data__returns_zero_for_success",
           "set_data__returns_zero_for_success", "qx_get_module_data", "qx_set_module_data",
           "qx_camera_open_sdk"}) {
-        EXPECT_EQ(qx_get_function(name), qx::test::find_symbol(kit, name)) << name;
+        EXPECT_EQ(qx_get_function(name), qx::platform::find_symbol(kit, name)) << name;
         EXPECT_NE(qx_get_function(name), nullptr) << name;
     }
     EXPECT_EQ(qx_get_function("qx_module_get_nam"), nullptr);
@@ -41,7 +41,7 @@ TEST(function_table, finds_every_module_entry_point_by_exact_name) {
     EXPECT_EQ(get_function_from_shared_library__or_nullptr(kit, "qx_camera_open_sdk"),
               reinterpret_cast<void*>(&qx_camera_open_sdk));
     EXPECT_EQ(get_function_from_shared_library__or_nullptr(kit, "no_such_function"), nullptr);
-    qx::test::unload_library(kit);
+    qx::platform::release_found_library(kit);
 }
 
 TEST(function_table, names_by_index_match_addresses_by_name) {

@@ -118,26 +118,6 @@ TEST_F(kit_lifecycle, a_camera_opens_only_once) {
     EXPECT_EQ(second, nullptr);
 }
 
-TEST_F(kit_lifecycle, opening_disarms_reads_features_and_loads_the_gain_table) {
-    scripted_module().set_reply("discover", "gain color");
-    scripted_module().set_reply("gain.disc", "gain table 5");
-    scripted_module().set_reply("gain.table", "0 10 15 41");
-    open_sdk_with_cameras({{"id-1", "SN1"}});
-    scripted_module().take_calls();
-    ASSERT_NE(open_camera("SN1"), nullptr);
-    const std::vector<std::string> expected = {"set stop", "get discover", "get gain.disc", "get gain.table"};
-    EXPECT_EQ(scripted_module().take_commands(), expected);
-}
-
-TEST_F(kit_lifecycle, a_camera_without_gain_skips_the_gain_table) {
-    scripted_module().set_reply("discover", "color eep");
-    open_sdk_with_cameras({{"id-1", "SN1"}});
-    scripted_module().take_calls();
-    ASSERT_NE(open_camera("SN1"), nullptr);
-    const std::vector<std::string> expected = {"set stop", "get discover"};
-    EXPECT_EQ(scripted_module().take_commands(), expected);
-}
-
 TEST_F(kit_lifecycle, a_failed_opening_step_leaves_no_handle_and_no_device) {
     open_sdk_with_cameras({{"id-1", "SN1"}});
     scripted_module().set_reply("discover", "", 1);

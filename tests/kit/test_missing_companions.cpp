@@ -2,7 +2,6 @@
 // start. A copy of the kit library that sits alone in its directory is
 // loaded, so that only the directories named here are searched.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -10,23 +9,17 @@
 #include <filesystem>
 #include <string>
 
+#include "support/loaded_library.h"
+
 namespace {
 
 namespace fs = std::filesystem;
 
 struct isolated_kit {
-    isolated_kit() {
-        library = dlopen(QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so", RTLD_NOW | RTLD_LOCAL);
-        if (library == nullptr)
-            throw std::runtime_error(dlerror());
-        open_sdk = reinterpret_cast<int (*)()>(dlsym(library, "qx_camera_open_sdk"));
-        close_sdk = reinterpret_cast<int (*)()>(dlsym(library, "qx_camera_close_sdk"));
-        last_error = reinterpret_cast<const char* (*)()>(dlsym(library, "qx_camera_get_last_error"));
-    }
-    void* library;
-    int (*open_sdk)();
-    int (*close_sdk)();
-    const char* (*last_error)();
+    qx::test::loaded_library library{QX_ISOLATED_KIT_DIR "/libquendral_vko_camera_sdk.so"};
+    int (*open_sdk)() = library.find_function<int (*)()>("qx_camera_open_sdk");
+    int (*close_sdk)() = library.find_function<int (*)()>("qx_camera_close_sdk");
+    const char* (*last_error)() = library.find_function<const char* (*)()>("qx_camera_get_last_error");
 };
 
 isolated_kit& kit() {

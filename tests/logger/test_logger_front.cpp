@@ -9,6 +9,7 @@
 
 #include "companions/temporary_directory.h"
 #include "quendral_vko_logging.h"
+#include "support/loaded_library.h"
 #include "support/test_platform.h"
 
 namespace {
@@ -119,18 +120,13 @@ TEST_F(logger_front_test, a_library_without_the_entry_points_leaves_loggers_sile
 // The kit's exports as seen through a copy of the kit library alone in its
 // directory, so that no logging library is beside it.
 struct isolated_logger_front {
-    isolated_logger_front()
-        : library(qx::test::load_library_or_throw(
-              qx::test::library_path(QX_ISOLATED_KIT_DIR, "quendral_vko_camera_sdk"))) {
-        get_logger = reinterpret_cast<decltype(get_logger)>(qx::test::find_symbol(library, "t_get_logger"));
-        free_logger = reinterpret_cast<decltype(free_logger)>(qx::test::find_symbol(library, "t_free_logger"));
-        log_error = reinterpret_cast<decltype(log_error)>(qx::test::find_symbol(library, "t_log_error"));
-    }
-    ~isolated_logger_front() { qx::test::unload_library(library); }
-    void* library;
-    void* (*get_logger)(const char*, const char*) = nullptr;
-    int (*free_logger)(const char*, const char*) = nullptr;
-    void (*log_error)(void*, const char*, int, const char*, const char*, ...) = nullptr;
+    qx::test::loaded_library library{qx::test::library_path(QX_ISOLATED_KIT_DIR, "quendral_vko_camera_sdk")};
+    void* (*get_logger)(const char*, const char*) =
+        library.find_function<void* (*)(const char*, const char*)>("t_get_logger");
+    int (*free_logger)(const char*, const char*) =
+        library.find_function<int (*)(const char*, const char*)>("t_free_logger");
+    void (*log_error)(void*, const char*, int, const char*, const char*, ...) =
+        library.find_function<void (*)(void*, const char*, int, const char*, const char*, ...)>("t_log_error");
 };
 
 TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {

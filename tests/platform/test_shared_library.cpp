@@ -33,6 +33,22 @@ TEST(shared_library, maps_windows_file_names_to_the_platforms_own) {
     }
 }
 
+TEST(shared_library, a_loaded_library_is_known_by_its_plain_or_versioned_file_name) {
+    struct case_row {
+        const char* loaded;
+        bool same;
+    } const rows[] = {
+        {"libquendral_vko_camera_sdk.so", true},       {"libquendral_vko_camera_sdk.so.0", true},
+        {"libquendral_vko_camera_sdk.so.0.1.0", true}, {"libquendral_vko_camera_sdk.so.12.3", true},
+        {"libquendral_vko_camera_sdk.so.", false},     {"libquendral_vko_camera_sdk.so.0.", false},
+        {"libquendral_vko_camera_sdk.so..0", false},   {"libquendral_vko_camera_sdk.so.x", false},
+        {"libquendral_vko_camera_sdk.so.0a", false},   {"libquendral_vko_camera_sdk.sox", false},
+        {"libquendral_vko_camera_sdk_old.so", false},  {"libquendral_vko_camera.so", false},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(is_same_library_file(row.loaded, "libquendral_vko_camera_sdk.so"), row.same) << row.loaded;
+}
+
 TEST(shared_library, searches_the_module_path_in_order_then_the_own_directory) {
 #if defined(_WIN32)
     // Drive letters carry a ':', so Windows separates the entries with ';'.

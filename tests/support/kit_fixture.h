@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "quendral_vko_camera_sdk.h"
+#include "support/loaded_library.h"
 #include "support/scripted_module_state.h"
 #include "support/test_platform.h"
 
@@ -16,13 +17,9 @@ namespace qx::test {
 // The scripted module's state. The library is loaded from the same file the
 // kit loads, so both see one instance; it stays loaded for the whole process.
 inline scripted_module_state& scripted_module() {
-    static scripted_module_state* state = [] {
-        void* library =
-            load_library_or_throw(library_path(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device"));
-        auto get_state =
-            reinterpret_cast<scripted_module_state* (*)()>(find_symbol(library, "qx_scripted_module_state"));
-        return get_state();
-    }();
+    static loaded_library library{library_path(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device")};
+    static scripted_module_state* state =
+        library.find_function<scripted_module_state* (*)()>("qx_scripted_module_state")();
     return *state;
 }
 

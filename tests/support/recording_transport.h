@@ -33,6 +33,7 @@ class recording_transport final : public usb::usb_driver_base {
         inner->read_image_data(destination, timeout_ms, timed_out, failed, stalled);
     }
     void prime_image_channel() override { inner->prime_image_channel(); }
+    void wake_image_reader() noexcept override { inner->wake_image_reader(); }
     bool get_is_endpoint_stalled(int channel, bool is_in) override {
         const bool stalled = inner->get_is_endpoint_stalled(channel, is_in);
         if (stalled)

@@ -1,12 +1,11 @@
 #pragma once
-// What the tests need from the operating system, the same on Linux and on
-// Windows: library file names, loading libraries by path, finding exports,
-// and changing the process environment.
+// What the tests need from the operating system beyond the kit's platform
+// seam (which loads libraries and finds exports, see loaded_library.h), the
+// same on Linux and on Windows: library file names, changes to the process
+// environment, UTC time and temporary directories.
 
 #if defined(_WIN32)
 #include <windows.h>
-#else
-#include <dlfcn.h>
 #endif
 
 #include <atomic>
@@ -32,63 +31,6 @@ inline std::string library_file(const std::string& base_name) {
 // A library's path in a directory.
 inline std::string library_path(const std::string& directory, const std::string& base_name) {
     return directory + "/" + library_file(base_name);
-}
-
-// Loads a library by path with its symbols kept to itself; null when it
-// cannot be loaded. `keep_loaded` pins it for the rest of the process.
-inline void* load_library(const std::string& path, bool keep_loaded = false) {
-#if defined(_WIN32)
-    HMODULE module = LoadLibraryA(path.c_str());
-    if (module != nullptr && keep_loaded) {
-        HMODULE pinned = nullptr;
-        GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                           reinterpret_cast<LPCSTR>(module), &pinned);
-    }
-    return reinterpret_cast<void*>(module);
-#else
-    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | (keep_loaded ? RTLD_NODELETE : 0));
-#endif
-}
-
-// As load_library, but a library that cannot be loaded is an exception.
-inline void* load_library_or_throw(const std::string& path, bool keep_loaded = false) {
-    if (void* handle = load_library(path, keep_loaded))
-        return handle;
-#if defined(_WIN32)
-    throw std::runtime_error("cannot load " + path + ": error " + std::to_string(GetLastError()));
-#else
-    throw std::runtime_error("cannot load " + path + ": " + dlerror());
-#endif
-}
-
-// A library the process has already loaded, by base name, without loading
-// it; release it with unload_library.
-inline void* find_loaded_library(const std::string& base_name) {
-#if defined(_WIN32)
-    HMODULE module = nullptr;
-    GetModuleHandleExA(0, library_file(base_name).c_str(), &module);
-    return reinterpret_cast<void*>(module);
-#else
-    return dlopen(library_file(base_name).c_str(), RTLD_NOW | RTLD_NOLOAD);
-#endif
-}
-
-inline void unload_library(void* handle) {
-    if (handle == nullptr)
-        return;
-#if defined(_WIN32)
-    FreeLibrary(reinterpret_cast<HMODULE>(handle));
-#else
-    dlclose(handle);
-#endif
-}
-
-inline void* find_symbol(void* handle, const char* name) {
-#if defined(_WIN32)
-    return reinterpret_cast<void*>(GetProcAddress(reinterpret_cast<HMODULE>(handle), name));
-#else
-    return dlsym(handle, name);
-#endif
 }
 
 // Sets (or with a null value removes) an environment variable of this

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "acquisition/frame_acquisition_class.h"
@@ -274,6 +275,30 @@ TEST_F(cypress_fx3_class_test, an_image_stall_is_cleared_with_the_double_reset_a
     const auto resets = driver.reset_pipe_endpoints();
     EXPECT_EQ(std::count(resets.begin(), resets.end(), 0x83), 2);
     EXPECT_GE(driver.requests_with(cypress::abort_pipe_code), 1);
+}
+
+TEST_F(cypress_fx3_class_test, a_woken_image_reader_returns_at_once_as_a_time_out_and_keeps_its_transfers) {
+    plug({camera_json("QVSIM0")});
+    open_camera();
+    transport->prime_image_channel();
+    // A wake before the read ends the read; one during it, from another
+    // thread, ends it too. Neither waits for the (very long) time-out.
+    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
+    const auto read_woken = [&] {
+        bool timed_out = false, failed = false, stalled = false;
+        transport->read_image_data(packet.data(), 600000, timed_out, failed, stalled);
+        return timed_out && !failed && !stalled;
+    };
+    transport->wake_image_reader();
+    EXPECT_TRUE(read_woken());
+    bool woken_while_waiting = false;
+    std::thread reader([&] { woken_while_waiting = read_woken(); });
+    transport->wake_image_reader();
+    reader.join();
+    EXPECT_TRUE(woken_while_waiting);
+    // Nothing was taken from the driver: the stream is whole and the ring full.
+    EXPECT_EQ(stream(2, 12), std::vector<int>(2, 0));
+    EXPECT_EQ(driver.image_reads_held(), qx::usb::image_transfers_in_flight);
 }
 
 TEST_F(cypress_fx3_class_test, an_unplugged_camera_fails_its_requests_and_leaves_the_list) {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "api/status_codes.h"
@@ -369,6 +370,25 @@ TEST_F(libusb_fx3_class_test, a_port_reset_cancels_the_ring_whose_transfers_come
     const frame_read after = read_whole_frame(2 * packets_per_frame);
     EXPECT_TRUE(after.complete);
     EXPECT_EQ(after.failed_reads, 0);
+}
+
+TEST_F(libusb_fx3_class_test, a_woken_image_reader_returns_at_once_as_a_time_out_and_keeps_its_transfers) {
+    open();
+    transport->prime_image_channel();
+    // A wake before the read ends the read; one during it, from another
+    // thread, ends it too. Neither waits for the (very long) time-out.
+    transport->wake_image_reader();
+    const packet_read early = read_packet(600000);
+    EXPECT_TRUE(early.timed_out);
+    EXPECT_FALSE(early.failed);
+    packet_read waiting;
+    std::thread reader([&] { waiting = read_packet(600000); });
+    transport->wake_image_reader();
+    reader.join();
+    EXPECT_TRUE(waiting.timed_out);
+    // Nothing was consumed: the stream still yields whole frames.
+    start_streaming();
+    EXPECT_TRUE(read_whole_frame(3 * packets_per_frame).complete);
 }
 
 TEST_F(libusb_fx3_class_test, usbfs_memory_exhaustion_is_reported_with_the_module_text) {

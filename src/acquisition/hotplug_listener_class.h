@@ -1,0 +1,67 @@
+#pragma once
+// One camera family's hot-plug listener: a thread that blocks on the
+// family's module for the next arrival or removal and hands each payload on.
+// Stopping it sets its stop flag and wakes the module's wait through the
+// release function, so the thread ends without waiting for another event.
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace qx::acquisition {
+
+// Room for one payload, as the module writes it.
+inline constexpr std::size_t hotplug_payload_size = 1024;
+
+class hotplug_listener_class {
+  public:
+    // Blocks until the module has an event and writes its payload; non-zero
+    // when the module refuses, which ends the listener.
+    using fetch_function = std::function<int(char* payload)>;
+    // Handles one payload on the listener's thread. A failure ends only that
+    // pass.
+    using event_function = std::function<void(std::string_view payload)>;
+    // Wakes a blocked fetch.
+    using release_function = std::function<void()>;
+
+    // Starts the thread, which names itself `name`.
+    hotplug_listener_class(std::string name, fetch_function fetch, event_function on_event,
+                           release_function release);
+    // Stops the listener: sets the stop flag, releases the module's wait
+    // when the thread is blocked in it, and joins the thread (from the thread itself it lets the thread end
+    // on its own).
+    ~hotplug_listener_class();
+
+    hotplug_listener_class(const hotplug_listener_class&) = delete;
+    hotplug_listener_class& operator=(const hotplug_listener_class&) = delete;
+
+    // The stop flag of the listener running on the calling thread; null on
+    // any other thread. Lets kit calls made from a callback give way to a
+    // stop instead of waiting for the thread that stops them.
+    static const std::atomic<bool>* current_stop_flag();
+
+  private:
+    // Shared with the thread, so that a listener destroyed from its own
+    // callback leaves the thread nothing freed to touch.
+    struct shared_state {
+        std::atomic<bool> stop{false};
+        // A release is sent only to a fetch that is blocked: one sent at any
+        // other moment would stay in the module's event and hand a stale
+        // payload to the family's next listener.
+        std::mutex fetch_mutex;
+        bool in_fetch = false;  // guarded by fetch_mutex
+    };
+    static void run_loop(std::shared_ptr<shared_state> state, std::string name, fetch_function fetch,
+                         event_function on_event);
+
+    std::shared_ptr<shared_state> state;
+    release_function release;  // none: the fetch is never blocked for long
+    std::thread thread;
+};
+
+}  // namespace qx::acquisition

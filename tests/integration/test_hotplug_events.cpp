@@ -1,0 +1,219 @@
+// Hot-plug events end to end on the emulator: virtual cameras of both
+// families are plugged and unplugged, the monitor hears it, each family's
+// module hands the event over and the kit's listener calls the application.
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "quendral_vko_camera_emulator.h"
+#include "quendral_vko_camera_sdk.h"
+#include "support/hotplug_recorder.h"
+
+namespace {
+
+using qx::test::count_threads_named;
+using qx::test::hotplug_recorder;
+
+std::string camera_json(const std::string& family, const std::string& serial) {
+    return R"({"family":")" + family + R"(","id":"ID-)" + serial + R"(","serial":")" + serial +
+           R"(","sensor_width":64,"sensor_height":8,"pacing":"fast"})";
+}
+
+class hotplug_events : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_EQ(qx_emu_reset("0"), QX_EMU_OK) << qx_emu_get_last_error();
+        ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
+    }
+    void TearDown() override {
+        if (camera != nullptr) {
+            EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
+        }
+        EXPECT_EQ(qx_camera_close_sdk(), 0) << qx_camera_get_last_error();
+        qx_camera_set_camera_connect_callback(nullptr, nullptr);
+        qx_camera_set_camera_disconnect_callback(nullptr, nullptr);
+        qx_emu_reset("0");
+    }
+
+    std::string plug(const std::string& family, const std::string& serial) {
+        char path[256] = {};
+        EXPECT_EQ(qx_emu_plug_camera(camera_json(family, serial).c_str(), path, sizeof path), QX_EMU_OK)
+            << qx_emu_get_last_error();
+        return path;
+    }
+
+    int open_camera(std::string serial) { return qx_camera_open_camera(serial.data(), &camera); }
+
+    hotplug_recorder recorder;
+    void* camera = nullptr;
+};
+
+TEST_F(hotplug_events, each_family_reports_arrival_and_removal_on_its_own_listener) {
+    struct row {
+        const char* family;
+        const char* serial;
+        const char* listener;
+    };
+    const row rows[] = {{"qv", "QV-7", "QV_CONNECT_DISC"}, {"ralto", "RT-7", "RALTO_CONNECT_D"}};
+    ASSERT_EQ(recorder.register_callbacks(), 0) << qx_camera_get_last_error();
+    std::size_t seen = 0;
+    for (const auto& entry : rows) {
+        const std::string path = plug(entry.family, entry.serial);
+        ASSERT_TRUE(recorder.wait_for(seen + 1)) << entry.family;
+        ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
+        ASSERT_TRUE(recorder.wait_for(seen + 2)) << entry.family;
+        seen += 2;
+        const auto threads = recorder.thread_names();
+        EXPECT_EQ(threads.back(), entry.listener);
+        EXPECT_EQ(threads[threads.size() - 2], entry.listener);
+    }
+    EXPECT_EQ(recorder.take_events(), (std::vector<std::string>{"connect QV-7 2", "disconnect QV-7",
+                                                                "connect RT-7 2", "disconnect RT-7"}));
+}
+
+TEST_F(hotplug_events, a_camera_moved_to_another_port_gives_both_events_in_order) {
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    const std::string path = plug("qv", "QV-M");
+    ASSERT_TRUE(recorder.wait_for(1));
+    std::string current = path;
+    std::vector<std::string> expected = {"connect QV-M 2"};
+    for (int port = 5; port < 8; ++port) {
+        char moved[256] = {};
+        ASSERT_EQ(qx_emu_move_camera(current.c_str(), port, moved, sizeof moved), QX_EMU_OK);
+        current = moved;
+        expected.push_back("disconnect QV-M");
+        expected.push_back("connect QV-M 2");
+        ASSERT_TRUE(recorder.wait_for(expected.size())) << "move to port " << port;
+    }
+    EXPECT_EQ(recorder.take_events(), expected);
+}
+
+TEST_F(hotplug_events, a_camera_unplugged_while_streaming_ends_its_stream_and_closes) {
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    const std::string path = plug("qv", "QV-S");
+    ASSERT_TRUE(recorder.wait_for(1));
+    ASSERT_EQ(open_camera("QV-S"), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_set_frames_per_trigger_zero_for_unlimited(camera, 0), 0);
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 4), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
+    unsigned short* image = nullptr;
+    int frame_count = 0;
+    unsigned char* metadata = nullptr;
+    int metadata_size = 0;
+    while (image == nullptr) {
+        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &frame_count, &metadata, &metadata_size),
+                  0)
+            << qx_camera_get_last_error();
+    }
+
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
+    ASSERT_TRUE(recorder.wait_for(2));
+    EXPECT_EQ(recorder.take_events().back(), "disconnect QV-S");
+    // Frames already assembled may still be handed out; then the stream
+    // runs dry instead of failing or hanging, and the camera is gone.
+    int polls = 0;
+    do {
+        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &frame_count, &metadata, &metadata_size),
+                  0)
+            << qx_camera_get_last_error();
+    } while (image != nullptr && ++polls < 64);
+    EXPECT_EQ(image, nullptr);
+    char reply[64];
+    char query[] = "sernum";
+    EXPECT_EQ(_internal_command(camera, query, sizeof query, reply, sizeof reply), 1004);
+    EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
+    camera = nullptr;
+}
+
+struct frame_counter {
+    std::mutex mutex;
+    std::condition_variable arrived;
+    int frames = 0;  // guarded by mutex
+
+    static void on_frame(void*, unsigned short*, int, unsigned char*, int, void* context) {
+        auto* self = static_cast<frame_counter*>(context);
+        std::lock_guard<std::mutex> lock(self->mutex);
+        ++self->frames;
+        self->arrived.notify_all();
+    }
+};
+
+TEST_F(hotplug_events, a_camera_unplugged_while_its_frame_loop_runs_closes_without_a_hang) {
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    const std::string path = plug("qv", "QV-L");
+    ASSERT_TRUE(recorder.wait_for(1));
+    ASSERT_EQ(open_camera("QV-L"), 0) << qx_camera_get_last_error();
+    frame_counter counter;
+    ASSERT_EQ(qx_camera_set_frame_available_callback(camera, &frame_counter::on_frame, &counter), 0)
+        << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_set_frames_per_trigger_zero_for_unlimited(camera, 0), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 4), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
+    {
+        std::unique_lock<std::mutex> lock(counter.mutex);
+        ASSERT_TRUE(counter.arrived.wait_for(lock, std::chrono::seconds(20), [&] { return counter.frames > 0; }));
+    }
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
+    ASSERT_TRUE(recorder.wait_for(2));
+    EXPECT_EQ(recorder.take_events().back(), "disconnect QV-L");
+    EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
+    camera = nullptr;
+}
+
+TEST_F(hotplug_events, a_camera_plugged_in_again_reopens_by_its_serial_number) {
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    const std::string path = plug("qv", "QV-R");
+    ASSERT_TRUE(recorder.wait_for(1));
+    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
+    ASSERT_TRUE(recorder.wait_for(2));
+    EXPECT_EQ(open_camera("QV-R"), 1004);
+
+    plug("qv", "QV-R");
+    ASSERT_TRUE(recorder.wait_for(3));
+    ASSERT_EQ(open_camera("QV-R"), 0) << qx_camera_get_last_error();
+    char serial[64] = {};
+    ASSERT_EQ(qx_camera_get_serial_number(camera, serial, sizeof serial), 0) << qx_camera_get_last_error();
+    EXPECT_STREQ(serial, "QV-R");
+}
+
+TEST_F(hotplug_events, a_reopened_kit_runs_one_listener_per_family_and_closing_ends_them) {
+    ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    plug("qv", "QV-T");
+    plug("ralto", "RT-T");
+    ASSERT_TRUE(recorder.wait_for(2));
+    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 1u);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 1u);
+
+    ASSERT_EQ(qx_camera_close_sdk(), 0) << qx_camera_get_last_error();
+    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0u);
+    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
+    ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
+}
+
+TEST_F(hotplug_events, a_callback_may_discover_and_open_the_arriving_camera) {
+    std::string discovered;
+    std::vector<int> statuses;
+    recorder.on_connect_action = [&](const char* serial_number) {
+        char serials[256] = {};
+        statuses.push_back(qx_camera_discover_available_cameras(serials, sizeof serials - 1));
+        discovered = serials;
+        void* arrived = nullptr;
+        std::string serial = serial_number;
+        statuses.push_back(qx_camera_open_camera(serial.data(), &arrived));
+        statuses.push_back(qx_camera_close_camera(arrived));
+    };
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    plug("qv", "QV-C");
+    ASSERT_TRUE(recorder.wait_for(1));
+    EXPECT_EQ(discovered, "QV-C");
+    EXPECT_EQ(statuses, (std::vector<int>{0, 0, 0}));
+}
+
+}  // namespace
