@@ -57,9 +57,12 @@ done
 rm -rf "${fuzz_work}"
 # ---- end of fuzzing ----
 
-echo "== Building: mingw (Windows cross-build of the libraries)"
+# --- Windows: the cross-built suite under wine64 -------------------------
+echo "== Building and testing: mingw (Windows cross-build, tests under wine64)"
 cmake --preset mingw >/dev/null
 cmake --build --preset mingw -j"${jobs}"
+ctest --test-dir build-mingw --output-on-failure -j"${jobs}"
+# --- end of the Windows block ---------------------------------------------
 
 # ---- Python package (quendral_vko): pytest against emulated cameras ----
 # A build without Python's development files would skip the package

@@ -182,8 +182,10 @@ void* kit_registry_class::open_camera(const char* serial_number) {
             device = kit.manager.create_device(QX_RALTO_DEVICE_TYPE_NAME, device_id);
         check_true(device.has_value(), "Unknown error when attempting to open the camera.");
 
+        // A handle being closed may have destroyed its device already, and
+        // the new device may then sit at the freed address.
         const auto holds_device = [&](const qx_camera_handle_class* open) {
-            return open->device().device() == device->device();
+            return closing_handles.count(open) == 0 && open->device().device() == device->device();
         };
         if (std::any_of(open_handles.begin(), open_handles.end(), holds_device)) {
             device->destroy_device();

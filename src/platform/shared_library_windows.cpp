@@ -5,7 +5,16 @@
 namespace qx::platform {
 
 library_handle load_library_file(const std::string& file_name) {
-    return reinterpret_cast<library_handle>(LoadLibraryA(file_name.c_str()));
+    HMODULE module = LoadLibraryA(file_name.c_str());
+    // Pinned, as RTLD_NODELETE does on POSIX: a module's hot-plug callback
+    // or a thread of its own may still be about when the kit lets go of it,
+    // and must never find its code unmapped.
+    if (module != nullptr) {
+        HMODULE pinned = nullptr;
+        GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                           reinterpret_cast<LPCSTR>(module), &pinned);
+    }
+    return reinterpret_cast<library_handle>(module);
 }
 
 library_handle find_loaded_library(const std::string& windows_file_name) {

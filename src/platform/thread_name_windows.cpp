@@ -21,7 +21,8 @@ struct thread_name_info {
 static_assert(sizeof(thread_name_info) == 3 * sizeof(ULONG_PTR), "three pointer-sized exception arguments");
 
 // Without a debugger nobody handles the exception; this handler continues
-// execution at once so that it never reaches the application's handlers.
+// execution so that it never reaches the application's frame-based
+// handlers or ends the process.
 LONG WINAPI continue_after_thread_name(EXCEPTION_POINTERS* exception) {
     if (exception->ExceptionRecord->ExceptionCode == set_thread_name_exception)
         return EXCEPTION_CONTINUE_EXECUTION;
@@ -31,8 +32,10 @@ LONG WINAPI continue_after_thread_name(EXCEPTION_POINTERS* exception) {
 void raise_thread_name_exception(const char* name) {
     thread_name_info info{0x1000, name, GetCurrentThreadId(), 0};
     // mingw has no __try; a vectored handler installed around the raise does
-    // the same. An attached debugger sees the exception first.
-    PVOID handler = AddVectoredExceptionHandler(1, continue_after_thread_name);
+    // the same. An attached debugger sees the exception first; the handler
+    // is added last, so that vectored handlers of the application (crash
+    // reporters, diagnostics) see the name as a debugger would.
+    PVOID handler = AddVectoredExceptionHandler(0, continue_after_thread_name);
     if (handler == nullptr)
         return;
     RaiseException(set_thread_name_exception, 0, sizeof(info) / sizeof(ULONG_PTR),

@@ -26,12 +26,16 @@
 
 namespace qx::usb {
 
+class windows_driver_calls;
+
 class cypress_fx3_class final : public usb_driver_base {
   public:
     // Opens the device for overlapped I/O and makes every channel's transfer
     // records. Fails with "cypress_fx3_class::cypress_fx3_class CreateFile
     // error." when the path cannot be opened.
     explicit cypress_fx3_class(std::string device_path);
+    // The same through the given driver calls instead of the installed ones.
+    cypress_fx3_class(std::string device_path, windows_driver_calls& calls);
     // Runs cleanup; a failure to close the device is swallowed here.
     ~cypress_fx3_class() override;
 
@@ -85,9 +89,11 @@ class cypress_fx3_class final : public usb_driver_base {
     // queries.
     std::array<unsigned char, transfer_header_size + cypress::control_data_capacity>
         control_scratch{};  // guarded by control_lock
-    void* device;           // the opened driver file (a HANDLE)
+    windows_driver_calls& driver;  // every request to the USB driver goes through it
+    void* device;                  // the opened driver file (a HANDLE)
     // An auto-reset event (a HANDLE) that ends the image reader's wait; it
-    // stays set until a read consumes it.
+    // stays set until a read consumes it. The kit's own event, not a driver
+    // request: the wake reaches no driver, simulated or real.
     void* image_reader_wake;
     std::array<channel_descriptor, 4> channels;
 };

@@ -8,6 +8,7 @@
 
 #include "kit/checks.h"
 #include "usb/cypress_fx3_class.h"
+#include "usb/windows_driver_calls.h"
 
 namespace qx::usb {
 
@@ -87,9 +88,13 @@ struct cypress_fx3_class::transfer_record {
 };
 
 cypress_fx3_class::cypress_fx3_class(std::string device_path)
+    : cypress_fx3_class(std::move(device_path), installed_windows_driver_calls()) {}
+
+cypress_fx3_class::cypress_fx3_class(std::string device_path, windows_driver_calls& calls)
     : usb_driver_base(std::move(device_path)),
-      device(CreateFileA(this->device_path().c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                         FILE_FLAG_OVERLAPPED, nullptr)),
+      driver(calls),
+      device(driver.create_file(this->device_path().c_str(), GENERIC_READ | GENERIC_WRITE, 0, OPEN_EXISTING,
+                                FILE_FLAG_OVERLAPPED)),
       image_reader_wake(CreateEventA(nullptr, FALSE, FALSE, nullptr)) {
     if (device == INVALID_HANDLE_VALUE) {
         throw std::runtime_error("cypress_fx3_class::cypress_fx3_class CreateFile error.");
@@ -152,8 +157,8 @@ bool cypress_fx3_class::submit_bulk_transfer(transfer_record& record, unsigned l
     SetLastError(ERROR_SUCCESS);
     DWORD returned = 0;
     const BOOL status =
-        DeviceIoControl(device, cypress::bulk_transfer_code, record.buffer.get(), record.submitted_bytes(),
-                        record.buffer.get(), record.submitted_bytes(), &returned, &record.overlapped);
+        driver.device_io_control(device, cypress::bulk_transfer_code, record.buffer.get(), record.submitted_bytes(),
+                                 record.buffer.get(), record.submitted_bytes(), &returned, &record.overlapped);
     error = GetLastError();
     if (status || error == ERROR_IO_PENDING)
         record.pending = true;
@@ -164,7 +169,7 @@ void cypress_fx3_class::cancel_transfer(transfer_record& record) noexcept {
     std::lock_guard<std::recursive_mutex> guard(transfer_lock);
     if (!record.pending)
         return;
-    CancelIoEx(device, &record.overlapped);
+    driver.cancel_io(device, &record.overlapped);
     // The event is signalled when the driver gives the buffer back, whether
     // the transfer was cancelled or had just completed.
     if (WaitForSingleObject(record.overlapped.hEvent, cancel_wait_ms) == WAIT_OBJECT_0)
@@ -182,11 +187,11 @@ bool cypress_fx3_class::send_control_request(std::uint32_t code, void* input, st
     OVERLAPPED overlapped{};
     overlapped.hEvent = event.handle;
     DWORD returned = 0;
-    if (DeviceIoControl(device, code, input, input_size, output, output_size, &returned, &overlapped))
+    if (driver.device_io_control(device, code, input, input_size, output, output_size, &returned, &overlapped))
         return true;
     if (GetLastError() != ERROR_IO_PENDING)
         return false;
-    return GetOverlappedResult(device, &overlapped, &returned, TRUE) != FALSE;
+    return driver.get_overlapped_result(device, &overlapped, &returned, TRUE) != FALSE;
 }
 
 void cypress_fx3_class::write(std::uint32_t length, const void* bytes, std::uint32_t timeout_ms,
@@ -273,7 +278,7 @@ void cypress_fx3_class::read__blocking(std::uint32_t, void* destination, std::ui
     }
     record.pending = false;
     DWORD transferred = 0;
-    if (GetOverlappedResult(device, &record.overlapped, &transferred, FALSE)) {
+    if (driver.get_overlapped_result(device, &record.overlapped, &transferred, FALSE)) {
         // The whole transfer size is delivered, whatever was asked for.
         if (destination != nullptr)
             std::memcpy(destination, record.data(), channel.transfer_size);
@@ -406,7 +411,7 @@ void cypress_fx3_class::read_image_data(void* destination, std::uint32_t timeout
                 record.pending = false;
                 channel.queue.pop_front();
                 DWORD transferred = 0;
-                if (GetOverlappedResult(device, &record.overlapped, &transferred, FALSE)) {
+                if (driver.get_overlapped_result(device, &record.overlapped, &transferred, FALSE)) {
                     std::memcpy(destination, record.data(), channel.transfer_size);
                 } else {
                     stalled = get_is_endpoint_stalled(image_channel, true);
@@ -455,7 +460,7 @@ void cypress_fx3_class::cleanup() {
     }
     bool closed = true;
     if (device != INVALID_HANDLE_VALUE && device != nullptr) {
-        closed = CloseHandle(device) != FALSE;
+        closed = driver.close_device(device) != FALSE;
         device = INVALID_HANDLE_VALUE;
     }
     for (channel_descriptor& channel : channels) {

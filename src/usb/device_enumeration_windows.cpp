@@ -1,12 +1,6 @@
 // Lists the device interfaces of the Cypress USB driver through the Windows
 // setup interfaces, in the driver's order.
 
-// clang-format off
-#include <windows.h>
-#include <setupapi.h>
-#include <cfgmgr32.h>
-// clang-format on
-
 #include <cstddef>
 #include <cstring>
 #include <new>
@@ -14,6 +8,7 @@
 #include "usb/cypress_driver_interface_class.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/device_interface_walk.h"
+#include "usb/windows_driver_calls.h"
 
 namespace qx::usb {
 
@@ -40,12 +35,12 @@ void upper_case(char* text) {
 
 class setup_interface_list final : public device_interface_list {
   public:
-    explicit setup_interface_list(HDEVINFO device_set) : set(device_set) {
+    setup_interface_list(windows_driver_calls& calls, HDEVINFO device_set) : driver(calls), set(device_set) {
         selected.cbSize = sizeof selected;
     }
 
     interface_selection select_interface(std::uint32_t index) override {
-        if (SetupDiEnumDeviceInterfaces(set, nullptr, &cypress_driver_interface_class, index, &selected)) {
+        if (driver.enum_device_interfaces(set, &cypress_driver_interface_class, index, &selected)) {
             return interface_selection::selected;
         }
         return GetLastError() == ERROR_NO_MORE_ITEMS ? interface_selection::end_of_list
@@ -56,15 +51,15 @@ class setup_interface_list final : public device_interface_list {
         // The first call only learns the size; the path always fits the
         // fixed detail buffer or the interface is treated as unreadable.
         DWORD required_size = 0;
-        SetupDiGetDeviceInterfaceDetailA(set, &selected, nullptr, 0, &required_size, nullptr);
+        driver.get_device_interface_detail(set, &selected, nullptr, 0, &required_size, nullptr);
 
         alignas(SP_DEVICE_INTERFACE_DETAIL_DATA_A) unsigned char storage[detail_buffer_size] = {};
         auto* detail = new (storage) SP_DEVICE_INTERFACE_DETAIL_DATA_A{};
         detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A);
         SP_DEVINFO_DATA device{};
         device.cbSize = sizeof device;
-        if (!SetupDiGetDeviceInterfaceDetailA(set, &selected, detail, sizeof storage, &required_size,
-                                              &device)) {
+        if (!driver.get_device_interface_detail(set, &selected, detail, sizeof storage, &required_size,
+                                                &device)) {
             return std::nullopt;
         }
         read_instance_ids(device);
@@ -79,16 +74,17 @@ class setup_interface_list final : public device_interface_list {
     // The device's instance id and its parent's (the hub port it hangs on)
     // are looked up for a debugger's benefit; they do not change the list.
     void read_instance_ids(SP_DEVINFO_DATA& device) {
-        if (SetupDiGetDeviceInstanceIdA(set, &device, instance_id, sizeof instance_id, nullptr)) {
+        if (driver.get_device_instance_id(set, &device, instance_id, sizeof instance_id)) {
             upper_case(instance_id);
         }
         DEVINST parent = 0;
-        if (CM_Get_Parent(&parent, device.DevInst, 0) == CR_SUCCESS &&
-            CM_Get_Device_IDA(parent, parent_id, sizeof parent_id, 0) == CR_SUCCESS) {
+        if (driver.get_parent(&parent, device.DevInst) == CR_SUCCESS &&
+            driver.get_device_id(parent, parent_id, sizeof parent_id) == CR_SUCCESS) {
             upper_case(parent_id);
         }
     }
 
+    windows_driver_calls& driver;
     HDEVINFO set;
     SP_DEVICE_INTERFACE_DATA selected{};
     char instance_id[id_buffer_size] = {};
@@ -98,18 +94,18 @@ class setup_interface_list final : public device_interface_list {
 }  // namespace
 
 std::optional<std::vector<std::string>> list_platform_device_paths() {
-    HDEVINFO device_set =
-        SetupDiGetClassDevsA(&cypress_driver_interface_class, nullptr, nullptr, present_interfaces);
+    windows_driver_calls& driver = installed_windows_driver_calls();
+    HDEVINFO device_set = driver.get_class_devs(&cypress_driver_interface_class, present_interfaces);
     if (device_set == INVALID_HANDLE_VALUE)
         return std::nullopt;
     std::optional<std::vector<std::string>> paths;
     try {
-        setup_interface_list list(device_set);
+        setup_interface_list list(driver, device_set);
         paths = walk_device_interfaces(list);
     } catch (...) {
         paths.reset();
     }
-    SetupDiDestroyDeviceInfoList(device_set);
+    driver.destroy_device_info_list(device_set);
     return paths;
 }
 

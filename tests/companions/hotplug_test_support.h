@@ -10,12 +10,13 @@
 #include <vector>
 
 #include "support/loaded_library.h"
+#include "support/test_platform.h"
 #include "quendral_vko_device_module.h"
 
 namespace qx::test {
 
 struct hotplug_monitor_library {
-    loaded_library library{QX_TEST_LIB_DIR "/libquendral_vko_usb_hotplug_monitor.so"};
+    loaded_library library{library_path(QX_TEST_LIB_DIR, "quendral_vko_usb_hotplug_monitor")};
     qx_hotplug_open_t open_monitor = library.find_function<qx_hotplug_open_t>("open");
     qx_hotplug_close_t close_monitor = library.find_function<qx_hotplug_close_t>("close");
     qx_hotplug_event_subscribe_t subscribe =

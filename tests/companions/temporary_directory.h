@@ -2,9 +2,6 @@
 // A fresh directory that a test works in: made the working directory for the
 // test's duration and removed afterwards.
 
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -12,15 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "support/test_platform.h"
+
 namespace qx::test {
 
 class temporary_working_directory {
   public:
     temporary_working_directory() : previous_(std::filesystem::current_path()) {
-        std::string pattern = (std::filesystem::temp_directory_path() / "qx_test_XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("cannot make a temporary directory");
-        path_ = pattern;
+        path_ = make_unique_directory("qx_test_");
         std::filesystem::current_path(path_);
     }
     ~temporary_working_directory() {

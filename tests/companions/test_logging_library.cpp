@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "support/loaded_library.h"
+#include "support/test_platform.h"
 #include "quendral_vko_logging.h"
 #include "temporary_directory.h"
 
@@ -27,7 +28,7 @@ class logging_library_test : public testing::Test {
     std::string module_name = testing::UnitTest::GetInstance()->current_test_info()->name();
 
     qx::test::temporary_working_directory directory;
-    qx::test::loaded_library library{QX_TEST_LIB_DIR "/libquendral_vko_logger.so"};
+    qx::test::loaded_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_logger")};
     vko_get_log_t get_log = library.find_function<vko_get_log_t>("vko_get_log");
     vko_log_t write_log = library.find_function<vko_log_t>("vko_log");
     vko_free_log_t free_log = library.find_function<vko_free_log_t>("vko_free_log");
@@ -52,16 +53,16 @@ TEST_F(logging_library_test, a_line_holds_utc_time_level_names_call_site_and_tex
     // Far from UTC, so a local time would show.
     const char* previous_zone = std::getenv("TZ");
     const std::string saved_zone = previous_zone == nullptr ? "" : previous_zone;
-    setenv("TZ", "Asia/Kolkata", 1);
+    qx::test::set_environment("TZ", "Asia/Kolkata");
     tzset();
     void* log = get_configured_log("output = out.log\n");
     ASSERT_NE(log, nullptr);
     const std::time_t before = std::time(nullptr);
     ASSERT_EQ(write_message(log, 5, "port 3 opened"), 0);
     if (previous_zone == nullptr) {
-        unsetenv("TZ");
+        qx::test::set_environment("TZ", nullptr);
     } else {
-        setenv("TZ", saved_zone.c_str(), 1);
+        qx::test::set_environment("TZ", saved_zone.c_str());
     }
     tzset();
 
@@ -78,7 +79,7 @@ TEST_F(logging_library_test, a_line_holds_utc_time_level_names_call_site_and_tex
     written.tm_hour = std::stoi(parts[4]);
     written.tm_min = std::stoi(parts[5]);
     written.tm_sec = std::stoi(parts[6]);
-    EXPECT_LE(std::abs(static_cast<long>(timegm(&written) - before)), 60L) << lines[0];
+    EXPECT_LE(std::abs(static_cast<long>(qx::test::utc_seconds(written) - before)), 60L) << lines[0];
     EXPECT_EQ(free_log(module_name.c_str(), "usb"), 0);
 }
 
@@ -190,11 +191,12 @@ TEST_F(logging_library_test, the_configuration_is_also_found_beside_the_library)
     // beside it and none in the working directory.
     const auto library_directory = directory.get_path() / "lib";
     std::filesystem::create_directories(library_directory);
-    std::filesystem::copy_file(QX_TEST_LIB_DIR "/libquendral_vko_logger.so",
-                               library_directory / "libquendral_vko_logger.so");
+    const std::string library_file = qx::test::library_file("quendral_vko_logger");
+    std::filesystem::copy_file(qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_logger"),
+                               library_directory / library_file);
     const auto output = directory.get_path() / "beside_library.log";
     directory.write_file("lib/quendral_vko_logger.cfg", "output = " + output.string() + "\n");
-    qx::test::loaded_library copy((library_directory / "libquendral_vko_logger.so").string());
+    qx::test::loaded_library copy((library_directory / library_file).string());
     const auto copied_get_log = copy.find_function<vko_get_log_t>("vko_get_log");
     void* log = copied_get_log(module_name.c_str(), "usb", configuration_name);
     ASSERT_NE(log, nullptr);

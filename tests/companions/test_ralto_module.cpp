@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "support/loaded_library.h"
+#include "support/test_platform.h"
 #include "quendral_vko_device_module.h"
 
 namespace {
@@ -20,7 +21,7 @@ using namespace std::chrono_literals;
 
 class ralto_module_test : public testing::Test {
   protected:
-    qx::test::loaded_library library{QX_TEST_LIB_DIR "/libquendral_vko_ralto_camera_device.so"};
+    qx::test::loaded_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
     qx_module_get_name_t get_name = library.find_function<qx_module_get_name_t>("qx_module_get_name");
     qx_module_get_type_t get_type = library.find_function<qx_module_get_type_t>("qx_module_get_type");
     qx_module_initialize_t initialize = library.find_function<qx_module_initialize_t>("qx_module_initialize");

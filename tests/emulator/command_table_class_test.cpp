@@ -2,6 +2,7 @@
 // command endpoints. Each script runs on one camera in order, so sets are
 // followed by the reads that show their effect.
 
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -291,7 +292,10 @@ TEST(command_table_class, command_bytes_tolerate_missing_nul_and_trailing_bytes)
 }
 
 TEST(command_table_class, reply_overrides_and_command_log) {
-    const std::string log_path = ::testing::TempDir() + "emulator_command_log.txt";
+    // Forward slashes: the path goes into JSON text unescaped, and Windows
+    // reads them as well as its own.
+    std::string log_path = ::testing::TempDir() + "emulator_command_log.txt";
+    std::replace(log_path.begin(), log_path.end(), '\\', '/');
     std::remove(log_path.c_str());
     const emulated_camera camera(small_camera_json(
         R"("replies":{"iosetup":"!t!s","exp 7":"Camera Running"},"command_log":")" + log_path + "\""));

@@ -39,9 +39,10 @@ TEST_F(worker_thread_names, frame_loop_and_packet_loop_are_named_as_the_system_k
         std::unique_lock<std::mutex> lock(probe.mutex);
         ASSERT_TRUE(probe.arrived.wait_for(lock, std::chrono::seconds(30), [&] { return !probe.name.empty(); }))
             << "no frame reached the callback";
-        EXPECT_EQ(probe.name, "ACQUISITION FRA");
+        EXPECT_EQ(probe.name, qx::test::name_as_the_system_keeps_it("ACQUISITION FRAME LOOP"));
     }
-    EXPECT_EQ(qx::test::names_of_threads_in_this_process().count("ACQUISITION PAC"), 1u);
+    EXPECT_EQ(qx::test::names_of_threads_in_this_process().count(
+                  qx::test::name_as_the_system_keeps_it("ACQUISITION PACKET LOOP")), 1u);
     EXPECT_EQ(qx_camera_disarm(camera), 0) << qx_camera_get_last_error();
 }
 

@@ -8,6 +8,7 @@
 #include "kit/device_module_manager.h"
 #include "support/loaded_library.h"
 #include "support/scripted_module_state.h"
+#include "support/test_platform.h"
 
 namespace {
 
@@ -18,7 +19,7 @@ using qx::test::scripted_module_state;
 class loaded_module {
   public:
     loaded_module(const std::string& directory, const std::string& name)
-        : library(directory + "/lib" + name + ".so"),
+        : library(qx::test::library_path(directory, name)),
           state(library.find_function<scripted_module_state* (*)()>("qx_scripted_module_state")()) {
         state->reset();
     }

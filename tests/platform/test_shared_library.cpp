@@ -1,25 +1,36 @@
-// The dynamic-loading seam: library names and the module search path.
+// The dynamic-loading seam: library names and the module search path, as
+// each platform spells them.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include "platform/shared_library.h"
+#include "support/test_platform.h"
 
 namespace {
 
 using namespace qx::platform;
 
-TEST(shared_library, maps_windows_file_names_to_shared_objects) {
-    EXPECT_EQ(map_library_file_name("quendral_vko_camera_sdk.dll"), "libquendral_vko_camera_sdk.so");
-    EXPECT_EQ(map_library_file_name("quendral_vko_usb_hotplug_monitor.dll"),
-              "libquendral_vko_usb_hotplug_monitor.so");
-    EXPECT_EQ(map_library_file_name("quendral_vko_ralto_camera_device.dll"),
-              "libquendral_vko_ralto_camera_device.so");
-    EXPECT_EQ(map_library_file_name("quendral_vko_logger.dll"), "libquendral_vko_logger.so");
-    // Only a final ".dll" is mapped.
-    EXPECT_EQ(map_library_file_name("libalready.so"), "libalready.so");
-    EXPECT_EQ(map_library_file_name(".dll"), ".dll");
-    EXPECT_EQ(map_library_file_name("a.dll.bak"), "a.dll.bak");
+TEST(shared_library, maps_windows_file_names_to_the_platforms_own) {
+    const struct {
+        const char* windows_name;
+        const char* posix_name;
+    } cases[] = {
+        {"quendral_vko_camera_sdk.dll", "libquendral_vko_camera_sdk.so"},
+        {"quendral_vko_usb_hotplug_monitor.dll", "libquendral_vko_usb_hotplug_monitor.so"},
+        {"quendral_vko_ralto_camera_device.dll", "libquendral_vko_ralto_camera_device.so"},
+        {"quendral_vko_logger.dll", "libquendral_vko_logger.so"},
+        // Only a final ".dll" is mapped.
+        {"libalready.so", "libalready.so"},
+        {".dll", ".dll"},
+        {"a.dll.bak", "a.dll.bak"},
+    };
+    for (const auto& c : cases) {
+#if defined(_WIN32)
+        EXPECT_EQ(map_library_file_name(c.windows_name), c.windows_name);
+#else
+        EXPECT_EQ(map_library_file_name(c.windows_name), c.posix_name);
+#endif
+    }
 }
 
 TEST(shared_library, a_loaded_library_is_known_by_its_plain_or_versioned_file_name) {
@@ -39,14 +50,22 @@ TEST(shared_library, a_loaded_library_is_known_by_its_plain_or_versioned_file_na
 }
 
 TEST(shared_library, searches_the_module_path_in_order_then_the_own_directory) {
-    setenv("QX_CAMERA_MODULE_PATH", "/first:/second/dir::/third", 1);
+#if defined(_WIN32)
+    // Drive letters carry a ':', so Windows separates the entries with ';'.
+    const char* module_path = "C:\\first;D:\\second dir;;E:\\third";
+    const char* expected[] = {"C:\\first", "D:\\second dir", "E:\\third"};
+    const char directory_separator = '\\';
+#else
+    const char* module_path = "/first:/second/dir::/third";
+    const char* expected[] = {"/first", "/second/dir", "/third"};
+    const char directory_separator = '/';
+#endif
+    qx::test::set_environment("QX_CAMERA_MODULE_PATH", module_path);
     const auto directories = module_search_directories();
-    unsetenv("QX_CAMERA_MODULE_PATH");
-    ASSERT_GE(directories.size(), 4u);
-    EXPECT_EQ(directories[0], "/first");
-    EXPECT_EQ(directories[1], "/second/dir");
-    EXPECT_EQ(directories[2], "/third");
-    EXPECT_EQ(directories[3] + "/" + file_name_of(own_library_path()), own_library_path());
+    qx::test::set_environment("QX_CAMERA_MODULE_PATH", nullptr);
+    ASSERT_EQ(directories.size(), 4u);
+    for (std::size_t index = 0; index < 3; ++index) EXPECT_EQ(directories[index], expected[index]);
+    EXPECT_EQ(directories[3] + directory_separator + file_name_of(own_library_path()), own_library_path());
 }
 
 TEST(shared_library, finding_and_loading_missing_libraries_gives_null) {

@@ -1,12 +1,19 @@
-// Naming the calling thread, read back through the system.
+// Naming the calling thread, read back through the system: POSIX keeps the
+// first fifteen characters, Windows keeps the whole name as the thread's
+// description and also announces it to a debugger with exception 0x406D1388.
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
+#include <atomic>
 #include <string>
 #include <thread>
 
 #include "platform/thread_name.h"
+#include "support/thread_names.h"
 
 namespace {
 
@@ -15,29 +22,16 @@ std::string name_seen_after_naming(const char* name) {
     std::string seen;
     std::thread worker([&] {
         qx::platform::name_current_thread(name);
-        char read_back[64] = {};
-        if (pthread_getname_np(pthread_self(), read_back, sizeof read_back) == 0)
-            seen = read_back;
+        seen = qx::test::name_of_this_thread();
     });
     worker.join();
     return seen;
 }
 
-TEST(thread_name, the_system_sees_the_name_cut_to_its_first_fifteen_characters) {
-    const struct {
-        const char* name;
-        const char* seen;
-    } cases[] = {
-        {"short", "short"},
-        {"exactly_15_char", "exactly_15_char"},
-        {"ACQUISITION FRAME LOOP", "ACQUISITION FRA"},
-        {"ACQUISITION PACKET LOOP", "ACQUISITION PAC"},
-        {"RALTO_CONNECT_DISCONNECT", "RALTO_CONNECT_D"},
-        {"QV_CONNECT_DISCONNECT", "QV_CONNECT_DISC"},
-        {"", ""},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(name_seen_after_naming(c.name), c.seen) << '"' << c.name << '"';
+TEST(thread_name, the_system_sees_the_name_as_the_platform_keeps_it) {
+    for (const char* name : {"short", "exactly_15_char", "ACQUISITION FRAME LOOP", "ACQUISITION PACKET LOOP",
+                             "RALTO_CONNECT_DISCONNECT", "QV_CONNECT_DISCONNECT", ""}) {
+        EXPECT_EQ(name_seen_after_naming(name), qx::test::name_as_the_system_keeps_it(name)) << '"' << name << '"';
     }
 }
 
@@ -46,12 +40,45 @@ TEST(thread_name, a_null_name_leaves_the_thread_name_unchanged) {
     std::thread worker([&] {
         qx::platform::name_current_thread("before null");
         qx::platform::name_current_thread(nullptr);
-        char read_back[64] = {};
-        pthread_getname_np(pthread_self(), read_back, sizeof read_back);
-        after = read_back;
+        after = qx::test::name_of_this_thread();
     });
     worker.join();
     EXPECT_EQ(after, "before null");
 }
+
+#if defined(_WIN32)
+// What a debugger would have been told: the exception's code and record.
+std::atomic<int> announcements{0};
+std::string announced_name;
+DWORD announced_thread = 0;
+
+LONG WINAPI watch_thread_name_exception(EXCEPTION_POINTERS* exception) {
+    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+    if (record.ExceptionCode == 0x406D1388 && record.NumberParameters == 3 &&
+        record.ExceptionInformation[0] == 0x1000) {
+        announced_name = reinterpret_cast<const char*>(record.ExceptionInformation[1]);
+        announced_thread = static_cast<DWORD>(record.ExceptionInformation[2]);
+        announcements.fetch_add(1);
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(thread_name, windows_announces_the_name_to_a_debugger_and_carries_on) {
+    // The application's own vectored handler sees the exception, as a
+    // debugger would; the kit's handler, behind it, lets the thread go on.
+    DWORD named_thread = 0;
+    PVOID watcher = AddVectoredExceptionHandler(1, watch_thread_name_exception);
+    ASSERT_NE(watcher, nullptr);
+    std::thread worker([&] {
+        named_thread = GetCurrentThreadId();
+        qx::platform::name_current_thread("ACQUISITION PACKET LOOP");
+    });
+    worker.join();
+    RemoveVectoredExceptionHandler(watcher);
+    EXPECT_EQ(announcements.load(), 1);
+    EXPECT_EQ(announced_name, "ACQUISITION PACKET LOOP");
+    EXPECT_EQ(announced_thread, named_thread);
+}
+#endif
 
 }  // namespace

@@ -71,10 +71,9 @@ class hotplug_recorder {
     std::vector<std::string> threads;  // guarded by mutex
 };
 
-// How many threads of this process carry the name (as Linux keeps it: at
-// most 15 characters).
+// How many threads of this process carry the name, as the system keeps it.
 inline std::size_t count_threads_named(const std::string& name) {
-    return names_of_threads_in_this_process().count(name.substr(0, 15));
+    return names_of_threads_in_this_process().count(name_as_the_system_keeps_it(name));
 }
 
 }  // namespace qx::test

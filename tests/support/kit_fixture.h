@@ -10,13 +10,14 @@
 #include "quendral_vko_camera_sdk.h"
 #include "support/loaded_library.h"
 #include "support/scripted_module_state.h"
+#include "support/test_platform.h"
 
 namespace qx::test {
 
 // The scripted module's state. The library is loaded from the same file the
 // kit loads, so both see one instance; it stays loaded for the whole process.
 inline scripted_module_state& scripted_module() {
-    static loaded_library library{QX_TEST_MODULE_DIR "/libquendral_vko_ralto_camera_device.so"};
+    static loaded_library library{library_path(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device")};
     static scripted_module_state* state =
         library.find_function<scripted_module_state* (*)()>("qx_scripted_module_state")();
     return *state;

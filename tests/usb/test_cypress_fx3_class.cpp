@@ -1,0 +1,324 @@
+// The Windows transport and enumeration end to end against a simulated
+// Cypress driver with emulated cameras behind it: discovery through the
+// setup interfaces, commands and the two-attempt recovery, the image ring,
+// pixel-exact frames in every encoding, stall recovery and unplugging.
+// Every case also checks that the driver never saw a request it would
+// refuse.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "acquisition/frame_acquisition_class.h"
+#include "device_qv/device_dispatch.h"
+#include "device_qv/qv_camera_class.h"
+#include "support/emulated_camera_fixture.h"
+#include "support/sdk_camera_fixture.h"
+#include "usb/cypress_fx3_class.h"
+#include "usb/device_enumerator_class.h"
+#include "usb/simulated_cypress_driver_class.h"
+
+namespace {
+
+using qx::test::simulated_cypress_driver_class;
+namespace cypress = qx::usb::cypress;
+
+// Emulated cameras carry a product id outside the family's table, so that
+// only the simulated driver, which lists them under 0x6101, finds them.
+std::string camera_json(const std::string& serial, const std::string& extra = "") {
+    return R"({"serial":")" + serial +
+           R"(","product_id":24856,"sensor_width":64,"sensor_height":8,"pacing":"fast","pattern":"gradient")" +
+           (extra.empty() ? "" : "," + extra) + "}";
+}
+
+qx::usb::usb_identity_filter family_filter() {
+    qx::usb::usb_identity_filter filter;
+    filter.vendor_id = 0x2A7C;
+    const std::uint32_t products[] = {0x6101, 0x6117, 0x6210, 0x611E};
+    std::copy(std::begin(products), std::end(products), filter.product_ids.begin());
+    return filter;
+}
+
+class cypress_fx3_class_test : public testing::Test {
+  protected:
+    // Plugs in emulated cameras and lists each under the driver's path.
+    void plug(const std::vector<std::string>& cameras) {
+        std::string list;
+        for (const auto& camera : cameras) list += (list.empty() ? "" : ",") + camera;
+        qx::test::configure_emulator(R"({"cameras":[)" + list + "]}");
+        for (std::size_t index = 0; index < cameras.size(); ++index) {
+            const std::string emulator_path = qx::test::emulated_path(static_cast<int>(index));
+            emulator_paths.push_back(emulator_path);
+            driver_paths.push_back(simulated_cypress_driver_class::interface_path_for(
+                0x2A7C, 0x6101, "qvsim" + std::to_string(index)));
+            driver.add_interface(driver_paths.back(), emulator_path);
+        }
+    }
+
+    void TearDown() override {
+        camera.reset();
+        transport.reset();
+        EXPECT_EQ(driver.violations(), std::vector<std::string>{});
+        EXPECT_EQ(driver.open_interface_sets(), 0);
+        qx_emu_reset("0");
+    }
+
+    void open_camera(int index = 0) {
+        transport = std::make_unique<qx::usb::cypress_fx3_class>(driver_paths.at(static_cast<std::size_t>(index)));
+        camera = std::make_unique<qx::device_qv::qv_camera_class>(transport.get());
+    }
+
+    int get(const char* command, void* data = nullptr, char* reply = nullptr, std::uint64_t reply_size = 0) {
+        return qx::device_qv::dispatch_get({*camera, command, std::strlen(command) + 1, data, 0, reply, reply_size});
+    }
+
+    // Arms for `frames` frames, triggers, and returns each frame's pixel
+    // mismatches against the gradient, for the first `wanted` frames that
+    // arrive (all of them by default). A frame that never comes ends the
+    // wait after `poll_limit` empty polls of the poll time-out each.
+    std::vector<int> stream(int frames, int bits, int wanted = -1, int poll_limit = 300) {
+        if (wanted < 0)
+            wanted = frames;
+        camera->metadata_enabled = true;
+        char reply[64] = {};
+        EXPECT_EQ(get("acquisition_bytes_per_frame", nullptr, reply, sizeof reply), 0);
+        const std::size_t frame_bytes = std::stoul(reply);
+        buffer.assign(frame_bytes * 4, 0);
+        camera->query("nframes " + std::to_string(frames));
+        camera->acquisition.arm(buffer.data(), static_cast<std::int64_t>(buffer.size()));
+        camera->query("start");
+        std::vector<int> mismatches;
+        for (int polls = 0; static_cast<int>(mismatches.size()) < wanted && polls < poll_limit; ++polls) {
+            unsigned char* slot = camera->acquisition.poll_frame();
+            if (slot == nullptr)
+                continue;
+            const auto record = qx::acquisition::scan_frame_record(slot);
+            frame_counts.push_back(static_cast<std::uint32_t>(record.frame_count));
+            mismatches.push_back(qx::test::gradient_mismatches(
+                record.image_data, static_cast<std::uint32_t>(record.frame_count), {0, 0, 64, 8, 1, 1, bits}));
+        }
+        camera->acquisition.stop();
+        return mismatches;
+    }
+
+    simulated_cypress_driver_class driver;
+    std::vector<std::string> emulator_paths;
+    std::vector<std::string> driver_paths;
+    std::unique_ptr<qx::usb::cypress_fx3_class> transport;
+    std::unique_ptr<qx::device_qv::qv_camera_class> camera;
+    std::vector<unsigned char> buffer;
+    std::vector<std::uint32_t> frame_counts;
+};
+
+TEST_F(cypress_fx3_class_test, enumeration_lists_the_first_eight_family_interfaces_in_upper_case) {
+    plug({camera_json("QVSIM0")});
+    const struct {
+        std::string path;
+        bool listed;
+    } others[] = {
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6117, "b"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7D, 0x6101, "other_vendor"), false},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6118, "unknown_product"), false},
+        {"\\\\?\\usb#no_ids#{ae18aa60-7f6a-11d4-97dd-00010229b959}", false},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x611E, "c"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6210, "d"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "e"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "f"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "g"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "h"), true},
+        {simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "ninth"), false},
+    };
+    std::vector<std::string> expected = {driver_paths[0]};
+    for (const auto& other : others) {
+        driver.add_interface(other.path);
+        if (other.listed)
+            expected.push_back(other.path);
+    }
+    qx::usb::device_enumerator_class enumerator;
+    ASSERT_EQ(enumerator.enumerate(family_filter()), 8);
+    for (int index = 0; index < 8; ++index) {
+        char path[256] = {};
+        ASSERT_EQ(enumerator.get_device_path(index, path, sizeof path), 1);
+        std::string upper = expected[static_cast<std::size_t>(index)];
+        for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        EXPECT_EQ(path, upper) << index;
+    }
+    char untouched[4] = "x";
+    EXPECT_EQ(enumerator.get_device_path(8, untouched, sizeof untouched), 0);
+    EXPECT_STREQ(untouched, "x");
+}
+
+TEST_F(cypress_fx3_class_test, enumeration_failures_of_the_setup_interfaces) {
+    plug({camera_json("QVSIM0"), camera_json("QVSIM1")});
+    const struct {
+        const char* name;
+        bool refuse_class_list;
+        int fail_selection_at;
+        bool fail_detail;
+        int expected_count;
+    } cases[] = {
+        {"a class list that cannot be had lists nothing", true, -1, false, 0},
+        {"a failed detail query lists nothing at all", false, -1, true, 0},
+        {"a failed selection lists the previous interface again", false, 1, false, 3},
+        {"all well", false, -1, false, 2},
+    };
+    for (const auto& c : cases) {
+        driver.refuse_class_list = c.refuse_class_list;
+        driver.fail_selection_once_at = c.fail_selection_at;
+        driver.fail_detail = c.fail_detail;
+        qx::usb::device_enumerator_class enumerator;
+        EXPECT_EQ(enumerator.enumerate(family_filter()), c.expected_count) << c.name;
+        EXPECT_EQ(driver.open_interface_sets(), 0) << c.name;
+    }
+}
+
+TEST_F(cypress_fx3_class_test, commands_travel_with_the_request_header_and_whole_replies_come_back) {
+    plug({camera_json("QVSIM0", R"("usb_speed":"USB 2.0")")});
+    open_camera();
+    EXPECT_EQ(camera->serial_number(), "QVSIM0");
+    EXPECT_EQ(camera->query("exp 1234"), "Success");
+    EXPECT_EQ(camera->query("exp"), "1234");
+    EXPECT_EQ(transport->get_usb_port_speed(), "USB 2.0");
+    // A read asked for 4 bytes still delivers the channel's 1024.
+    std::vector<char> reply(qx::usb::command_transfer_size, '\x55');
+    bool timed_out = true, failed = true, stalled = true;
+    transport->write(7, "sernum", 1000, timed_out, stalled);
+    ASSERT_FALSE(timed_out || stalled);
+    transport->read__blocking(4, reply.data(), 1000, timed_out, failed, stalled);
+    ASSERT_FALSE(timed_out || failed || stalled);
+    EXPECT_STREQ(reply.data(), "QVSIM0");
+    EXPECT_EQ(reply.back(), '\0') << "the whole transfer was copied";
+    EXPECT_GT(driver.requests_with(cypress::bulk_transfer_code), 0);
+    EXPECT_GT(driver.requests_with(cypress::usb_speed_code), 0);
+}
+
+TEST_F(cypress_fx3_class_test, opening_fails_with_the_create_file_text) {
+    plug({camera_json("QVSIM0")});
+    for (const std::string& path : {std::string("\\\\?\\usb#vid_2a7c&pid_6101#absent#{x}"), std::string()}) {
+        try {
+            qx::usb::cypress_fx3_class absent(path);
+            ADD_FAILURE() << "opened " << path;
+        } catch (const std::exception& failure) {
+            EXPECT_NE(std::string(failure.what()).find(path.empty() ? "Device path must be provided."
+                                                                    : "cypress_fx3_class::cypress_fx3_class "
+                                                                      "CreateFile error."),
+                      std::string::npos)
+                << failure.what();
+        }
+    }
+}
+
+TEST_F(cypress_fx3_class_test, a_lost_command_is_recovered_on_the_second_attempt) {
+    const struct {
+        const char* faults;
+        std::vector<unsigned char> resets;  // pipe resets, each sent twice
+        int port_resets;
+    } cases[] = {
+        {R"({"reply_timeout":{"commands":[0]}})", {}, 1},
+        {R"({"stall_command":{"commands":[0],"endpoint":"out"}})", {0x02, 0x02}, 0},
+        {R"({"stall_command":{"commands":[0],"endpoint":"in"}})", {0x82, 0x82}, 0},
+    };
+    plug({camera_json("QVSIM0")});
+    open_camera();
+    for (const auto& c : cases) {
+        const auto resets_before = driver.reset_pipe_endpoints().size();
+        const int port_resets_before = driver.requests_with(cypress::reset_parent_port_code);
+        ASSERT_EQ(qx_emu_set_faults(emulator_paths[0].c_str(), c.faults), QX_EMU_OK);
+        // A short time-out keeps the lost attempt short.
+        char reply[qx::device_qv::reply_area_size] = {};
+        camera->send_command("exp 2000", 9, reply, sizeof reply, 300);
+        EXPECT_STREQ(reply, "Success") << c.faults;
+        const auto resets = driver.reset_pipe_endpoints();
+        EXPECT_EQ(std::vector<unsigned char>(resets.begin() + static_cast<std::ptrdiff_t>(resets_before), resets.end()),
+                  c.resets)
+            << c.faults;
+        EXPECT_EQ(driver.requests_with(cypress::reset_parent_port_code) - port_resets_before, c.port_resets)
+            << c.faults;
+        EXPECT_EQ(camera->query("exp"), "2000") << c.faults;
+    }
+}
+
+struct encoding {
+    const char* packing;
+    int bits;
+};
+
+class cypress_fx3_encodings : public cypress_fx3_class_test, public testing::WithParamInterface<encoding> {};
+
+TEST_P(cypress_fx3_encodings, every_pixel_of_every_frame_is_exact_and_the_ring_stays_full) {
+    plug({camera_json("QVSIM0", std::string(R"("bit_depth":)") + std::to_string(GetParam().bits) +
+                                    R"(,"packing":")" + GetParam().packing + "\"")});
+    open_camera();
+    EXPECT_EQ(stream(6, GetParam().bits), std::vector<int>(6, 0));
+    for (std::size_t index = 1; index < frame_counts.size(); ++index)
+        EXPECT_EQ(frame_counts[index], frame_counts[index - 1] + 1);
+    EXPECT_EQ(driver.image_reads_held(), qx::usb::image_transfers_in_flight);
+}
+
+INSTANTIATE_TEST_SUITE_P(stream, cypress_fx3_encodings,
+                         testing::Values(encoding{"none", 16}, encoding{"12", 12}, encoding{"10", 10}),
+                         [](const testing::TestParamInfo<encoding>& info) {
+                             return std::string("packing_") + info.param.packing;
+                         });
+
+TEST_F(cypress_fx3_class_test, an_image_stall_is_cleared_with_the_double_reset_and_the_stream_goes_on) {
+    plug({camera_json("QVSIM0", R"("faults":{"stall_image":{"frames":[1],"packet":0}})")});
+    open_camera();
+    // Four frames are sent; the one broken by the stall is dropped.
+    const auto mismatches = stream(4, 12, 3);
+    ASSERT_EQ(mismatches.size(), 3u);
+    EXPECT_EQ(mismatches, std::vector<int>(mismatches.size(), 0)) << "no damaged frame is delivered";
+    const auto resets = driver.reset_pipe_endpoints();
+    EXPECT_EQ(std::count(resets.begin(), resets.end(), 0x83), 2);
+    EXPECT_GE(driver.requests_with(cypress::abort_pipe_code), 1);
+}
+
+TEST_F(cypress_fx3_class_test, a_woken_image_reader_returns_at_once_as_a_time_out_and_keeps_its_transfers) {
+    plug({camera_json("QVSIM0")});
+    open_camera();
+    transport->prime_image_channel();
+    // A wake before the read ends the read; one during it, from another
+    // thread, ends it too. Neither waits for the (very long) time-out.
+    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
+    const auto read_woken = [&] {
+        bool timed_out = false, failed = false, stalled = false;
+        transport->read_image_data(packet.data(), 600000, timed_out, failed, stalled);
+        return timed_out && !failed && !stalled;
+    };
+    transport->wake_image_reader();
+    EXPECT_TRUE(read_woken());
+    bool woken_while_waiting = false;
+    std::thread reader([&] { woken_while_waiting = read_woken(); });
+    transport->wake_image_reader();
+    reader.join();
+    EXPECT_TRUE(woken_while_waiting);
+    // Nothing was taken from the driver: the stream is whole and the ring full.
+    EXPECT_EQ(stream(2, 12), std::vector<int>(2, 0));
+    EXPECT_EQ(driver.image_reads_held(), qx::usb::image_transfers_in_flight);
+}
+
+TEST_F(cypress_fx3_class_test, an_unplugged_camera_fails_its_requests_and_leaves_the_list) {
+    plug({camera_json("QVSIM0")});
+    open_camera();
+    EXPECT_EQ(stream(2, 12), std::vector<int>(2, 0));
+    ASSERT_EQ(qx_emu_unplug_camera(emulator_paths[0].c_str()), QX_EMU_OK);
+    EXPECT_THROW(transport->get_usb_port_speed(), std::runtime_error);
+    // The reads the driver held come back failed at once, and the device
+    // no longer answers the stall query that follows.
+    bool timed_out = false, failed = false, stalled = false;
+    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
+    try {
+        transport->read_image_data(packet.data(), 1000, timed_out, failed, stalled);
+        ADD_FAILURE() << "an image read on an unplugged camera succeeded";
+    } catch (const std::runtime_error& failure) {
+        EXPECT_STREQ(failure.what(), "cypress_fx3_class::get_is_endpoint_stalled DeviceIoControl error.");
+    }
+    qx::usb::device_enumerator_class enumerator;
+    EXPECT_EQ(enumerator.enumerate(family_filter()), 0);
+}
+
+}  // namespace
