@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds the SDK and runs every test: the plain build, the AddressSanitizer +
-# UndefinedBehaviorSanitizer build, and the threaded tests under
-# ThreadSanitizer.
+# Builds the SDK and runs every test: the plain build, the install and
+# consumer checks, the AddressSanitizer + UndefinedBehaviorSanitizer build,
+# the threaded tests under ThreadSanitizer, every fuzz target for a short
+# time, the Windows suite under wine64, and the Python package's tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
