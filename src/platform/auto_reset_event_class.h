@@ -2,41 +2,40 @@
 // An auto-reset event: set() lets exactly one wait() through (or the next one
 // to come); close() releases every waiter for good.
 
-#include <condition_variable>
-#include <mutex>
+#include "platform/condition_variable_class.h"
 
 namespace qx::platform {
 
 class auto_reset_event_class {
   public:
-    void set() {
-        std::lock_guard<std::mutex> guard(mutex);
+    void set() QX_EXCLUDES(mutex) {
+        scoped_lock_class guard(mutex);
         signalled = true;
         wake.notify_one();
     }
 
     // Blocks until the event is set (and resets it) or closed. Returns false
     // when it was closed.
-    bool wait() {
-        std::unique_lock<std::mutex> guard(mutex);
-        wake.wait(guard, [&] { return signalled || closed; });
+    bool wait() QX_EXCLUDES(mutex) {
+        scoped_lock_class guard(mutex);
+        wake.wait(guard, [&]() QX_REQUIRES(mutex) { return signalled || closed; });
         if (closed)
             return false;
         signalled = false;
         return true;
     }
 
-    void close() {
-        std::lock_guard<std::mutex> guard(mutex);
+    void close() QX_EXCLUDES(mutex) {
+        scoped_lock_class guard(mutex);
         closed = true;
         wake.notify_all();
     }
 
   private:
-    std::mutex mutex;
-    std::condition_variable wake;
-    bool signalled = false;  // guarded by mutex
-    bool closed = false;     // guarded by mutex
+    mutex_class mutex;
+    condition_variable_class wake;
+    bool signalled QX_GUARDED_BY(mutex) = false;
+    bool closed QX_GUARDED_BY(mutex) = false;
 };
 
 }  // namespace qx::platform
