@@ -161,7 +161,7 @@ void emulator_registry_class::reset(const char* configuration) {
     auto configs = camera_config_class::parse_set(configuration == nullptr ? "" : configuration);
     std::vector<hotplug_event> events;
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         configured_ = true;
         auto made = make_cameras(std::move(configs), true);
         while (!cameras_.empty()) {
@@ -191,7 +191,7 @@ void emulator_registry_class::reset(const char* configuration) {
 }
 
 int emulator_registry_class::camera_count(const char* family) {
-    std::lock_guard guard(cameras_lock_);
+    platform::scoped_lock_class guard(cameras_lock_);
     configure_from_environment();
     int count = 0;
     for (const auto& entry : cameras_) {
@@ -204,7 +204,7 @@ int emulator_registry_class::camera_count(const char* family) {
 }
 
 std::string emulator_registry_class::camera_path(const char* family, int index) {
-    std::lock_guard guard(cameras_lock_);
+    platform::scoped_lock_class guard(cameras_lock_);
     configure_from_environment();
     int seen = 0;
     for (const auto& entry : cameras_) {
@@ -217,7 +217,7 @@ std::string emulator_registry_class::camera_path(const char* family, int index) 
 }
 
 std::shared_ptr<virtual_camera_class> emulator_registry_class::find_camera(const std::string& path) {
-    std::lock_guard guard(cameras_lock_);
+    platform::scoped_lock_class guard(cameras_lock_);
     configure_from_environment();
     const auto entry = find_plugged(path);
     if (entry == cameras_.end()) {
@@ -229,7 +229,7 @@ std::shared_ptr<virtual_camera_class> emulator_registry_class::find_camera(const
 std::shared_ptr<virtual_camera_class> emulator_registry_class::find_camera_or_departed(
     const std::string& path) {
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         configure_from_environment();
         if (const auto entry = find_plugged(path); entry != cameras_.end()) {
             return entry->camera;
@@ -258,7 +258,7 @@ std::string emulator_registry_class::plug(const char* camera_json) {
     std::vector<hotplug_event> events;
     std::string path;
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         configure_from_environment();
         auto made = make_cameras({std::move(config)}, false);
         add_plugged(std::move(made.front()), events);
@@ -271,7 +271,7 @@ std::string emulator_registry_class::plug(const char* camera_json) {
 void emulator_registry_class::unplug(const std::string& path) {
     std::vector<hotplug_event> events;
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         configure_from_environment();
         const auto entry = find_plugged(path);
         if (entry == cameras_.end()) {
@@ -289,7 +289,7 @@ void emulator_registry_class::unplug_after_fault(const std::weak_ptr<virtual_cam
     }
     std::vector<hotplug_event> events;
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         const auto entry =
             std::find_if(cameras_.begin(), cameras_.end(),
                          [&](const plugged_camera& candidate) { return candidate.camera == target; });
@@ -306,7 +306,7 @@ std::string emulator_registry_class::move(const std::string& path, int new_port)
     std::vector<hotplug_event> events;
     std::string new_path;
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         configure_from_environment();
         const auto entry = find_plugged(path);
         if (entry == cameras_.end()) {
@@ -335,16 +335,16 @@ int emulator_registry_class::add_listener(qx_emu_hotplug_listener_t listener, vo
         throw emulator_error_class(QX_EMU_INVALID, "listener is null");
     }
     {
-        std::lock_guard guard(cameras_lock_);
+        platform::scoped_lock_class guard(cameras_lock_);
         configure_from_environment();
     }
-    std::lock_guard guard(listeners_lock_);
+    platform::scoped_lock_class guard(listeners_lock_);
     listeners_.push_back({next_listener_id_, listener, context});
     return next_listener_id_++;
 }
 
 void emulator_registry_class::remove_listener(int listener_id) {
-    std::unique_lock guard(listeners_lock_);
+    platform::scoped_lock_class guard(listeners_lock_);
     const auto entry =
         std::find_if(listeners_.begin(), listeners_.end(),
                      [&](const listener_entry& candidate) { return candidate.id == listener_id; });
@@ -354,7 +354,7 @@ void emulator_registry_class::remove_listener(int listener_id) {
     listeners_.erase(entry);
     // Wait for calls running on other threads; a listener removing itself
     // from within its own call returns at once.
-    listener_finished_.wait(guard, [&] {
+    listener_finished_.wait(guard, [&]() QX_REQUIRES(listeners_lock_) {
         const int running = calls_in_progress_[listener_id] - (listener_running_here == listener_id ? 1 : 0);
         return running <= 0;
     });
@@ -365,12 +365,12 @@ void emulator_registry_class::notify(const std::vector<hotplug_event>& events) {
     for (const auto& event : events) {
         std::vector<listener_entry> snapshot;
         {
-            std::lock_guard guard(listeners_lock_);
+            platform::scoped_lock_class guard(listeners_lock_);
             snapshot = listeners_;
         }
         for (const auto& listener : snapshot) {
             {
-                std::lock_guard guard(listeners_lock_);
+                platform::scoped_lock_class guard(listeners_lock_);
                 const bool still_listed =
                     std::any_of(listeners_.begin(), listeners_.end(),
                                 [&](const listener_entry& candidate) { return candidate.id == listener.id; });
@@ -385,7 +385,7 @@ void emulator_registry_class::notify(const std::vector<hotplug_event>& events) {
                               listener.context);
             listener_running_here = outer;
             {
-                std::lock_guard guard(listeners_lock_);
+                platform::scoped_lock_class guard(listeners_lock_);
                 --calls_in_progress_[listener.id];
             }
             listener_finished_.notify_all();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "command_table_class.h"
 #include "emulator_error_class.h"
@@ -54,27 +55,36 @@ virtual_camera_class::virtual_camera_class(camera_config_class config)
 }
 
 void virtual_camera_class::adopt_persistent_state(virtual_camera_class& other) {
-    std::scoped_lock both(lock_, other.lock_);
-    state_.name = other.state_.name;
-    state_.user_memory = other.state_.user_memory;
+    // One lock at a time: two cameras' locks have no order between them.
+    std::string name;
+    std::vector<std::uint8_t> user_memory;
+    {
+        platform::scoped_lock_class guard(other.lock_);
+        name = other.state_.name;
+        user_memory = other.state_.user_memory;
+    }
+    platform::scoped_lock_class guard(lock_);
+    state_.name = std::move(name);
+    state_.user_memory = std::move(user_memory);
 }
 
 void virtual_camera_class::set_unplug_handler(std::function<void()> handler) {
-    std::lock_guard guard(lock_);
+    platform::scoped_lock_class guard(lock_);
     unplug_handler_ = std::move(handler);
 }
 
 void virtual_camera_class::mark_unplugged() {
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         plugged_ = false;
         stream_.stop();
+        note_change();
     }
     changed_.notify_all();
 }
 
 bool virtual_camera_class::is_plugged() const {
-    std::lock_guard guard(lock_);
+    platform::scoped_lock_class guard(lock_);
     return plugged_;
 }
 
@@ -147,7 +157,7 @@ qx_emu_status virtual_camera_class::write_command(const void* data, std::size_t 
                                                        std::to_string(longest_command) + ")");
     }
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         require_plugged();
         if (stalled_[command_out_slot]) {
             return QX_EMU_STALL;
@@ -192,6 +202,7 @@ qx_emu_status virtual_camera_class::write_command(const void* data, std::size_t 
             count_fault(QX_EMU_FAULT_REPLY_TIMEOUT);
             reply_.reset();
         }
+        note_change();
     }
     changed_.notify_all();
     return QX_EMU_OK;
@@ -204,9 +215,10 @@ qx_emu_status virtual_camera_class::read_reply(void* buffer, std::size_t capacit
                                    buffer == nullptr ? "buffer is null" : "transferred is null");
     }
     *transferred = 0;
-    std::unique_lock guard(lock_);
-    changed_.wait_for(guard, std::chrono::milliseconds(timeout_ms),
-                      [&] { return !plugged_ || stalled_[command_in_slot] || reply_.has_value(); });
+    platform::scoped_lock_class guard(lock_);
+    changed_.wait_for(guard, std::chrono::milliseconds(timeout_ms), [&]() QX_REQUIRES(lock_) {
+        return !plugged_ || stalled_[command_in_slot] || reply_.has_value();
+    });
     require_plugged();
     if (stalled_[command_in_slot]) {
         return QX_EMU_STALL;
@@ -260,7 +272,12 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
         throw emulator_error_class(QX_EMU_INVALID, "packet is null");
     }
     const auto deadline = clock::now() + std::chrono::milliseconds(timeout_ms);
-    std::unique_lock guard(lock_);
+    platform::scoped_lock_class guard(lock_);
+    // Sleeps until the time given or the next change, then looks again.
+    const auto wait_for_change_until = [&](clock::time_point until) QX_REQUIRES(lock_) {
+        const auto seen = changes_;
+        changed_.wait_until(guard, until, [&]() QX_REQUIRES(lock_) { return changes_ != seen; });
+    };
     for (;;) {
         if (std::exchange(packet_read_cancelled_, false)) {
             return QX_EMU_TIMEOUT;
@@ -275,7 +292,7 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
             if (now >= deadline) {
                 return QX_EMU_TIMEOUT;
             }
-            changed_.wait_until(guard, due.has_value() ? std::min(*due, deadline) : deadline);
+            wait_for_change_until(due.has_value() ? std::min(*due, deadline) : deadline);
             continue;
         }
         const std::uint32_t packet_index = stream_.next_packet_index();
@@ -297,7 +314,7 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
             if (now < *packet_held_until_) {
                 if (now >= deadline)
                     return QX_EMU_TIMEOUT;
-                changed_.wait_until(guard, std::min(*packet_held_until_, deadline));
+                wait_for_change_until(std::min(*packet_held_until_, deadline));
                 continue;
             }
             packet_held_until_.reset();
@@ -340,42 +357,45 @@ qx_emu_status virtual_camera_class::read_packet(void* packet, unsigned int timeo
 
 void virtual_camera_class::cancel_packet_read() {
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         packet_read_cancelled_ = true;
+        note_change();
     }
     changed_.notify_all();
 }
 
 bool virtual_camera_class::is_endpoint_stalled(unsigned char endpoint) const {
-    std::lock_guard guard(lock_);
+    platform::scoped_lock_class guard(lock_);
     require_plugged();
     return stalled_[endpoint_index(endpoint)];
 }
 
 void virtual_camera_class::clear_stall(unsigned char endpoint) {
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         require_plugged();
         stalled_[endpoint_index(endpoint)] = false;
         if (endpoint == QX_EMU_ENDPOINT_COMMAND_IN) {
             reply_.reset();  // the reply in flight is lost with the pipe
         }
+        note_change();
     }
     changed_.notify_all();
 }
 
 void virtual_camera_class::reset_port() {
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         require_plugged();
         stalled_.fill(false);
         reply_.reset();
+        note_change();
     }
     changed_.notify_all();
 }
 
 int virtual_camera_class::speed_code() const {
-    std::lock_guard guard(lock_);
+    platform::scoped_lock_class guard(lock_);
     require_plugged();
     if (config_.usb_speed == "USB 1.0") {
         return QX_EMU_SPEED_FULL;
@@ -385,7 +405,7 @@ int virtual_camera_class::speed_code() const {
 
 void virtual_camera_class::pulse_hardware_trigger() {
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         require_plugged();
         if (state_.trigger_mode == "none") {
             throw emulator_error_class(QX_EMU_INVALID,
@@ -396,24 +416,26 @@ void virtual_camera_class::pulse_hardware_trigger() {
             throw emulator_error_class(QX_EMU_INVALID, "the camera " + config_.serial + " is not armed");
         }
         stream_.trigger(static_cast<std::uint32_t>(state_.frames_per_trigger.value), clock::now());
+        note_change();
     }
     changed_.notify_all();
 }
 
 void virtual_camera_class::set_faults(fault_plan_class plan) {
     {
-        std::lock_guard guard(lock_);
+        platform::scoped_lock_class guard(lock_);
         require_plugged();
         faults_ = fault_schedule_class(std::move(plan), config_.seed);
         frames_at_faults_ = stream_.frames_started() - (stream_.next_packet_index() == 0 ? 0 : 1);
         command_writes_ = 0;
         packet_faults_decided_ = false;
+        note_change();
     }
     changed_.notify_all();
 }
 
 qx_emu_counters virtual_camera_class::counters() const {
-    std::lock_guard guard(lock_);
+    platform::scoped_lock_class guard(lock_);
     auto counters = counters_;
     counters.frames_started = stream_.frames_started();
     counters.frames_completed = stream_.frames_completed();

@@ -4,11 +4,9 @@
 // thread-safe; one lock guards the whole camera, and waits release it.
 
 #include <array>
-#include <condition_variable>
 #include <cstdint>
 #include <fstream>
 #include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 
@@ -16,6 +14,7 @@
 #include "camera_state_class.h"
 #include "fault_schedule_class.h"
 #include "packet_stream_class.h"
+#include "platform/condition_variable_class.h"
 #include "quendral_vko_camera_emulator.h"
 
 namespace qx::emulator {
@@ -34,65 +33,69 @@ class virtual_camera_class {
     const camera_config_class& config() const { return config_; }
 
     /** Takes the name and user memory of @p other (a camera moved to another port). */
-    void adopt_persistent_state(virtual_camera_class& other);
+    void adopt_persistent_state(virtual_camera_class& other) QX_EXCLUDES(lock_);
 
     /** Called, without the camera's lock, when a fault unplugs the camera. */
-    void set_unplug_handler(std::function<void()> handler);
+    void set_unplug_handler(std::function<void()> handler) QX_EXCLUDES(lock_);
     /** From now on every device call answers QX_EMU_NO_DEVICE. */
-    void mark_unplugged();
-    bool is_plugged() const;
+    void mark_unplugged() QX_EXCLUDES(lock_);
+    bool is_plugged() const QX_EXCLUDES(lock_);
 
     // Device I/O; failures other than time-outs and stalls raise emulator_error_class.
-    qx_emu_status write_command(const void* data, std::size_t size, unsigned int timeout_ms);
+    qx_emu_status write_command(const void* data, std::size_t size, unsigned int timeout_ms) QX_EXCLUDES(lock_);
     qx_emu_status read_reply(void* buffer, std::size_t capacity, std::size_t* transferred,
-                             unsigned int timeout_ms);
-    qx_emu_status read_packet(void* packet, unsigned int timeout_ms);
+                             unsigned int timeout_ms) QX_EXCLUDES(lock_);
+    qx_emu_status read_packet(void* packet, unsigned int timeout_ms) QX_EXCLUDES(lock_);
     /** Ends a read_packet in progress, or the next one, at once with QX_EMU_TIMEOUT. */
-    void cancel_packet_read();
-    bool is_endpoint_stalled(unsigned char endpoint) const;
-    void clear_stall(unsigned char endpoint);
-    void reset_port();
+    void cancel_packet_read() QX_EXCLUDES(lock_);
+    bool is_endpoint_stalled(unsigned char endpoint) const QX_EXCLUDES(lock_);
+    void clear_stall(unsigned char endpoint) QX_EXCLUDES(lock_);
+    void reset_port() QX_EXCLUDES(lock_);
     /** USB speed code (QX_EMU_SPEED_...). */
-    int speed_code() const;
+    int speed_code() const QX_EXCLUDES(lock_);
 
     // Control.
-    void pulse_hardware_trigger();
-    void set_faults(fault_plan_class plan);
-    qx_emu_counters counters() const;
+    void pulse_hardware_trigger() QX_EXCLUDES(lock_);
+    void set_faults(fault_plan_class plan) QX_EXCLUDES(lock_);
+    qx_emu_counters counters() const QX_EXCLUDES(lock_);
 
   private:
-    void require_plugged() const;  // caller holds lock_
+    void require_plugged() const QX_REQUIRES(lock_);
     enum endpoint_slot : std::size_t { command_out_slot, command_in_slot, image_in_slot };
     static std::size_t endpoint_index(unsigned char endpoint);
-    std::string answer(std::string_view command);  // caller holds lock_
-    void count_fault(qx_emu_fault_kind kind);      // caller holds lock_
-    void log_command(std::string_view command);    // caller holds lock_
-    void apply_header_faults(unsigned faults, std::uint32_t packet_index,
-                             std::uint8_t* packet);  // caller holds lock_
-    void apply_metadata_fault(unsigned faults, std::uint32_t packet_index,
-                              std::uint8_t* packet);  // caller holds lock_
+    std::string answer(std::string_view command) QX_REQUIRES(lock_);
+    void count_fault(qx_emu_fault_kind kind) QX_REQUIRES(lock_);
+    void log_command(std::string_view command) QX_REQUIRES(lock_);
+    void apply_header_faults(unsigned faults, std::uint32_t packet_index, std::uint8_t* packet)
+        QX_REQUIRES(lock_);
+    void apply_metadata_fault(unsigned faults, std::uint32_t packet_index, std::uint8_t* packet)
+        QX_REQUIRES(lock_);
+    // Records a change a waiting read may care about; the caller wakes the
+    // readers once it has let go of the lock.
+    void note_change() QX_REQUIRES(lock_) { ++changes_; }
 
     const camera_config_class config_;
-    mutable std::mutex lock_;             // the camera's one lock; taken after the registry's
-    std::condition_variable changed_;     // signalled on every change a waiting read may care about
-    bool plugged_ = true;                 // guarded by lock_
-    camera_state_class state_;            // guarded by lock_
-    packet_stream_class stream_;          // guarded by lock_
-    fault_schedule_class faults_;         // guarded by lock_
-    std::uint64_t frames_at_faults_ = 0;  // guarded by lock_: frames started when the faults were set
-    std::uint64_t command_writes_ = 0;    // guarded by lock_: writes since the faults were set
-    unsigned pending_packet_faults_ = 0;  // guarded by lock_: faults decided for the due packet
-    bool packet_faults_decided_ = false;  // guarded by lock_
-    bool packet_read_cancelled_ = false;  // guarded by lock_: kept until a read consumes it
-    std::optional<std::chrono::steady_clock::time_point>
-        packet_held_until_;                 // guarded by lock_: a delayed packet
-    std::optional<std::string> reply_;      // guarded by lock_: the reply waiting to be read
-    std::array<bool, 3> stalled_{};         // guarded by lock_: command OUT, command IN, image IN
-    qx_emu_counters counters_{};            // guarded by lock_ (frame counts come from stream_)
-    std::uint64_t fault_frame_ = 0;         // guarded by lock_: the frame of the due packet, since plugging in
-    std::uint64_t last_faulted_frame_ = UINT64_MAX;  // guarded by lock_
-    std::ofstream command_log_;             // guarded by lock_
-    std::function<void()> unplug_handler_;  // guarded by lock_
+    mutable platform::mutex_class lock_;  // the camera's one lock; taken after the registry's
+    platform::condition_variable_class changed_;  // signalled on every note_change()
+    std::uint64_t changes_ QX_GUARDED_BY(lock_) = 0;
+    bool plugged_ QX_GUARDED_BY(lock_) = true;
+    camera_state_class state_ QX_GUARDED_BY(lock_);
+    packet_stream_class stream_ QX_GUARDED_BY(lock_);
+    fault_schedule_class faults_ QX_GUARDED_BY(lock_);
+    std::uint64_t frames_at_faults_ QX_GUARDED_BY(lock_) = 0;  // frames started when the faults were set
+    std::uint64_t command_writes_ QX_GUARDED_BY(lock_) = 0;    // writes since the faults were set
+    unsigned pending_packet_faults_ QX_GUARDED_BY(lock_) = 0;  // faults decided for the due packet
+    bool packet_faults_decided_ QX_GUARDED_BY(lock_) = false;
+    bool packet_read_cancelled_ QX_GUARDED_BY(lock_) = false;  // kept until a read consumes it
+    std::optional<std::chrono::steady_clock::time_point> packet_held_until_
+        QX_GUARDED_BY(lock_);                                 // a delayed packet
+    std::optional<std::string> reply_ QX_GUARDED_BY(lock_);  // the reply waiting to be read
+    std::array<bool, 3> stalled_ QX_GUARDED_BY(lock_){};     // command OUT, command IN, image IN
+    qx_emu_counters counters_ QX_GUARDED_BY(lock_){};        // frame counts come from stream_
+    std::uint64_t fault_frame_ QX_GUARDED_BY(lock_) = 0;     // the frame of the due packet, since plugging in
+    std::uint64_t last_faulted_frame_ QX_GUARDED_BY(lock_) = UINT64_MAX;
+    std::ofstream command_log_ QX_GUARDED_BY(lock_);
+    std::function<void()> unplug_handler_ QX_GUARDED_BY(lock_);
 };
 
 }  // namespace qx::emulator

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/scoped_lock_class.h"
+
 namespace qx {
 
 namespace {
@@ -13,7 +15,7 @@ hotplug_event_dispatcher_class::hotplug_event_dispatcher_class()
 
 hotplug_event_dispatcher_class::~hotplug_event_dispatcher_class() {
     {
-        std::lock_guard<std::mutex> lock(dispatch_mutex_);
+        platform::scoped_lock_class lock(dispatch_mutex_);
         stopping_ = true;
         pending_events_.clear();
     }
@@ -22,7 +24,7 @@ hotplug_event_dispatcher_class::~hotplug_event_dispatcher_class() {
 }
 
 void hotplug_event_dispatcher_class::add_subscriber(const hotplug_subscriber& subscriber) {
-    std::lock_guard<std::mutex> lock(dispatch_mutex_);
+    platform::scoped_lock_class lock(dispatch_mutex_);
     for (const auto& existing : subscribers_) {
         if (existing.vendor_id == subscriber.vendor_id && existing.product_id == subscriber.product_id &&
             existing.callback == subscriber.callback && existing.context == subscriber.context) {
@@ -34,7 +36,7 @@ void hotplug_event_dispatcher_class::add_subscriber(const hotplug_subscriber& su
 
 void hotplug_event_dispatcher_class::post_event(hotplug_event event) {
     {
-        std::lock_guard<std::mutex> lock(dispatch_mutex_);
+        platform::scoped_lock_class lock(dispatch_mutex_);
         if (stopping_)
             return;
         pending_events_.push_back(std::move(event));
@@ -63,8 +65,8 @@ void hotplug_event_dispatcher_class::run_dispatch_loop() {
         hotplug_event event;
         std::vector<hotplug_subscriber> receivers;
         {
-            std::unique_lock<std::mutex> lock(dispatch_mutex_);
-            event_posted_.wait(lock, [this] { return stopping_ || !pending_events_.empty(); });
+            platform::scoped_lock_class lock(dispatch_mutex_);
+            event_posted_.wait(lock, [this]() QX_REQUIRES(dispatch_mutex_) { return stopping_ || !pending_events_.empty(); });
             if (stopping_)
                 return;
             event = std::move(pending_events_.front());

@@ -4,13 +4,12 @@
 // called with no lock held, so a subscriber may take its own locks or call
 // back into other libraries freely.
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/condition_variable_class.h"
 #include "quendral_vko_device_module.h"
 
 namespace qx {
@@ -43,27 +42,28 @@ class hotplug_event_dispatcher_class {
     // Adds a subscriber unless the same callback and context already watch
     // the same ids: a module that subscribes again (the kit reopens before it
     // closes the old instance) must not receive every event twice.
-    void add_subscriber(const hotplug_subscriber& subscriber);
+    void add_subscriber(const hotplug_subscriber& subscriber) QX_EXCLUDES(dispatch_mutex_);
 
     // Queues an event for every subscriber whose ids match; never blocks on
     // a subscriber.
-    void post_event(hotplug_event event);
+    void post_event(hotplug_event event) QX_EXCLUDES(dispatch_mutex_);
 
     // Whether the calling thread is a dispatch thread, i.e. the caller is
     // inside a subscriber's callback.
     static bool is_dispatch_thread();
 
   private:
-    void run_dispatch_loop();
-    std::vector<hotplug_subscriber> copy_subscribers_matching(const hotplug_event& event);
+    void run_dispatch_loop() QX_EXCLUDES(dispatch_mutex_);
+    std::vector<hotplug_subscriber> copy_subscribers_matching(const hotplug_event& event)
+        QX_REQUIRES(dispatch_mutex_);
 
     // Lock order: taken after the monitor's lifecycle mutex; never held while
     // a subscriber runs.
-    std::mutex dispatch_mutex_;
-    std::condition_variable event_posted_;
-    std::deque<hotplug_event> pending_events_;     // guarded by dispatch_mutex_
-    std::vector<hotplug_subscriber> subscribers_;  // guarded by dispatch_mutex_
-    bool stopping_ = false;                        // guarded by dispatch_mutex_
+    platform::mutex_class dispatch_mutex_;
+    platform::condition_variable_class event_posted_;
+    std::deque<hotplug_event> pending_events_ QX_GUARDED_BY(dispatch_mutex_);
+    std::vector<hotplug_subscriber> subscribers_ QX_GUARDED_BY(dispatch_mutex_);
+    bool stopping_ QX_GUARDED_BY(dispatch_mutex_) = false;
     std::thread dispatch_thread_;
 };
 

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "hotplug_monitor_functions.h"
+#include "platform/scoped_lock_class.h"
 
 namespace qx {
 
@@ -24,7 +25,7 @@ int hotplug_monitor_class::open_monitor() {
     // Joining the dispatch thread from itself would never end.
     if (hotplug_event_dispatcher_class::is_dispatch_thread())
         return hotplug_monitor_called_from_callback;
-    std::lock_guard<std::mutex> lock(lifecycle_mutex_);
+    platform::scoped_lock_class lock(lifecycle_mutex_);
     if (open_count_ == 0) {
         try {
             dispatcher_ = std::make_unique<hotplug_event_dispatcher_class>();
@@ -42,7 +43,7 @@ int hotplug_monitor_class::open_monitor() {
 int hotplug_monitor_class::close_monitor() {
     if (hotplug_event_dispatcher_class::is_dispatch_thread())
         return hotplug_monitor_called_from_callback;
-    std::lock_guard<std::mutex> lock(lifecycle_mutex_);
+    platform::scoped_lock_class lock(lifecycle_mutex_);
     if (open_count_ == 0)
         return hotplug_monitor_not_open;
     if (--open_count_ == 0)
@@ -57,7 +58,7 @@ int hotplug_monitor_class::subscribe(unsigned int vendor_id, unsigned int produc
     if (callback == nullptr || vendor_id > largest_usb_id || product_id > largest_usb_id) {
         return hotplug_monitor_invalid_argument;
     }
-    std::lock_guard<std::mutex> lock(lifecycle_mutex_);
+    platform::scoped_lock_class lock(lifecycle_mutex_);
     if (open_count_ == 0)
         return hotplug_monitor_not_open;
     dispatcher_->add_subscriber({vendor_id, product_id, callback, context});

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include "platform/scoped_lock_class.h"
 #include "quendral_vko_device_module.h"
 #include "usb/usb_device_path.h"
 
@@ -38,7 +39,7 @@ libusb_hotplug_source_class::~libusb_hotplug_source_class() {
     if (context_ == nullptr)
         return;
     {
-        std::lock_guard<std::mutex> lock(filters_mutex_);
+        platform::scoped_lock_class lock(filters_mutex_);
         for (const auto& filter : filters_) libusb_hotplug_deregister_callback(context_, filter.handle);
         filters_.clear();
     }
@@ -52,7 +53,7 @@ libusb_hotplug_source_class::~libusb_hotplug_source_class() {
 void libusb_hotplug_source_class::watch_device_ids(unsigned int vendor_id, unsigned int product_id) {
     if (!is_watching())
         return;
-    std::lock_guard<std::mutex> lock(filters_mutex_);
+    platform::scoped_lock_class lock(filters_mutex_);
     for (const auto& filter : filters_) {
         if (filter.vendor_id == vendor_id && filter.product_id == product_id)
             return;

@@ -6,11 +6,11 @@
 #include <libusb.h>
 
 #include <atomic>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "hotplug_event_dispatcher_class.h"
+#include "platform/annotated_mutex_class.h"
 
 namespace qx {
 
@@ -30,7 +30,7 @@ class libusb_hotplug_source_class {
 
     // Asks libusb for notices about devices with these ids; each pair is
     // registered once, however many subscribers share it.
-    void watch_device_ids(unsigned int vendor_id, unsigned int product_id);
+    void watch_device_ids(unsigned int vendor_id, unsigned int product_id) QX_EXCLUDES(filters_mutex_);
 
   private:
     struct device_filter {
@@ -47,8 +47,8 @@ class libusb_hotplug_source_class {
     libusb_context* context_ = nullptr;
     // Lock order: taken after the monitor's lifecycle mutex; libusb's own
     // hot-plug lock is taken inside it, never the other way round.
-    std::mutex filters_mutex_;
-    std::vector<device_filter> filters_;  // guarded by filters_mutex_
+    platform::mutex_class filters_mutex_;
+    std::vector<device_filter> filters_ QX_GUARDED_BY(filters_mutex_);
     std::atomic<bool> stopping_{false};
     std::thread event_thread_;
 };

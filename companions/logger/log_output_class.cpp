@@ -1,5 +1,7 @@
 #include "log_output_class.h"
 
+#include "platform/scoped_lock_class.h"
+
 namespace qx {
 
 std::unique_ptr<log_output_class> log_output_class::open_target(const std::string& target, bool append) {
@@ -19,7 +21,7 @@ log_output_class::~log_output_class() {
 }
 
 bool log_output_class::write_line(const std::string& line) {
-    std::lock_guard<std::mutex> lock(write_mutex_);
+    platform::scoped_lock_class lock(write_mutex_);
     const bool written = std::fwrite(line.data(), 1, line.size(), stream_) == line.size();
     return std::fflush(stream_) == 0 && written;
 }

@@ -5,8 +5,9 @@
 
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <string>
+
+#include "platform/annotated_mutex_class.h"
 
 namespace qx {
 
@@ -22,14 +23,14 @@ class log_output_class {
 
     // Writes one whole line and flushes it, so that a crash loses nothing
     // already logged. False when the write failed.
-    bool write_line(const std::string& line);
+    bool write_line(const std::string& line) QX_EXCLUDES(write_mutex_);
 
   private:
     log_output_class(std::FILE* stream, bool owns_stream) : stream_(stream), owns_stream_(owns_stream) {}
 
     // Lock order: taken after the log registry's mutex, never before it.
-    std::mutex write_mutex_;
-    std::FILE* stream_;  // guarded by write_mutex_
+    platform::mutex_class write_mutex_;
+    std::FILE* stream_ QX_GUARDED_BY(write_mutex_);
     const bool owns_stream_;
 };
 

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "log_line.h"
+#include "platform/scoped_lock_class.h"
 
 namespace qx {
 
@@ -19,7 +20,7 @@ log_registry_class& log_registry_class::instance() {
 
 log_object_class* log_registry_class::get_log(const std::string& module_name, const std::string& group_name,
                                               const std::string& configuration_file_name) {
-    std::lock_guard<std::mutex> lock(registry_mutex_);
+    platform::scoped_lock_class lock(registry_mutex_);
     const auto key = std::make_pair(module_name, group_name);
     if (auto found = logs_.find(key); found != logs_.end()) {
         ++found->second.references;
@@ -42,7 +43,7 @@ log_object_class* log_registry_class::get_log(const std::string& module_name, co
 int log_registry_class::free_log(const std::string& module_name, const std::string& group_name) {
     std::unique_ptr<log_object_class> ending;
     {
-        std::lock_guard<std::mutex> lock(registry_mutex_);
+        platform::scoped_lock_class lock(registry_mutex_);
         const auto found = logs_.find(std::make_pair(module_name, group_name));
         if (found == logs_.end())
             return 1;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "platform/scoped_lock_class.h"
 #include "quendral_vko_device_module.h"
 
 namespace qx {
@@ -13,10 +14,12 @@ constexpr std::chrono::seconds handover_wait{5};
 
 void connect_disconnect_event_class::report_event(int event_code, const std::string& camera_id) {
     {
-        std::unique_lock<std::mutex> lock(event_mutex_);
+        platform::scoped_lock_class lock(event_mutex_);
         // Bounded: a listener held up in the application's callback for
         // longer loses the older event rather than stalling the monitor.
-        payload_fetched_.wait_for(lock, handover_wait, [this] { return !payload_unread_ || !listener_attached_; });
+        payload_fetched_.wait_for(lock, handover_wait, [this]() QX_REQUIRES(event_mutex_) {
+            return !payload_unread_ || !listener_attached_;
+        });
         if (event_code != QX_HOTPLUG_EVENT_ARRIVAL && event_code != QX_HOTPLUG_EVENT_DEPARTURE) {
             pending_code_ = 0;
             camera_id_.clear();
@@ -32,7 +35,7 @@ void connect_disconnect_event_class::report_event(int event_code, const std::str
 
 void connect_disconnect_event_class::release_waiter() {
     {
-        std::lock_guard<std::mutex> lock(event_mutex_);
+        platform::scoped_lock_class lock(event_mutex_);
         signalled_ = true;
         listener_attached_ = false;
     }
@@ -42,7 +45,7 @@ void connect_disconnect_event_class::release_waiter() {
 
 void connect_disconnect_event_class::wake_waiters() {
     {
-        std::lock_guard<std::mutex> lock(event_mutex_);
+        platform::scoped_lock_class lock(event_mutex_);
         ++wake_generation_;
         listener_attached_ = false;
     }
@@ -51,10 +54,12 @@ void connect_disconnect_event_class::wake_waiters() {
 }
 
 std::optional<std::string> connect_disconnect_event_class::wait_for_payload() {
-    std::unique_lock<std::mutex> lock(event_mutex_);
+    platform::scoped_lock_class lock(event_mutex_);
     listener_attached_ = true;
     const unsigned long generation = wake_generation_;
-    signal_changed_.wait(lock, [&] { return signalled_ || wake_generation_ != generation; });
+    signal_changed_.wait(lock, [&]() QX_REQUIRES(event_mutex_) {
+        return signalled_ || wake_generation_ != generation;
+    });
     if (!signalled_)
         return std::nullopt;
     signalled_ = false;

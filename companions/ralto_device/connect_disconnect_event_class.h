@@ -5,10 +5,10 @@
 // not queued: the signal remembers one, the id only the last. While a listener
 // is fetching, a new event first lets it fetch the last one.
 
-#include <condition_variable>
-#include <mutex>
 #include <optional>
 #include <string>
+
+#include "platform/condition_variable_class.h"
 
 namespace qx {
 
@@ -20,31 +20,31 @@ class connect_disconnect_event_class {
 
     // Records an arrival (1) or departure (2) and signals it. Any other code
     // clears the pending event without signalling.
-    void report_event(int event_code, const std::string& camera_id);
+    void report_event(int event_code, const std::string& camera_id) QX_EXCLUDES(event_mutex_);
     // Signals without changing the pending event, so that a blocked wait
     // returns (and repeats the last payload).
-    void release_waiter();
+    void release_waiter() QX_EXCLUDES(event_mutex_);
     // Wakes the waits blocked now, with nothing to write, and remembers
     // nothing: a module being let go must not hand a stale signal to the
     // listener of the next kit.
-    void wake_waiters();
+    void wake_waiters() QX_EXCLUDES(event_mutex_);
     // Blocks until signalled, consumes the signal, and returns "1,<id>" for a
     // pending arrival, "0,<id>" for a departure, nothing otherwise (or when
     // only woken).
-    std::optional<std::string> wait_for_payload();
+    std::optional<std::string> wait_for_payload() QX_EXCLUDES(event_mutex_);
 
   private:
-    std::mutex event_mutex_;  // a leaf lock: nothing else is taken while it is held
-    std::condition_variable signal_changed_;
-    bool signalled_ = false;              // guarded by event_mutex_
-    unsigned long wake_generation_ = 0;  // guarded by event_mutex_
+    platform::mutex_class event_mutex_;  // a leaf lock: nothing else is taken while it is held
+    platform::condition_variable_class signal_changed_;
+    bool signalled_ QX_GUARDED_BY(event_mutex_) = false;
+    unsigned long wake_generation_ QX_GUARDED_BY(event_mutex_) = 0;
     // While a listener fetches events, a new event waits (boundedly) until
     // the last one has been fetched instead of overwriting it.
-    bool listener_attached_ = false;  // guarded by event_mutex_; set by a wait, cleared by a release
-    bool payload_unread_ = false;     // guarded by event_mutex_
-    std::condition_variable payload_fetched_;
-    int pending_code_ = 0;    // guarded by event_mutex_
-    std::string camera_id_;   // guarded by event_mutex_
+    bool listener_attached_ QX_GUARDED_BY(event_mutex_) = false;  // set by a wait, cleared by a release
+    bool payload_unread_ QX_GUARDED_BY(event_mutex_) = false;
+    platform::condition_variable_class payload_fetched_;
+    int pending_code_ QX_GUARDED_BY(event_mutex_) = 0;
+    std::string camera_id_ QX_GUARDED_BY(event_mutex_);
 };
 
 }  // namespace qx

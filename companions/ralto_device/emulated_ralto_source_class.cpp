@@ -2,6 +2,7 @@
 
 #include "device_qv/device_dispatch.h"
 #include "device_qv/qv_camera_class.h"
+#include "platform/scoped_lock_class.h"
 #include "quendral_vko_device_module.h"
 #include "quendral_vko_camera_emulator.h"
 #include "usb/emulated_fx3_class.h"
@@ -52,7 +53,7 @@ std::vector<listed_camera> emulated_ralto_source_class::list_cameras() {
             // A camera that cannot be read is not listed.
         }
     }
-    std::lock_guard<std::mutex> guard(mutex_);
+    platform::scoped_lock_class guard(mutex_);
     paths_ = std::move(found);
     return cameras;
 }
@@ -60,7 +61,7 @@ std::vector<listed_camera> emulated_ralto_source_class::list_cameras() {
 std::unique_ptr<ralto_camera_class> emulated_ralto_source_class::open_camera(const std::string& device_id) {
     std::string path;
     {
-        std::lock_guard<std::mutex> guard(mutex_);
+        platform::scoped_lock_class guard(mutex_);
         const auto entry = paths_.find(device_id);
         if (entry == paths_.end())
             return nullptr;
@@ -83,12 +84,12 @@ std::string emulated_ralto_source_class::note_device_change(int event_code, cons
         } catch (...) {
             return {};
         }
-        std::lock_guard<std::mutex> guard(mutex_);
+        platform::scoped_lock_class guard(mutex_);
         std::erase_if(paths_, [&](const auto& entry) { return entry.second == device_path; });
         paths_[camera_id] = device_path;
         return camera_id;
     }
-    std::lock_guard<std::mutex> guard(mutex_);
+    platform::scoped_lock_class guard(mutex_);
     for (auto entry = paths_.begin(); entry != paths_.end(); ++entry) {
         if (entry->second == device_path) {
             std::string camera_id = entry->first;

@@ -5,10 +5,10 @@
 // core over the emulated USB transport.
 
 #include <map>
-#include <mutex>
 #include <string>
 
 #include "camera_listing_source_class.h"
+#include "platform/annotated_mutex_class.h"
 
 namespace qx {
 
@@ -16,16 +16,17 @@ class emulated_ralto_source_class final : public camera_listing_source_class {
   public:
     // Lists the emulator's ralto cameras by their "id" and "sernum"; a camera
     // that does not answer is left out.
-    std::vector<listed_camera> list_cameras() override;
+    std::vector<listed_camera> list_cameras() QX_EXCLUDES(mutex_) override;
     // Opens a camera listed before; null when it is gone or was never listed.
-    std::unique_ptr<ralto_camera_class> open_camera(const std::string& device_id) override;
+    std::unique_ptr<ralto_camera_class> open_camera(const std::string& device_id) QX_EXCLUDES(mutex_) override;
     // An arriving camera is read for its id and becomes openable; a departed
     // one is forgotten.
-    std::string note_device_change(int event_code, const std::string& device_path) override;
+    std::string note_device_change(int event_code, const std::string& device_path)
+        QX_EXCLUDES(mutex_) override;
 
   private:
-    std::mutex mutex_;
-    std::map<std::string, std::string> paths_;  // camera id -> device path; guarded by mutex_
+    platform::mutex_class mutex_;
+    std::map<std::string, std::string> paths_ QX_GUARDED_BY(mutex_);  // camera id -> device path
 };
 
 }  // namespace qx

@@ -6,6 +6,8 @@
 #include <iterator>
 #include <new>
 
+#include "platform/scoped_lock_class.h"
+
 namespace qx {
 
 namespace {
@@ -42,7 +44,7 @@ void report_device_change(int event_code, const char* device_path, void*) {
 int ralto_module_class::initialize(const qx_hotplug_record* host) {
     qx_hotplug_event_subscribe_t subscribe = nullptr;
     {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         host_ = host == nullptr ? qx_hotplug_record{} : *host;
         subscribe = host_.hotplug_event_subscribe;
     }
@@ -57,7 +59,7 @@ int ralto_module_class::initialize(const qx_hotplug_record* host) {
 
 int ralto_module_class::uninitialize() {
     {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         host_ = qx_hotplug_record{};
     }
     connect_disconnect_event_.wake_waiters();
@@ -65,12 +67,12 @@ int ralto_module_class::uninitialize() {
 }
 
 qx_hotplug_record ralto_module_class::get_hotplug_record() {
-    std::lock_guard<std::mutex> lock(module_mutex_);
+    platform::scoped_lock_class lock(module_mutex_);
     return host_;
 }
 
 void ralto_module_class::set_camera_listing_source(std::shared_ptr<camera_listing_source_class> source) {
-    std::lock_guard<std::mutex> lock(module_mutex_);
+    platform::scoped_lock_class lock(module_mutex_);
     source_ = std::move(source);
     listed_device_ids_.clear();
 }
@@ -79,7 +81,7 @@ int ralto_module_class::list_device_ids(char* device_ids, int device_ids_size, c
                                         int serial_numbers_size) {
     std::shared_ptr<camera_listing_source_class> source;
     {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         source = source_;
     }
     std::vector<listed_camera> cameras;
@@ -103,7 +105,7 @@ int ralto_module_class::list_device_ids(char* device_ids, int device_ids_size, c
         !copy_text(serial_list, serial_numbers, serial_numbers_size)) {
         return 1;
     }
-    std::lock_guard<std::mutex> lock(module_mutex_);
+    platform::scoped_lock_class lock(module_mutex_);
     listed_device_ids_ = std::move(listed);
     return 0;
 }
@@ -116,7 +118,7 @@ int ralto_module_class::create_device(const char* device_id, void** device) {
         return 1;
     std::shared_ptr<camera_listing_source_class> source;
     {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         if (std::find(listed_device_ids_.begin(), listed_device_ids_.end(), device_id) ==
             listed_device_ids_.end()) {
             return 1;
@@ -133,7 +135,7 @@ int ralto_module_class::create_device(const char* device_id, void** device) {
     }
     if (!camera)
         return 1;
-    std::lock_guard<std::mutex> lock(module_mutex_);
+    platform::scoped_lock_class lock(module_mutex_);
     devices_.emplace(camera.get(), camera);
     *device = camera.get();
     return 0;
@@ -142,7 +144,7 @@ int ralto_module_class::create_device(const char* device_id, void** device) {
 int ralto_module_class::destroy_device(void* device) {
     std::shared_ptr<ralto_camera_class> destroyed;
     {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         const auto found = devices_.find(device);
         if (found == devices_.end())
             return 1;
@@ -155,7 +157,7 @@ int ralto_module_class::destroy_device(void* device) {
 }
 
 std::shared_ptr<ralto_camera_class> ralto_module_class::find_device(void* device) {
-    std::lock_guard<std::mutex> lock(module_mutex_);
+    platform::scoped_lock_class lock(module_mutex_);
     const auto found = devices_.find(device);
     return found == devices_.end() ? nullptr : found->second;
 }
@@ -241,7 +243,7 @@ void ralto_module_class::report_hotplug_event(int event_code, const std::string&
 void ralto_module_class::on_device_change(int event_code, const char* device_path) {
     std::shared_ptr<camera_listing_source_class> source;
     {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         source = source_;
     }
     std::string camera_id;
@@ -252,7 +254,7 @@ void ralto_module_class::on_device_change(int event_code, const char* device_pat
         }
     }
     if (event_code == QX_HOTPLUG_EVENT_ARRIVAL && !camera_id.empty()) {
-        std::lock_guard<std::mutex> lock(module_mutex_);
+        platform::scoped_lock_class lock(module_mutex_);
         if (std::find(listed_device_ids_.begin(), listed_device_ids_.end(), camera_id) == listed_device_ids_.end())
             listed_device_ids_.push_back(camera_id);
     }

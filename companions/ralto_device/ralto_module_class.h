@@ -6,12 +6,12 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "camera_listing_source_class.h"
 #include "connect_disconnect_event_class.h"
+#include "platform/annotated_mutex_class.h"
 #include "quendral_vko_device_module.h"
 
 namespace qx {
@@ -33,28 +33,30 @@ class ralto_module_class {
 
     // Keeps the kit's hot-plug record and subscribes through it to the
     // family's devices. Returns 0.
-    int initialize(const qx_hotplug_record* host);
+    int initialize(const qx_hotplug_record* host) QX_EXCLUDES(module_mutex_);
     // Wakes a blocked "connect_disconnect" wait so that no listener stays
     // blocked in a module the kit has let go; a later wait is not woken by
     // it. Returns 0.
-    int uninitialize();
+    int uninitialize() QX_EXCLUDES(module_mutex_);
 
     // The kit's hot-plug record given to initialize (all null before it and
     // after uninitialize), for sources that subscribe to their devices.
-    qx_hotplug_record get_hotplug_record();
+    qx_hotplug_record get_hotplug_record() QX_EXCLUDES(module_mutex_);
 
     // Plugs in where cameras come from; null unplugs it (no camera listed).
-    void set_camera_listing_source(std::shared_ptr<camera_listing_source_class> source);
+    void set_camera_listing_source(std::shared_ptr<camera_listing_source_class> source)
+        QX_EXCLUDES(module_mutex_);
 
     // get_device_ids: "id1,id2,." and "serial1,serial2,"; just "." and ""
     // without cameras. 1 when an argument is unusable or a buffer is too
     // small for its text and terminator.
-    int list_device_ids(char* device_ids, int device_ids_size, char* serial_numbers, int serial_numbers_size);
+    int list_device_ids(char* device_ids, int device_ids_size, char* serial_numbers, int serial_numbers_size)
+        QX_EXCLUDES(module_mutex_);
     // create: 1 unless the id was listed by the last list_device_ids and the
     // source opens it.
-    int create_device(const char* device_id, void** device);
+    int create_device(const char* device_id, void** device) QX_EXCLUDES(module_mutex_);
     // destroy: 1 for a device this module did not create.
-    int destroy_device(void* device);
+    int destroy_device(void* device) QX_EXCLUDES(module_mutex_);
     // The get/set command pair; 1 for a device this module did not create.
     int send_get_command(void* device, const char* command, std::uint64_t command_size, const void* data,
                          std::uint64_t data_size, char* response, std::uint64_t response_size);
@@ -70,7 +72,7 @@ class ralto_module_class {
     void report_hotplug_event(int event_code, const std::string& camera_id);
     // The monitor's notice of a device of the family: the source names the
     // camera, an arrival becomes creatable, and the listener is told.
-    void on_device_change(int event_code, const char* device_path);
+    void on_device_change(int event_code, const char* device_path) QX_EXCLUDES(module_mutex_);
 
   private:
     using module_data_handler = int (*)(ralto_module_class& module, void* value);
@@ -83,7 +85,7 @@ class ralto_module_class {
     static int release_connect_disconnect(ralto_module_class& module, void* value);
     int handle_module_data(const module_data_key* first, const module_data_key* last, const char* key,
                            void* value);
-    std::shared_ptr<ralto_camera_class> find_device(void* device);
+    std::shared_ptr<ralto_camera_class> find_device(void* device) QX_EXCLUDES(module_mutex_);
     using camera_command = int (ralto_camera_class::*)(const char*, std::uint64_t, const void*, std::uint64_t,
                                                        char*, std::uint64_t);
     int send_command(camera_command command_kind, void* device, const char* command,
@@ -92,11 +94,11 @@ class ralto_module_class {
 
     // Lock order: module_mutex_ is never held while a source or a camera
     // runs, nor while the connect/disconnect event's own lock is taken.
-    std::mutex module_mutex_;
-    qx_hotplug_record host_{};                                      // guarded by module_mutex_
-    std::shared_ptr<camera_listing_source_class> source_;           // guarded by module_mutex_
-    std::vector<std::string> listed_device_ids_;                    // guarded by module_mutex_
-    std::map<void*, std::shared_ptr<ralto_camera_class>> devices_;  // guarded by module_mutex_
+    platform::mutex_class module_mutex_;
+    qx_hotplug_record host_ QX_GUARDED_BY(module_mutex_){};
+    std::shared_ptr<camera_listing_source_class> source_ QX_GUARDED_BY(module_mutex_);
+    std::vector<std::string> listed_device_ids_ QX_GUARDED_BY(module_mutex_);
+    std::map<void*, std::shared_ptr<ralto_camera_class>> devices_ QX_GUARDED_BY(module_mutex_);
     connect_disconnect_event_class connect_disconnect_event_;
 };
 

@@ -1,8 +1,9 @@
 #include "camera_session_class.h"
 
-#include <mutex>
 #include <vector>
 
+#include "platform/scoped_lock_class.h"
+#include "platform/scoped_shared_lock_class.h"
 #include "quendral_vko_camera_sdk.h"
 #include "status_error.h"
 
@@ -28,14 +29,14 @@ camera_session_class::~camera_session_class() {
 }
 
 void camera_session_class::close() {
-    std::unique_lock lock(lifetime_mutex_);
+    platform::scoped_lock_class lock(lifetime_mutex_);
     if (handle_ == nullptr) return;
     void* handle = std::exchange(handle_, nullptr);
     check_sdk(qx_camera_close_camera(handle));
 }
 
 bool camera_session_class::is_open() const {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     return handle_ != nullptr;
 }
 
@@ -46,29 +47,29 @@ void* camera_session_class::handle_or_throw() const {
 }
 
 void camera_session_class::arm(int buffers) {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     check_sdk(qx_camera_arm(handle_or_throw(), buffers));
 }
 
 void camera_session_class::disarm() {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     check_sdk(qx_camera_disarm(handle_or_throw()));
 }
 
 void camera_session_class::trigger() {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     check_sdk(qx_camera_issue_software_trigger(handle_or_throw()));
 }
 
 bool camera_session_class::is_armed() {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     int armed = 0;
     check_sdk(qx_camera_get_is_armed(handle_or_throw(), &armed));
     return armed != 0;
 }
 
 std::shared_ptr<held_frame_class> camera_session_class::acquire(int timeout_ms) {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     qx_frame frame{};
     frame.size = sizeof frame;
     check_sdk(qx_camera_acquire_frame(handle_or_throw(), timeout_ms, &frame));
@@ -77,19 +78,19 @@ std::shared_ptr<held_frame_class> camera_session_class::acquire(int timeout_ms) 
 }
 
 std::string camera_session_class::get_parameter(const std::string& name) {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     std::vector<char> value(parameter_text_size, '\0');
     check_sdk(qx_camera_get_parameter(handle_or_throw(), name.c_str(), value.data(), parameter_text_size));
     return std::string(value.data());
 }
 
 void camera_session_class::set_parameter(const std::string& name, const std::string& value) {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     check_sdk(qx_camera_set_parameter(handle_or_throw(), name.c_str(), value.c_str()));
 }
 
 std::pair<std::string, std::string> camera_session_class::parameter_range(const std::string& name) {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     std::vector<char> minimum(parameter_text_size, '\0');
     std::vector<char> maximum(parameter_text_size, '\0');
     check_sdk(qx_camera_get_parameter_range(handle_or_throw(), name.c_str(), minimum.data(), maximum.data(),
@@ -98,7 +99,7 @@ std::pair<std::string, std::string> camera_session_class::parameter_range(const 
 }
 
 std::array<unsigned long long, 7> camera_session_class::statistics() {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     qx_stream_statistics values{};
     values.size = sizeof values;
     check_sdk(qx_camera_get_stream_statistics(handle_or_throw(), &values));
@@ -108,7 +109,7 @@ std::array<unsigned long long, 7> camera_session_class::statistics() {
 }
 
 std::string camera_session_class::command(const std::string& text) {
-    std::shared_lock lock(lifetime_mutex_);
+    platform::scoped_shared_lock_class lock(lifetime_mutex_);
     std::string command_text = text;
     char reply[1025] = {};
     check_sdk(_internal_command(handle_or_throw(), command_text.data(), static_cast<int>(command_text.size() + 1),

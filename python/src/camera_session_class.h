@@ -7,11 +7,11 @@
 
 #include <array>
 #include <memory>
-#include <shared_mutex>
 #include <string>
 #include <utility>
 
 #include "held_frame_class.h"
+#include "platform/annotated_shared_mutex_class.h"
 
 namespace qx::python {
 
@@ -22,33 +22,33 @@ class camera_session_class {
     camera_session_class(const camera_session_class&) = delete;
     camera_session_class& operator=(const camera_session_class&) = delete;
 
-    void close();
-    bool is_open() const;
+    void close() QX_EXCLUDES(lifetime_mutex_);
+    bool is_open() const QX_EXCLUDES(lifetime_mutex_);
 
-    void arm(int buffers);
-    void disarm();
-    void trigger();
-    bool is_armed();
+    void arm(int buffers) QX_EXCLUDES(lifetime_mutex_);
+    void disarm() QX_EXCLUDES(lifetime_mutex_);
+    void trigger() QX_EXCLUDES(lifetime_mutex_);
+    bool is_armed() QX_EXCLUDES(lifetime_mutex_);
 
     // The next frame within timeout_ms, held in its slot, or null when none came.
-    std::shared_ptr<held_frame_class> acquire(int timeout_ms);
+    std::shared_ptr<held_frame_class> acquire(int timeout_ms) QX_EXCLUDES(lifetime_mutex_);
 
-    std::string get_parameter(const std::string& name);
-    void set_parameter(const std::string& name, const std::string& value);
-    std::pair<std::string, std::string> parameter_range(const std::string& name);
+    std::string get_parameter(const std::string& name) QX_EXCLUDES(lifetime_mutex_);
+    void set_parameter(const std::string& name, const std::string& value) QX_EXCLUDES(lifetime_mutex_);
+    std::pair<std::string, std::string> parameter_range(const std::string& name) QX_EXCLUDES(lifetime_mutex_);
 
     // The stream counters, in the order of qx_stream_statistics.
-    std::array<unsigned long long, 7> statistics();
+    std::array<unsigned long long, 7> statistics() QX_EXCLUDES(lifetime_mutex_);
     // Sends a camera command as it stands and returns the reply.
-    std::string command(const std::string& text);
+    std::string command(const std::string& text) QX_EXCLUDES(lifetime_mutex_);
 
   private:
     // The open handle, or a failure naming the closed camera.
-    void* handle_or_throw() const;
+    void* handle_or_throw() const QX_REQUIRES_SHARED(lifetime_mutex_);
 
-    mutable std::shared_mutex lifetime_mutex_;
-    void* handle_ = nullptr;
-    std::string serial_number_;
+    mutable platform::shared_mutex_class lifetime_mutex_;
+    void* handle_ QX_GUARDED_BY(lifetime_mutex_) = nullptr;
+    const std::string serial_number_;
 };
 
 }  // namespace qx::python

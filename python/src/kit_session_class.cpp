@@ -3,6 +3,7 @@
 #include <chrono>
 #include <sstream>
 
+#include "platform/scoped_lock_class.h"
 #include "quendral_vko_camera_sdk.h"
 #include "status_error.h"
 
@@ -30,7 +31,7 @@ kit_session_class::~kit_session_class() {
 
 void kit_session_class::close() {
     {
-        std::scoped_lock lock(mutex_);
+        platform::scoped_lock_class lock(mutex_);
         if (!open_) return;
     }
     if (listening_) {
@@ -40,7 +41,7 @@ void kit_session_class::close() {
         check_sdk(qx_camera_set_camera_disconnect_callback(nullptr, nullptr));
     }
     check_sdk(qx_camera_close_sdk());
-    std::scoped_lock lock(mutex_);
+    platform::scoped_lock_class lock(mutex_);
     open_ = false;
     listening_ = false;
     event_ready_.notify_all();
@@ -71,16 +72,16 @@ void kit_session_class::on_disconnect(const char* serial_number, void* context) 
 }
 
 void kit_session_class::push(hotplug_event event) {
-    std::scoped_lock lock(mutex_);
+    platform::scoped_lock_class lock(mutex_);
     if (events_.size() == event_queue_limit) events_.pop_front();
     events_.push_back(std::move(event));
     event_ready_.notify_one();
 }
 
 std::optional<hotplug_event> kit_session_class::next_event(int timeout_ms) {
-    std::unique_lock lock(mutex_);
+    platform::scoped_lock_class lock(mutex_);
     event_ready_.wait_for(lock, std::chrono::milliseconds(timeout_ms),
-                          [&] { return !events_.empty() || !open_; });
+                          [&]() QX_REQUIRES(mutex_) { return !events_.empty() || !open_; });
     if (events_.empty()) return std::nullopt;
     hotplug_event event = std::move(events_.front());
     events_.pop_front();

@@ -4,12 +4,12 @@
 // queue an event here and return; the package's own thread takes events with
 // next_event, so no Python code ever runs on a thread of the kit.
 
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "platform/condition_variable_class.h"
 
 namespace qx::python {
 
@@ -26,24 +26,26 @@ class kit_session_class {
     kit_session_class(const kit_session_class&) = delete;
     kit_session_class& operator=(const kit_session_class&) = delete;
 
-    void close();
+    void close() QX_EXCLUDES(mutex_);
     std::vector<std::string> cameras();
 
     // Starts queueing connect and disconnect events.
     void listen_for_hotplug();
     // The next event within timeout_ms; none when the wait ran out or the
     // kit was closed.
-    std::optional<hotplug_event> next_event(int timeout_ms);
+    std::optional<hotplug_event> next_event(int timeout_ms) QX_EXCLUDES(mutex_);
 
   private:
     static void on_connect(const char* serial_number, int usb_port_type, void* context);
     static void on_disconnect(const char* serial_number, void* context);
-    void push(hotplug_event event);
+    void push(hotplug_event event) QX_EXCLUDES(mutex_);
 
-    std::mutex mutex_;
-    std::condition_variable event_ready_;
-    std::deque<hotplug_event> events_;
-    bool open_ = false;
+    platform::mutex_class mutex_;
+    platform::condition_variable_class event_ready_;
+    std::deque<hotplug_event> events_ QX_GUARDED_BY(mutex_);
+    bool open_ QX_GUARDED_BY(mutex_) = false;
+    // Changed only by the constructor, close and listen_for_hotplug, which
+    // the module calls with the interpreter lock held.
     bool listening_ = false;
 };
 

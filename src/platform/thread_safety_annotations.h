@@ -25,3 +25,9 @@
 // For the few functions whose locking the analysis cannot follow; each use
 // says why beside it.
 #define QX_NO_THREAD_SAFETY_ANALYSIS QX_THREAD_ANNOTATION(no_thread_safety_analysis)
+
+// Shared (reader) holds of a capability, for shared_mutex_class and its
+// scoped_shared_lock_class.
+#define QX_ACQUIRE_SHARED(...) QX_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
+#define QX_RELEASE_SHARED(...) QX_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
+#define QX_REQUIRES_SHARED(...) QX_THREAD_ANNOTATION(requires_shared_capability(__VA_ARGS__))

@@ -79,7 +79,7 @@ void frame_capture::on_frame(void* /*handle*/, unsigned short* image, int frame_
                       static_cast<std::uint32_t>(frame_count), utc_now()};
     const auto arrival = std::chrono::steady_clock::now();
     {
-        std::lock_guard<std::mutex> guard(capture->mutex_);
+        platform::scoped_lock_class guard(capture->mutex_);
         counts& counts = capture->counts_;
         ++counts.frames;
         counts.last_arrival = arrival;
@@ -102,14 +102,14 @@ void frame_capture::on_frame(void* /*handle*/, unsigned short* image, int frame_
 
 std::optional<frame_image> frame_capture::next(std::chrono::milliseconds wait) {
     const auto deadline = std::chrono::steady_clock::now() + wait;
-    std::unique_lock<std::mutex> guard(mutex_);
+    platform::scoped_lock_class guard(mutex_);
     while (queue_.empty()) {
         const auto now = std::chrono::steady_clock::now();
         if (stop_requested || now >= deadline)
             return std::nullopt;
         // Short slices: a signal handler cannot notify, so Ctrl-C is noticed at the next slice.
-        arrived_.wait_for(
-            guard, std::min<std::chrono::steady_clock::duration>(deadline - now, signal_check_interval));
+        arrived_.wait_for(guard, std::min<std::chrono::steady_clock::duration>(deadline - now, signal_check_interval),
+                          [&]() QX_REQUIRES(mutex_) { return !queue_.empty(); });
     }
     frame_image frame = std::move(queue_.front());
     queue_.pop_front();
@@ -117,7 +117,7 @@ std::optional<frame_image> frame_capture::next(std::chrono::milliseconds wait) {
 }
 
 frame_capture::counts frame_capture::received() const {
-    std::lock_guard<std::mutex> guard(mutex_);
+    platform::scoped_lock_class guard(mutex_);
     return counts_;
 }
 

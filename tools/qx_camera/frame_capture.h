@@ -5,13 +5,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <optional>
 
 #include "frame_image.h"
+#include "platform/condition_variable_class.h"
 #include "quendral_vko_camera_sdk.h"
 
 namespace qx::tool {
@@ -40,7 +39,7 @@ class frame_capture {
 
     // The next frame, waiting at most `wait`; nothing when none came in time
     // or a stop was requested.
-    std::optional<frame_image> next(std::chrono::milliseconds wait);
+    std::optional<frame_image> next(std::chrono::milliseconds wait) QX_EXCLUDES(mutex_);
 
     void disarm();
 
@@ -53,7 +52,7 @@ class frame_capture {
         std::optional<std::chrono::steady_clock::time_point> first_arrival;
         std::chrono::steady_clock::time_point last_arrival;
     };
-    counts received() const;
+    counts received() const QX_EXCLUDES(mutex_);
 
   private:
     static void on_frame(void* handle, unsigned short* image, int frame_count, unsigned char* metadata,
@@ -62,11 +61,11 @@ class frame_capture {
     void* camera_;
     const capture_settings& settings_;
     bool armed_ = false;
-    mutable std::mutex mutex_;
-    std::condition_variable arrived_;
-    std::deque<frame_image> queue_;            // guarded by mutex_
-    counts counts_;                            // guarded by mutex_
-    std::optional<long long> previous_count_;  // guarded by mutex_
+    mutable platform::mutex_class mutex_;
+    platform::condition_variable_class arrived_;
+    std::deque<frame_image> queue_ QX_GUARDED_BY(mutex_);
+    counts counts_ QX_GUARDED_BY(mutex_);
+    std::optional<long long> previous_count_ QX_GUARDED_BY(mutex_);
 };
 
 }  // namespace qx::tool

@@ -8,18 +8,17 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <cerrno>
-#include <condition_variable>
 #include <cstdlib>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/condition_variable_class.h"
 #include "quendral_vko_camera_emulator.h"
 #include "quendral_vko_camera_sdk.h"
 
@@ -133,7 +132,8 @@ class event_printer {
     event_printer(bool json, int event_limit, const wake_pipe& finished)
         : json_lines(json), limit(event_limit), finished_pipe(finished) {}
 
-    void print(const char* event, const std::string& serial_number, int usb_port_type, bool counted) {
+    void print(const char* event, const std::string& serial_number, int usb_port_type, bool counted)
+        QX_EXCLUDES(mutex) {
         std::ostringstream line;
         const std::string time = utc_now();
         if (json_lines) {
@@ -150,7 +150,7 @@ class event_printer {
                 line << "  " << port_name(usb_port_type);
         }
         {
-            std::lock_guard<std::mutex> lock(mutex);
+            platform::scoped_lock_class lock(mutex);
             std::printf("%s\n", line.str().c_str());
             std::fflush(stdout);
             if (!counted)
@@ -163,13 +163,13 @@ class event_printer {
 
     // Blocks until `count` arrivals and removals have been printed, or the
     // monitor ends.
-    void wait_until_printed(int count) {
-        std::unique_lock<std::mutex> lock(mutex);
-        progressed.wait(lock, [&] { return printed >= count || ending; });
+    void wait_until_printed(int count) QX_EXCLUDES(mutex) {
+        platform::scoped_lock_class lock(mutex);
+        progressed.wait(lock, [&]() QX_REQUIRES(mutex) { return printed >= count || ending; });
     }
-    void end_waits() {
+    void end_waits() QX_EXCLUDES(mutex) {
         {
-            std::lock_guard<std::mutex> lock(mutex);
+            platform::scoped_lock_class lock(mutex);
             ending = true;
         }
         progressed.notify_all();
@@ -186,10 +186,10 @@ class event_printer {
     const bool json_lines;
     const int limit;
     const wake_pipe& finished_pipe;
-    std::mutex mutex;
-    std::condition_variable progressed;
-    int printed = 0;      // guarded by mutex
-    bool ending = false;  // guarded by mutex
+    platform::mutex_class mutex;
+    platform::condition_variable_class progressed;
+    int printed QX_GUARDED_BY(mutex) = 0;
+    bool ending QX_GUARDED_BY(mutex) = false;
 };
 
 // Runs one emulator command line; comments and blank lines do nothing.
