@@ -20,7 +20,7 @@ namespace qx::camera {
 
 namespace {
 
-using handle_class = kit::qx_camera_handle_class;
+using handle_class = camera_command_port;
 
 // ---- Text to values and back ----------------------------------------------
 
