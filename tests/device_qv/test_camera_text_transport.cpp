@@ -3,14 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 #include <cstring>
+#include <vector>
 
 #include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 #include "support/recording_transport.h"
+#include "support/transport_contract.h"
 #include "usb/emulated_fx3_class.h"
 
 namespace {
@@ -19,6 +18,10 @@ using qx::device_qv::qv_camera_class;
 using qx::test::recording_transport;
 
 constexpr std::uint32_t short_timeout_ms = 50;
+// Column-balancing tables for gains 0..4; "gain 2" gets a reply without a number.
+constexpr const char* camera_with_tables =
+    R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},{"constant":1.0},)"
+    R"({"constant":1.0},{"constant":1.0}],"replies":{"gain 3":"3 dB","gain 2":"Success"})";
 
 class camera_text_transport : public ::testing::Test {
   protected:
@@ -72,21 +75,10 @@ TEST_F(camera_text_transport, a_blank_id_refuses_the_camera) {
     }
 }
 
-TEST_F(camera_text_transport, a_woken_image_reader_returns_at_once_as_a_time_out) {
-    qx::test::configure_emulator(R"({"cameras":[)" + qx::test::small_camera_json("CAM-1", "SER-1") + "]}");
-    qx::usb::emulated_fx3_class link(qx::test::emulated_path());
-    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
-    bool timed_out = false, failed = false, stalled = false;
-    // Nothing is streaming: only the wake can end these reads early.
-    link.wake_image_reader();
-    link.read_image_data(packet.data(), 600000, timed_out, failed, stalled);
-    EXPECT_TRUE(timed_out);
-    timed_out = false;
-    std::thread reader([&] { link.read_image_data(packet.data(), 600000, timed_out, failed, stalled); });
-    link.wake_image_reader();
-    reader.join();
-    EXPECT_TRUE(timed_out);
-    EXPECT_FALSE(failed);
+TEST_F(camera_text_transport, the_emulated_link_keeps_the_transport_contract) {
+    open(qx::test::small_camera_json("CAM-1", "SER-1"));
+    qx::test::expect_whole_reply_transfer(*transport, "sernum", "SER-1");
+    qx::test::expect_a_wake_ends_image_reads(*transport);
 }
 
 TEST_F(camera_text_transport, a_camera_that_never_answers_fails_after_two_attempts_with_recovery) {
@@ -100,22 +92,24 @@ TEST_F(camera_text_transport, a_camera_that_never_answers_fails_after_two_attemp
     EXPECT_EQ(qx::test::emulator_counters(path).commands_received - before.commands_received, 2u);
 }
 
-TEST_F(camera_text_transport, a_first_time_out_then_success_returns_the_second_reply) {
+TEST_F(camera_text_transport, a_lost_first_attempt_is_recovered_and_the_second_reply_returned) {
+    const struct {
+        const char* faults;
+        std::vector<std::string> operations;
+    } rows[] = {
+        {R"({"reply_timeout":{"commands":[0]}})",
+         {"write sernum", "read timed-out", "reset port", "write sernum", "read"}},
+        // A stalled endpoint is unstalled instead of resetting the port.
+        {R"({"stall_command":{"commands":[0],"endpoint":"out"}})",
+         {"write sernum stalled", "stalled 0x02", "unstall 0x02", "write sernum", "read"}},
+    };
     open(qx::test::small_camera_json("CAM-1", "SER-1"));
-    set_faults(R"({"reply_timeout":{"commands":[0]}})");
-    EXPECT_EQ(send("sernum"), "SER-1");
-    const std::vector<std::string> expected = {"write sernum", "read timed-out", "reset port", "write sernum",
-                                               "read"};
-    EXPECT_EQ(transport->take_operations(), expected);
-}
-
-TEST_F(camera_text_transport, a_stalled_endpoint_is_unstalled_instead_of_resetting_the_port) {
-    open(qx::test::small_camera_json("CAM-1", "SER-1"));
-    set_faults(R"({"stall_command":{"commands":[0],"endpoint":"out"}})");
-    EXPECT_EQ(send("sernum"), "SER-1");
-    const std::vector<std::string> expected = {"write sernum stalled", "stalled 0x02", "unstall 0x02",
-                                               "write sernum", "read"};
-    EXPECT_EQ(transport->take_operations(), expected);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.faults);
+        set_faults(row.faults);
+        EXPECT_EQ(send("sernum"), "SER-1");
+        EXPECT_EQ(transport->take_operations(), row.operations);
+    }
 }
 
 TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminator) {
@@ -128,10 +122,7 @@ TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminato
 
 // The gain is read only from the bytes copied into the caller's buffer.
 TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buffer) {
-    open(qx::test::small_camera_json(
-        "CAM-1", "SER-1",
-        R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
-        R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],"replies":{"gain 3":"3 dB"})"));
+    open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
     ASSERT_TRUE(camera->column_balancing.enabled);
     std::vector<char> reply(1);  // exactly one byte on the heap: "3"
     camera->send_command("gain 3", 7, reply.data(), 1, short_timeout_ms);
@@ -139,11 +130,7 @@ TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buff
 }
 
 TEST_F(camera_text_transport, gain_commands_update_the_active_column_gain_set_only_with_correction_on) {
-    const std::string column_gains =
-        R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
-        R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],)"
-        R"("replies":{"gain 3":"3 dB","gain 2":"Success"})";
-    open(qx::test::small_camera_json("CAM-1", "SER-1", column_gains));
+    open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
     ASSERT_TRUE(camera->column_balancing.enabled);
 
     send("gain 3");

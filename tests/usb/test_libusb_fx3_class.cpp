@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "api/status_codes.h"
+#include "support/transport_contract.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/libusb_fx3_class.h"
 #include "usb/umockdev_fx3_camera_class.h"
@@ -38,6 +39,17 @@ std::uint32_t word_at(const std::vector<unsigned char>& packet, std::size_t offs
     std::uint32_t word = 0;
     std::memcpy(&word, packet.data() + offset, sizeof word);
     return word;
+}
+
+// The text of the std::runtime_error `call` throws ("<none>" when it throws none).
+template <class call_type>
+std::string failure_of(call_type&& call) {
+    try {
+        call();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "<none>";
 }
 
 class libusb_fx3_class_test : public testing::Test {
@@ -164,49 +176,23 @@ TEST_F(libusb_fx3_class_test,
        opening_detaches_the_kernel_driver_claims_the_interface_and_closing_releases_it) {
     open();
     EXPECT_NE(dynamic_cast<qx::usb::libusb_fx3_class*>(transport.get()), nullptr);
-    auto counts = camera->get_counts();
-    EXPECT_EQ(counts.kernel_driver_detaches, 1);
-    EXPECT_TRUE(counts.interface_claimed);
+    EXPECT_EQ(camera->get_counts().kernel_driver_detaches, 1);
+    EXPECT_TRUE(camera->get_counts().interface_claimed);
     transport.reset();
     EXPECT_FALSE(camera->get_counts().interface_claimed);
-
     // The path is compared in upper case, as enumeration stores it.
     transport = std::make_unique<qx::usb::libusb_fx3_class>("usb:bus_003:port_1.4:vid_2a7c&pid_6101");
     EXPECT_EQ(exchange("sernum"), "UMD000123");
-}
-
-TEST_F(libusb_fx3_class_test, opening_a_path_without_a_device_fails_with_the_path) {
-    const std::string path = "USB:BUS_003:PORT_1.5:VID_2A7C&PID_6101";
-    try {
-        transport = qx::usb::open_usb_driver(path);
-        FAIL() << "opened " << path;
-    } catch (const std::runtime_error& error) {
-        EXPECT_EQ(std::string(error.what()),
-                  "libusb_fx3_class::libusb_fx3_class no USB device at " + path + ".");
-    }
+    transport.reset();
+    const std::string absent = "USB:BUS_003:PORT_1.5:VID_2A7C&PID_6101";
+    EXPECT_EQ(failure_of([&] { transport = qx::usb::open_usb_driver(absent); }),
+              "libusb_fx3_class::libusb_fx3_class no USB device at " + absent + ".");
 }
 
 TEST_F(libusb_fx3_class_test, a_command_is_answered_with_a_whole_transfer_of_reply) {
     open();
-    struct {
-        const char* command;
-        const char* reply;
-    } const rows[] = {{"id", "QV-LIBUSB-1"}, {"sernum", "UMD000123"}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.command);
-        bool timed_out = true;
-        bool failed = true;
-        bool stalled = true;
-        transport->write(static_cast<std::uint32_t>(std::strlen(row.command) + 1), row.command,
-                         command_timeout_ms, timed_out, stalled);
-        ASSERT_FALSE(timed_out || stalled);
-        // Asked for 8 bytes, the read still fills all 1,024.
-        std::vector<unsigned char> reply(qx::usb::command_transfer_size, 0xAA);
-        transport->read__blocking(8, reply.data(), command_timeout_ms, timed_out, failed, stalled);
-        ASSERT_FALSE(timed_out || failed || stalled);
-        EXPECT_STREQ(reinterpret_cast<const char*>(reply.data()), row.reply);
-        EXPECT_EQ(std::count(reply.begin(), reply.end(), 0xAA), 0);
-    }
+    qx::test::expect_whole_reply_transfer(*transport, "id", "QV-LIBUSB-1");
+    qx::test::expect_whole_reply_transfer(*transport, "sernum", "UMD000123");
 }
 
 TEST_F(libusb_fx3_class_test, the_port_speed_text_follows_the_device_speed) {
@@ -349,16 +335,24 @@ TEST_F(libusb_fx3_class_test, an_image_stall_is_reported_cleared_by_recovery_and
     EXPECT_LE(after.failed_reads, qx::usb::image_transfers_in_flight);
 }
 
-TEST_F(libusb_fx3_class_test, a_port_reset_cancels_the_ring_whose_transfers_come_back_failed_once_each) {
-    open();
-    transport->prime_image_channel();
-    ASSERT_TRUE(camera->wait_for_image_urbs_in_flight(qx::usb::image_transfers_in_flight, 5000));
-    transport->reset_parent_port();
-    const auto counts = camera->get_counts();
-    EXPECT_EQ(counts.resets, 1);
-    EXPECT_EQ(counts.discarded_urbs, qx::usb::image_transfers_in_flight);
-    EXPECT_TRUE(counts.interface_claimed);
-
+TEST_F(libusb_fx3_class_test, closing_or_a_port_reset_cancels_the_ring_and_reset_transfers_come_back_failed) {
+    for (const bool closing : {true, false}) {
+        SCOPED_TRACE(closing ? "closing" : "port reset");
+        transport.reset();
+        plug({});
+        open();
+        transport->prime_image_channel();
+        ASSERT_TRUE(camera->wait_for_image_urbs_in_flight(qx::usb::image_transfers_in_flight, 5000));
+        if (closing)
+            transport.reset();
+        else
+            transport->reset_parent_port();
+        const auto counts = camera->get_counts();
+        EXPECT_EQ(counts.resets, closing ? 0 : 1);
+        EXPECT_EQ(counts.discarded_urbs, qx::usb::image_transfers_in_flight);
+        EXPECT_EQ(counts.interface_claimed, !closing);
+    }
+    EXPECT_EQ(camera->get_counts().image_urbs_in_flight, 0);
     start_streaming();
     int failed_reads = 0;
     for (int reads = 0; reads < qx::usb::image_transfers_in_flight; ++reads) {
@@ -375,17 +369,7 @@ TEST_F(libusb_fx3_class_test, a_port_reset_cancels_the_ring_whose_transfers_come
 TEST_F(libusb_fx3_class_test, a_woken_image_reader_returns_at_once_as_a_time_out_and_keeps_its_transfers) {
     open();
     transport->prime_image_channel();
-    // A wake before the read ends the read; one during it, from another
-    // thread, ends it too. Neither waits for the (very long) time-out.
-    transport->wake_image_reader();
-    const packet_read early = read_packet(600000);
-    EXPECT_TRUE(early.timed_out);
-    EXPECT_FALSE(early.failed);
-    packet_read waiting;
-    std::thread reader([&] { waiting = read_packet(600000); });
-    transport->wake_image_reader();
-    reader.join();
-    EXPECT_TRUE(waiting.timed_out);
+    qx::test::expect_a_wake_ends_image_reads(*transport);
     // Nothing was consumed: the stream still yields whole frames.
     start_streaming();
     EXPECT_TRUE(read_whole_frame(3 * packets_per_frame).complete);
@@ -396,24 +380,8 @@ TEST_F(libusb_fx3_class_test, usbfs_memory_exhaustion_is_reported_with_the_modul
     settings.image_urb_limit = 64;
     plug(settings);
     open();
-    try {
-        transport->prime_image_channel();
-        FAIL() << "all transfers were submitted";
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), qx::api::status_text(17));
-    }
+    EXPECT_STREQ(failure_of([&] { transport->prime_image_channel(); }).c_str(), qx::api::status_text(17));
     EXPECT_EQ(camera->get_counts().image_urbs_in_flight, 64);
-}
-
-TEST_F(libusb_fx3_class_test, closing_cancels_every_transfer_in_flight) {
-    open();
-    transport->prime_image_channel();
-    ASSERT_TRUE(camera->wait_for_image_urbs_in_flight(qx::usb::image_transfers_in_flight, 5000));
-    transport.reset();
-    const auto counts = camera->get_counts();
-    EXPECT_EQ(counts.discarded_urbs, qx::usb::image_transfers_in_flight);
-    EXPECT_EQ(counts.image_urbs_in_flight, 0);
-    EXPECT_FALSE(counts.interface_claimed);
 }
 
 TEST_F(libusb_fx3_class_test, image_reads_that_cannot_be_served_are_refused_without_consuming_a_transfer) {
@@ -429,17 +397,14 @@ TEST_F(libusb_fx3_class_test, image_reads_that_cannot_be_served_are_refused_with
         {nullptr, 50, "Pointer is unexpectedly nullptr: libusb_fx3_class::read_image_data: destination"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        bool timed_out = true;
-        bool failed = true;
-        bool stalled = true;
-        try {
-            transport->read_image_data(row.destination, row.timeout_ms, timed_out, failed, stalled);
-            ADD_FAILURE() << "the read was served";
-        } catch (const std::runtime_error& error) {
-            EXPECT_STREQ(error.what(), row.text);
-        }
-        EXPECT_FALSE(timed_out || failed || stalled);
+        packet_read read;
+        read.timed_out = read.failed = read.stalled = true;
+        EXPECT_EQ(failure_of([&] {
+                      transport->read_image_data(row.destination, row.timeout_ms, read.timed_out, read.failed,
+                                                 read.stalled);
+                  }),
+                  row.text);
+        EXPECT_FALSE(read.timed_out || read.failed || read.stalled) << row.text;
     }
     // Still all submitted: the refused reads took none off the ring.
     EXPECT_TRUE(camera->wait_for_image_urbs_in_flight(qx::usb::image_transfers_in_flight, 5000));
@@ -490,13 +455,8 @@ TEST_F(libusb_fx3_class_test, an_unplug_with_transfers_in_flight_fails_the_reads
 
         bool timed_out = false;
         bool stalled = false;
-        try {
-            transport->write(3, "id", command_timeout_ms, timed_out, stalled);
-            ADD_FAILURE() << "a write to an unplugged camera succeeded";
-        } catch (const std::runtime_error& error) {
-            EXPECT_EQ(std::string(error.what()),
-                      "libusb_fx3_class::write libusb_submit_transfer error: LIBUSB_ERROR_NO_DEVICE.");
-        }
+        EXPECT_EQ(failure_of([&] { transport->write(3, "id", command_timeout_ms, timed_out, stalled); }),
+                  "libusb_fx3_class::write libusb_submit_transfer error: LIBUSB_ERROR_NO_DEVICE.");
         EXPECT_THROW(transport->get_is_endpoint_stalled(qx::usb::image_channel, true), std::runtime_error);
         transport.reset();
     }
