@@ -10,7 +10,6 @@
 #include <cstring>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "acquisition/frame_acquisition_class.h"
@@ -18,6 +17,7 @@
 #include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 #include "support/sdk_camera_fixture.h"
+#include "support/transport_contract.h"
 #include "usb/cypress_fx3_class.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/simulated_cypress_driver_class.h"
@@ -68,12 +68,14 @@ class cypress_fx3_class_test : public testing::Test {
     }
 
     void open_camera(int index = 0) {
-        transport = std::make_unique<qx::usb::cypress_fx3_class>(driver_paths.at(static_cast<std::size_t>(index)));
+        transport =
+            std::make_unique<qx::usb::cypress_fx3_class>(driver_paths.at(static_cast<std::size_t>(index)));
         camera = std::make_unique<qx::device_qv::qv_camera_class>(transport.get());
     }
 
     int get(const char* command, void* data = nullptr, char* reply = nullptr, std::uint64_t reply_size = 0) {
-        return qx::device_qv::dispatch_get({*camera, command, std::strlen(command) + 1, data, 0, reply, reply_size});
+        return qx::device_qv::dispatch_get(
+            {*camera, command, std::strlen(command) + 1, data, 0, reply, reply_size});
     }
 
     // Arms for `frames` frames, triggers, and returns each frame's pixel
@@ -98,8 +100,9 @@ class cypress_fx3_class_test : public testing::Test {
                 continue;
             const auto record = qx::acquisition::scan_frame_record(slot);
             frame_counts.push_back(static_cast<std::uint32_t>(record.frame_count));
-            mismatches.push_back(qx::test::gradient_mismatches(
-                record.image_data, static_cast<std::uint32_t>(record.frame_count), {0, 0, 64, 8, 1, 1, bits}));
+            mismatches.push_back(qx::test::gradient_mismatches(record.image_data,
+                                                               static_cast<std::uint32_t>(record.frame_count),
+                                                               {0, 0, 64, 8, 1, 1, bits}));
         }
         camera->acquisition.stop();
         return mismatches;
@@ -183,15 +186,7 @@ TEST_F(cypress_fx3_class_test, commands_travel_with_the_request_header_and_whole
     EXPECT_EQ(camera->query("exp 1234"), "Success");
     EXPECT_EQ(camera->query("exp"), "1234");
     EXPECT_EQ(transport->get_usb_port_speed(), "USB 2.0");
-    // A read asked for 4 bytes still delivers the channel's 1024.
-    std::vector<char> reply(qx::usb::command_transfer_size, '\x55');
-    bool timed_out = true, failed = true, stalled = true;
-    transport->write(7, "sernum", 1000, timed_out, stalled);
-    ASSERT_FALSE(timed_out || stalled);
-    transport->read__blocking(4, reply.data(), 1000, timed_out, failed, stalled);
-    ASSERT_FALSE(timed_out || failed || stalled);
-    EXPECT_STREQ(reply.data(), "QVSIM0");
-    EXPECT_EQ(reply.back(), '\0') << "the whole transfer was copied";
+    qx::test::expect_whole_reply_transfer(*transport, "sernum", "QVSIM0");
     EXPECT_GT(driver.requests_with(cypress::bulk_transfer_code), 0);
     EXPECT_GT(driver.requests_with(cypress::usb_speed_code), 0);
 }
@@ -203,9 +198,10 @@ TEST_F(cypress_fx3_class_test, opening_fails_with_the_create_file_text) {
             qx::usb::cypress_fx3_class absent(path);
             ADD_FAILURE() << "opened " << path;
         } catch (const std::exception& failure) {
-            EXPECT_NE(std::string(failure.what()).find(path.empty() ? "Device path must be provided."
-                                                                    : "cypress_fx3_class::cypress_fx3_class "
-                                                                      "CreateFile error."),
+            EXPECT_NE(std::string(failure.what())
+                          .find(path.empty() ? "Device path must be provided."
+                                             : "cypress_fx3_class::cypress_fx3_class "
+                                               "CreateFile error."),
                       std::string::npos)
                 << failure.what();
         }
@@ -233,7 +229,8 @@ TEST_F(cypress_fx3_class_test, a_lost_command_is_recovered_on_the_second_attempt
         camera->send_command("exp 2000", 9, reply, sizeof reply, 300);
         EXPECT_STREQ(reply, "Success") << c.faults;
         const auto resets = driver.reset_pipe_endpoints();
-        EXPECT_EQ(std::vector<unsigned char>(resets.begin() + static_cast<std::ptrdiff_t>(resets_before), resets.end()),
+        EXPECT_EQ(std::vector<unsigned char>(resets.begin() + static_cast<std::ptrdiff_t>(resets_before),
+                                             resets.end()),
                   c.resets)
             << c.faults;
         EXPECT_EQ(driver.requests_with(cypress::reset_parent_port_code) - port_resets_before, c.port_resets)
@@ -281,21 +278,7 @@ TEST_F(cypress_fx3_class_test, a_woken_image_reader_returns_at_once_as_a_time_ou
     plug({camera_json("QVSIM0")});
     open_camera();
     transport->prime_image_channel();
-    // A wake before the read ends the read; one during it, from another
-    // thread, ends it too. Neither waits for the (very long) time-out.
-    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
-    const auto read_woken = [&] {
-        bool timed_out = false, failed = false, stalled = false;
-        transport->read_image_data(packet.data(), 600000, timed_out, failed, stalled);
-        return timed_out && !failed && !stalled;
-    };
-    transport->wake_image_reader();
-    EXPECT_TRUE(read_woken());
-    bool woken_while_waiting = false;
-    std::thread reader([&] { woken_while_waiting = read_woken(); });
-    transport->wake_image_reader();
-    reader.join();
-    EXPECT_TRUE(woken_while_waiting);
+    qx::test::expect_a_wake_ends_image_reads(*transport);
     // Nothing was taken from the driver: the stream is whole and the ring full.
     EXPECT_EQ(stream(2, 12), std::vector<int>(2, 0));
     EXPECT_EQ(driver.image_reads_held(), qx::usb::image_transfers_in_flight);
