@@ -23,10 +23,14 @@ class device_dispatch : public ::testing::Test {
                 R"json("replies":{"stop":"Camera running (parameter cannot be set while in this mode)"})json") +
             "]}");
         path = qx::test::emulated_path();
+        create_device("ID-D");
+    }
+    // Lists the cameras, as the kit does first, and opens one.
+    void create_device(const char* id) {
         std::vector<char> ids(2048, '\0');
         std::vector<char> serials(2048, '\0');
         ASSERT_EQ(get_device_ids(ids.data(), 2048, serials.data(), 2048), 0);
-        ASSERT_EQ(create("ID-D", &device), 0);
+        ASSERT_EQ(create(id, &device), 0);
     }
     void TearDown() override {
         if (device != nullptr)
@@ -149,10 +153,7 @@ TEST_F(device_dispatch, arming_refuses_a_frame_too_large_to_assemble_whole) {
         const std::string side = std::to_string(row.side);
         qx::test::configure_emulator(R"({"cameras":[{"id":"ID-L","serial":"SER-L","sensor_width":)" + side +
                                      R"(,"sensor_height":)" + side + "}]}");
-        std::vector<char> ids(2048, '\0');
-        std::vector<char> serials(2048, '\0');
-        ASSERT_EQ(get_device_ids(ids.data(), 2048, serials.data(), 2048), 0);
-        ASSERT_EQ(create("ID-L", &device), 0);
+        create_device("ID-L");
         unsigned char buffer[64] = {};
         char response[1024] = {};
         EXPECT_EQ(set_data__returns_zero_for_success(device, "arm", 4, buffer, sizeof buffer, response,
