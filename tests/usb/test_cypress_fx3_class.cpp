@@ -22,6 +22,54 @@
 #include "usb/simulated_cypress_driver_class.h"
 #include "usb/transport_contract_suite.h"
 
+namespace qx::test {
+
+// The simulated driver as a link of the transport contract.
+struct cypress_link {
+    // Each pipe reset is sent twice.
+    static constexpr int clears_per_recovery = 2;
+    // The read that finds the camera gone: submitting a packet, or asking
+    // the image endpoint after a failed one.
+    static constexpr const char* lost_read_errors[] = {
+        "cypress_fx3_class::queue_packet DeviceIoControl error.",
+        "cypress_fx3_class::get_is_endpoint_stalled DeviceIoControl error."};
+    static constexpr const char* lost_write_error =
+        "cypress_fx3_class::write DeviceIoControl status was zero and GetLastError was not ERROR_IO_PENDING.";
+    // The write waits for the driver's event only; the stall shows when the
+    // endpoint is asked.
+    static constexpr bool write_reports_a_stall = false;
+
+    cypress_link() {
+        char path[256] = {};
+        const std::string json = std::string(R"({"product_id":24856,)") + contract_camera_keys + "}";
+        EXPECT_EQ(qx_emu_plug_camera(json.c_str(), path, sizeof path), QX_EMU_OK) << qx_emu_get_last_error();
+        camera_path = path;
+        driver.add_interface(interface_path, camera_path);
+    }
+    ~cypress_link() {
+        EXPECT_EQ(driver.violations(), std::vector<std::string>{});
+        qx_emu_unplug_camera(camera_path.c_str());
+    }
+
+    bool usable() const { return true; }
+    std::unique_ptr<qx::usb::usb_driver_base> open() {
+        return std::make_unique<qx::usb::cypress_fx3_class>(interface_path);
+    }
+    const std::string& emulator_path() const { return camera_path; }
+    void pull() { qx_emu_unplug_camera(camera_path.c_str()); }
+    int pipe_clears() const { return static_cast<int>(driver.reset_pipe_endpoints().size()); }
+    int port_resets() const { return driver.requests_with(usb::cypress::reset_parent_port_code); }
+
+    const std::string interface_path =
+        simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "link");
+    std::string camera_path;
+    simulated_cypress_driver_class driver;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(cypress, transport_contract, testing::Types<cypress_link>);
+
+}  // namespace qx::test
+
 namespace {
 
 using qx::test::simulated_cypress_driver_class;
@@ -42,57 +90,6 @@ qx::usb::usb_identity_filter family_filter() {
     std::copy(std::begin(products), std::end(products), filter.product_ids.begin());
     return filter;
 }
-
-// The simulated driver as a link of the transport contract.
-struct cypress_link {
-    // Each pipe reset is sent twice.
-    static constexpr int clears_per_recovery = 2;
-    // The read that finds the camera gone: submitting a packet, or asking
-    // the image endpoint after a failed one.
-    static constexpr const char* lost_read_errors[] = {
-        "cypress_fx3_class::queue_packet DeviceIoControl error.",
-        "cypress_fx3_class::get_is_endpoint_stalled DeviceIoControl error."};
-    static constexpr const char* lost_write_error =
-        "cypress_fx3_class::write DeviceIoControl status was zero and GetLastError was not ERROR_IO_PENDING.";
-    // The write waits for the driver's event only; the stall shows when the
-    // endpoint is asked.
-    static constexpr bool write_reports_a_stall = false;
-
-    cypress_link() {
-        char path[256] = {};
-        const std::string json =
-            std::string(R"({"product_id":24856,)") + qx::test::contract_camera_keys + "}";
-        EXPECT_EQ(qx_emu_plug_camera(json.c_str(), path, sizeof path), QX_EMU_OK) << qx_emu_get_last_error();
-        camera_path = path;
-        driver.add_interface(interface_path, camera_path);
-    }
-    ~cypress_link() {
-        EXPECT_EQ(driver.violations(), std::vector<std::string>{});
-        qx_emu_unplug_camera(camera_path.c_str());
-    }
-
-    bool usable() const { return true; }
-    std::unique_ptr<qx::usb::usb_driver_base> open() {
-        return std::make_unique<qx::usb::cypress_fx3_class>(interface_path);
-    }
-    const std::string& emulator_path() const { return camera_path; }
-    void pull() { qx_emu_unplug_camera(camera_path.c_str()); }
-    int pipe_clears() const { return static_cast<int>(driver.reset_pipe_endpoints().size()); }
-    int port_resets() const { return driver.requests_with(cypress::reset_parent_port_code); }
-
-    const std::string interface_path =
-        simulated_cypress_driver_class::interface_path_for(0x2A7C, 0x6101, "link");
-    std::string camera_path;
-    simulated_cypress_driver_class driver;
-};
-
-}  // namespace
-
-namespace qx::test {
-INSTANTIATE_TYPED_TEST_SUITE_P(cypress, transport_contract, testing::Types<cypress_link>);
-}  // namespace qx::test
-
-namespace {
 
 class cypress_fx3_class_test : public testing::Test {
   protected:

@@ -17,13 +17,7 @@
 #include "usb/transport_contract_suite.h"
 #include "usb/umockdev_fx3_camera_class.h"
 
-namespace {
-
-using qx::test::failure_of;
-using qx::test::frame_read;
-using qx::test::packet_read;
-using qx::test::packets_per_frame;
-using qx::test::umockdev_fx3_camera_class;
+namespace qx::test {
 
 // The simulated bus as a link of the transport contract.
 struct umockdev_link {
@@ -36,7 +30,7 @@ struct umockdev_link {
 
     static umockdev_fx3_camera_class::settings with_contract_camera(
         umockdev_fx3_camera_class::settings chosen) {
-        chosen.camera_json = std::string("{") + qx::test::contract_camera_keys + "}";
+        chosen.camera_json = std::string("{") + contract_camera_keys + "}";
         return chosen;
     }
     explicit umockdev_link(const umockdev_fx3_camera_class::settings& chosen = {})
@@ -54,15 +48,11 @@ struct umockdev_link {
     umockdev_fx3_camera_class camera;
 };
 
-}  // namespace
-
-namespace qx::test {
 INSTANTIATE_TYPED_TEST_SUITE_P(libusb, transport_contract, testing::Types<umockdev_link>);
-}  // namespace qx::test
 
 namespace {
 
-class libusb_fx3_class_test : public qx::test::transport_contract<umockdev_link> {
+class libusb_fx3_class_test : public transport_contract<umockdev_link> {
   protected:
     umockdev_fx3_camera_class& camera() { return link->camera; }
     // Replaces the simulated camera and opens it again.
@@ -228,6 +218,7 @@ TEST_F(libusb_fx3_class_test, image_reads_that_cannot_be_served_are_refused_with
 }
 
 }  // namespace
+}  // namespace qx::test
 
 int main(int argc, char** argv) {
     // Short sleeps (libusb's and the simulated device's) keep their length
