@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "kit/checks.h"
-#include "kit/kit_class.h"
-#include "kit/kit_registry_class.h"
-#include "kit/qx_camera_handle_class.h"
+#include "base/checks.h"
 #include "quendral_vko_device_module.h"
 
 namespace qx::acquisition {
@@ -40,7 +37,7 @@ int hotplug_events_class::port_type_of(std::string_view usb_speed) {
 }
 
 void hotplug_events_class::set_connect_callback(camera_connect_callback callback, void* context,
-                                                kit::kit_class* kit) {
+                                                const module_data_port* modules) {
     if (callback == nullptr) {
         connect_callback = nullptr;
         connect_context = nullptr;
@@ -48,11 +45,11 @@ void hotplug_events_class::set_connect_callback(camera_connect_callback callback
     }
     connect_callback = callback;
     connect_context = context;
-    start_or_stop_listeners(kit);
+    start_or_stop_listeners(modules);
 }
 
 void hotplug_events_class::set_disconnect_callback(camera_disconnect_callback callback, void* context,
-                                                   kit::kit_class* kit) {
+                                                   const module_data_port* modules) {
     if (callback == nullptr) {
         // The context goes to the connect callback: applications register
         // one context for both and clear the disconnect side with it.
@@ -62,29 +59,32 @@ void hotplug_events_class::set_disconnect_callback(camera_disconnect_callback ca
     }
     disconnect_callback = callback;
     disconnect_context = context;
-    start_or_stop_listeners(kit);
+    start_or_stop_listeners(modules);
+}
+
+void hotplug_events_class::enable_listeners() {
+    for (auto& flag : listener_enabled) flag.exchange(1);
 }
 
 void hotplug_events_class::stop_listeners() {
     for (auto& listener : listeners) listener.reset();
 }
 
-void hotplug_events_class::start_or_stop_listeners(kit::kit_class* kit) {
+void hotplug_events_class::start_or_stop_listeners(const module_data_port* modules) {
     if (connect_callback == nullptr && disconnect_callback == nullptr) {
         stop_listeners();
         return;
     }
     // Before the kit is opened there is no module to listen to; the enable
     // flags stay set for the first registration after it opens.
-    if (kit != nullptr)
-        start_listeners(*kit);
+    if (modules != nullptr)
+        start_listeners(*modules);
 }
 
-void hotplug_events_class::start_listeners(kit::kit_class& kit) {
-    auto& enabled = kit::kit_registry_class::instance().hotplug_listener_enabled;
-    kit::Device_module_manager* const manager = &kit.manager;
+void hotplug_events_class::start_listeners(const module_data_port& modules) {
+    const module_data_port* const manager = &modules;
     for (std::size_t index = 0; index < families().size(); ++index) {
-        if (enabled.at(index).exchange(0) != 1)
+        if (listener_enabled.at(index).exchange(0) != 1)
             continue;
         const std::string device_type = families()[index].device_type;
         // The old listener goes first: two threads waiting on one module
@@ -115,25 +115,15 @@ void hotplug_events_class::handle_payload(const std::string& device_type, std::s
 }
 
 void hotplug_events_class::report_connect(const std::string& device_type, const std::string& camera_id) {
-    auto& registry = kit::kit_registry_class::instance();
     std::string serial_number;
     int port_type = unknown_port_type;
     camera_connect_callback callback = nullptr;
     void* context = nullptr;
     {
         const auto guard = registry.lock_registry();
-        kit::kit_class* kit = registry.kit();
-        kit::check_pointer_set(kit, "The SDK is not open.");
-        // Another device on an open camera would compete with the
-        // application's own for the camera.
-        kit::check_false(registry.is_device_id_open(camera_id), "Camera is already open.");
-        auto device = kit->manager.create_device(device_type, camera_id);
-        kit::check_true(device.has_value(), "Error opening camera.");
-        kit::qx_camera_handle_class camera(std::move(*device), camera_id);
-        // Only read from: its end destroys the device and sends nothing.
-        camera.abandon();
-        serial_number = camera.channel().get("sernum");
-        port_type = port_type_of(camera.channel().get("usb_speed"));
+        const arriving_camera arrived = registry.read_arriving_camera(device_type, camera_id);
+        serial_number = arrived.serial_number;
+        port_type = port_type_of(arrived.usb_speed);
         registry.remember_serial_number(camera_id, serial_number);
         callback = connect_callback;
         context = connect_context;
@@ -143,7 +133,6 @@ void hotplug_events_class::report_connect(const std::string& device_type, const 
 }
 
 void hotplug_events_class::report_disconnect(const std::string& camera_id) {
-    auto& registry = kit::kit_registry_class::instance();
     std::string serial_number;
     camera_disconnect_callback callback = nullptr;
     void* context = nullptr;

@@ -6,16 +6,15 @@
 // mutex; the callbacks are called with no lock held, on the listener threads.
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "acquisition/hotplug_listener_class.h"
+#include "acquisition/hotplug_registry_port.h"
+#include "acquisition/module_data_port.h"
 #include "quendral_vko_camera_sdk.h"
-
-namespace qx::kit {
-class kit_class;
-}
 
 namespace qx::acquisition {
 
@@ -27,12 +26,19 @@ struct hotplug_family {
 
 class hotplug_events_class {
   public:
+    explicit hotplug_events_class(hotplug_registry_port& registry) : registry(registry) {}
+
     static const std::array<hotplug_family, 2>& families();
 
-    // The two setters. The caller holds the registry mutex; `kit` is the
-    // open kit or null.
-    void set_connect_callback(camera_connect_callback callback, void* context, kit::kit_class* kit);
-    void set_disconnect_callback(camera_disconnect_callback callback, void* context, kit::kit_class* kit);
+    // The two setters. The caller holds the registry mutex; `modules` are
+    // the open kit's modules, or null while the kit is closed.
+    void set_connect_callback(camera_connect_callback callback, void* context,
+                              const module_data_port* modules);
+    void set_disconnect_callback(camera_disconnect_callback callback, void* context,
+                                 const module_data_port* modules);
+
+    // Every opening of the kit lets each family's listener start once.
+    void enable_listeners();
 
     // Destroys both listeners (stop, release, join). The caller holds the
     // registry mutex; kit calls that a callback makes meanwhile give way.
@@ -43,12 +49,15 @@ class hotplug_events_class {
     static int port_type_of(std::string_view usb_speed);
 
   private:
-    void start_or_stop_listeners(kit::kit_class* kit);
-    void start_listeners(kit::kit_class& kit);
+    void start_or_stop_listeners(const module_data_port* modules);
+    void start_listeners(const module_data_port& modules);
     void handle_payload(const std::string& device_type, std::string_view payload);
     void report_connect(const std::string& device_type, const std::string& camera_id);
     void report_disconnect(const std::string& camera_id);
 
+    hotplug_registry_port& registry;
+    // Set by every opening of the kit; indexed like families().
+    std::array<std::atomic<int>, 2> listener_enabled{};
     camera_connect_callback connect_callback = nullptr;
     void* connect_context = nullptr;
     camera_disconnect_callback disconnect_callback = nullptr;

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::kit {
@@ -77,12 +77,12 @@ std::unique_lock<std::recursive_mutex> kit_registry_class::lock_registry() {
 
 void kit_registry_class::set_connect_callback(camera_connect_callback callback, void* context) {
     const auto guard = lock_registry();
-    hotplug_events.set_connect_callback(callback, context, kit_object.get());
+    hotplug_events.set_connect_callback(callback, context, kit_object ? &kit_object->manager : nullptr);
 }
 
 void kit_registry_class::set_disconnect_callback(camera_disconnect_callback callback, void* context) {
     const auto guard = lock_registry();
-    hotplug_events.set_disconnect_callback(callback, context, kit_object.get());
+    hotplug_events.set_disconnect_callback(callback, context, kit_object ? &kit_object->manager : nullptr);
 }
 
 bool kit_registry_class::is_device_id_open(const std::string& device_id) const {
@@ -99,6 +99,23 @@ void kit_registry_class::remember_serial_number(const std::string& device_id, co
     discovered_serials[device_id] = serial_number;
 }
 
+acquisition::arriving_camera kit_registry_class::read_arriving_camera(const std::string& device_type,
+                                                                      const std::string& device_id) {
+    check_pointer_set(kit_object.get(), "The SDK is not open.");
+    // Another device on an open camera would compete with the application's
+    // own for the camera.
+    check_false(is_device_id_open(device_id), "Camera is already open.");
+    auto device = kit_object->manager.create_device(device_type, device_id);
+    check_true(device.has_value(), "Error opening camera.");
+    qx_camera_handle_class camera(std::move(*device), device_id);
+    // Only read from: its end destroys the device and sends nothing.
+    camera.abandon();
+    acquisition::arriving_camera arrived;
+    arrived.serial_number = camera.channel().get("sernum");
+    arrived.usb_speed = camera.channel().get("usb_speed");
+    return arrived;
+}
+
 kit_registry_class& kit_registry_class::instance() {
     // Never destroyed: handles and modules may still be alive while the
     // process exits.
@@ -113,7 +130,7 @@ kit_class& kit_registry_class::require_kit() {
 
 void kit_registry_class::open_sdk() {
     const auto guard = lock_registry();
-    for (auto& flag : hotplug_listener_enabled) flag.exchange(1);
+    hotplug_events.enable_listeners();
     auto fresh = std::make_unique<kit_class>();
     // The listeners wait on the old kit's modules: they end with it.
     hotplug_events.stop_listeners();

@@ -24,7 +24,7 @@ namespace qx::kit {
 
 class qx_camera_handle_class;
 
-class kit_registry_class {
+class kit_registry_class final : public acquisition::hotplug_registry_port {
   public:
     static kit_registry_class& instance();
 
@@ -48,22 +48,20 @@ class kit_registry_class {
     // calling into the kit) it gives way when that listener is being
     // stopped, since the thread stopping it may hold the mutex while it
     // waits for the listener to end.
-    std::unique_lock<std::recursive_mutex> lock_registry();
+    std::unique_lock<std::recursive_mutex> lock_registry() override;
 
     // Hot-plug bookkeeping; the caller holds the registry mutex.
     bool is_device_id_open(const std::string& device_id) const;
     // The serial number that discovery or an arrival recorded for a device
     // id; empty when none did.
-    std::string serial_number_of(const std::string& device_id) const;
-    void remember_serial_number(const std::string& device_id, const std::string& serial_number);
+    std::string serial_number_of(const std::string& device_id) const override;
+    void remember_serial_number(const std::string& device_id, const std::string& serial_number) override;
+    acquisition::arriving_camera read_arriving_camera(const std::string& device_type,
+                                                      const std::string& device_id) override;
 
     std::recursive_mutex& mutex() { return registry_mutex; }
     // The kit object; null while the kit is closed. Caller holds mutex().
     kit_class* kit() { return kit_object.get(); }
-
-    // Set by every open_sdk; each family's hot-plug listener starts once per
-    // opening of the kit. Indexed like hotplug_events_class::families().
-    std::array<std::atomic<int>, 2> hotplug_listener_enabled{};
 
   private:
     kit_registry_class() = default;
@@ -74,7 +72,7 @@ class kit_registry_class {
     std::list<qx_camera_handle_class*> open_handles;          // guarded by registry_mutex
     std::set<const qx_camera_handle_class*> closing_handles;  // guarded by registry_mutex
     std::map<std::string, std::string> discovered_serials;  // device id -> serial; guarded by registry_mutex
-    acquisition::hotplug_events_class hotplug_events;      // guarded by registry_mutex
+    acquisition::hotplug_events_class hotplug_events{*this};  // guarded by registry_mutex
 };
 
 }  // namespace qx::kit

@@ -48,6 +48,29 @@ void qx_camera_handle_class::validate() const {
     kit_registry_class::instance().validate_handle(this);
 }
 
+int qx_camera_handle_class::get_data(const char* command, std::uint64_t command_size, const void* data,
+                                     std::uint64_t data_size, char* response, std::uint64_t response_size) {
+    return device_link.get_data(command, command_size, data, data_size, response, response_size);
+}
+
+int qx_camera_handle_class::set_data(const char* command, std::uint64_t command_size, const void* data,
+                                     std::uint64_t data_size, char* response, std::uint64_t response_size) {
+    return device_link.set_data(command, command_size, data, data_size, response, response_size);
+}
+
+std::recursive_mutex& qx_camera_handle_class::registry_lock() {
+    return kit_registry_class::instance().mutex();
+}
+
+acquisition::device_setter qx_camera_handle_class::held_frame_device() {
+    // A copy of the device handle: it keeps the module loaded while frames
+    // are held after the camera closed.
+    return [device = device_link](const char* command, std::uint64_t command_size, const void* data,
+                                  std::uint64_t data_size, char* response, std::uint64_t response_size) {
+        return device.set_data(command, command_size, data, data_size, response, response_size);
+    };
+}
+
 void qx_camera_handle_class::disarm() {
     acquisition.disarm(*this);
 }

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 
+#include "acquisition/acquisition_handle_port.h"
 #include "acquisition/frame_acquisition_class.h"
 #include "camera/camera_properties_class.h"
 #include "camera/command_channel_class.h"
@@ -11,9 +12,11 @@
 
 namespace qx::kit {
 
-inline constexpr std::size_t handle_response_size = 1024;
+using camera::handle_response_size;
 
-class qx_camera_handle_class {
+// Seen through its ports, the handle is what the camera routines and
+// acquisition work on without knowing the kit.
+class qx_camera_handle_class final : public acquisition::acquisition_handle_port {
   public:
     qx_camera_handle_class(device_handle_class device, std::string device_id);
     // Disarms, unblocks a waiting frame read, destroys the device and leaves
@@ -23,19 +26,8 @@ class qx_camera_handle_class {
     qx_camera_handle_class(const qx_camera_handle_class&) = delete;
     qx_camera_handle_class& operator=(const qx_camera_handle_class&) = delete;
 
-    // The frame of every handle method: take the handle mutex, validate the
-    // handle against the open-handle list, run the work, release on every
-    // way out. The mutex is taken before validation on purpose: a closed
-    // handle is freed memory, and callers must not use it.
-    template <class Work>
-    decltype(auto) run_locked(Work&& work) {
-        std::lock_guard<std::recursive_mutex> guard(handle_mutex);
-        validate();
-        return work();
-    }
-
     // Throws "Camera handle is invalid." unless this handle is open.
-    void validate() const;
+    void validate() const override;
 
     // Brings a freshly opened camera to its initial state: disarmed, feature
     // flags and static properties read, gain table loaded when needed.
@@ -49,10 +41,22 @@ class qx_camera_handle_class {
 
     const std::string& device_id() const { return id; }
     const device_handle_class& device() const { return device_link; }
-    camera::command_channel_class& channel() { return command_channel; }
+    camera::command_channel_class& channel() override { return command_channel; }
+
+    std::recursive_mutex& handle_lock() override { return handle_mutex; }
+    int get_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
+                 char* response, std::uint64_t response_size) override;
+    int set_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
+                 char* response, std::uint64_t response_size) override;
+    char* reply_buffer() override { return response; }
+    camera::camera_properties_class& camera_properties() override { return properties; }
+    const camera::camera_properties_class& camera_properties() const override { return properties; }
+    void* identity() override { return this; }
+    std::recursive_mutex& registry_lock() override;
+    acquisition::device_setter held_frame_device() override;
 
     // Lock order: handle_mutex, then the registry mutex, then any mutex of
-    // acquisition. The handle mutex comes first in the object on purpose.
+    // acquisition. The handle mutex is the first member on purpose.
     std::recursive_mutex handle_mutex;
     char response[handle_response_size] = {};    // guarded by handle_mutex
     camera::camera_properties_class properties;  // guarded by handle_mutex

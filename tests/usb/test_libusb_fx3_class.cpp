@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "api/status_codes.h"
+#include "base/status_codes.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/libusb_fx3_class.h"
 #include "usb/transport_contract_suite.h"
