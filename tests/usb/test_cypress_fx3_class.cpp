@@ -17,10 +17,10 @@
 #include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 #include "support/sdk_camera_fixture.h"
+#include "support/transport_contract_suite.h"
 #include "usb/cypress_fx3_class.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/simulated_cypress_driver_class.h"
-#include "usb/transport_contract_suite.h"
 
 namespace qx::test {
 
@@ -37,6 +37,7 @@ struct cypress_link {
         "cypress_fx3_class::write DeviceIoControl status was zero and GetLastError was not ERROR_IO_PENDING.";
     // The write waits for the driver's event only; the stall shows when the
     // endpoint is asked.
+    static constexpr bool holds_a_ring = true;
     static constexpr bool write_reports_a_stall = false;
 
     cypress_link() {

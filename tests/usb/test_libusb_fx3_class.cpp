@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "base/status_codes.h"
+#include "support/transport_contract_suite.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/libusb_fx3_class.h"
-#include "usb/transport_contract_suite.h"
 #include "usb/umockdev_fx3_camera_class.h"
 
 namespace qx::test {
@@ -22,6 +22,7 @@ namespace qx::test {
 // The simulated bus as a link of the transport contract.
 struct umockdev_link {
     static constexpr int clears_per_recovery = 1;
+    static constexpr bool holds_a_ring = true;
     static constexpr bool write_reports_a_stall = true;
     static constexpr const char* lost_read_errors[] = {
         "libusb_fx3_class::read_image_data libusb_submit_transfer error: LIBUSB_ERROR_NO_DEVICE."};
