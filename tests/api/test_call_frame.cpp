@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <thread>
 #include <vector>
 
 #include "support/kit_fixture.h"
@@ -19,12 +18,6 @@ using qx::test::last_error;
 using qx::test::scripted_module;
 
 using call_frame = kit_fixture;
-
-TEST_F(call_frame, fresh_thread_reads_an_empty_last_error) {
-    std::string seen = "unset";
-    std::thread([&] { seen = qx_camera_get_last_error(); }).join();
-    EXPECT_EQ(seen, "");
-}
 
 TEST_F(call_frame, null_handle_is_reported_before_any_other_argument) {
     char response[16];

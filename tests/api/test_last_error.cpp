@@ -73,13 +73,4 @@ TEST(last_error, each_thread_sees_only_its_own_failures) {
     EXPECT_EQ(std::string(last_error_text()), "main thread failure Error: Invalid operation.");
 }
 
-TEST(status_codes, module_table_has_exactly_eighteen_entries) {
-    EXPECT_STREQ(
-        qx::api::status_text(17),
-        "Error: USB transfer memory limit reached. On Linux platforms, raise your usbfs_memory_mb parameter. "
-        "See SDK README for more information.");
-    EXPECT_STREQ(qx::api::status_text(18), "Error: Unknown.");
-    EXPECT_STREQ(qx::api::status_text(999), "Error: Unknown.");
-}
-
 }  // namespace

@@ -3,15 +3,64 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
-#include <vector>
-
 #include <cstring>
+#include <vector>
 
 #include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 #include "support/recording_transport.h"
+#include "support/transport_contract_suite.h"
 #include "usb/emulated_fx3_class.h"
+
+namespace qx::test {
+
+// The emulator's own link as a link of the transport contract; its
+// recoveries are counted by a recording transport around it.
+struct emulated_link {
+    static constexpr int clears_per_recovery = 1;
+    static constexpr bool write_reports_a_stall = true;
+    static constexpr bool holds_a_ring = false;
+    // A read reports the lost camera as failed; the stall query that
+    // follows throws.
+    static constexpr const char* lost_read_errors[] = {failed_read_without_an_error};
+    static constexpr const char* lost_write_error = "emulated_fx3_class::write device disconnected.";
+
+    emulated_link() {
+        char path[256] = {};
+        const std::string json = std::string("{") + contract_camera_keys + "}";
+        EXPECT_EQ(qx_emu_plug_camera(json.c_str(), path, sizeof path), QX_EMU_OK) << qx_emu_get_last_error();
+        camera_path = path;
+    }
+    ~emulated_link() { qx_emu_unplug_camera(camera_path.c_str()); }
+
+    bool usable() const { return true; }
+    std::unique_ptr<usb::usb_driver_base> open() {
+        auto opened =
+            std::make_unique<recording_transport>(std::make_unique<usb::emulated_fx3_class>(camera_path));
+        recorder = opened.get();
+        return opened;
+    }
+    const std::string& emulator_path() const { return camera_path; }
+    void pull() { qx_emu_unplug_camera(camera_path.c_str()); }
+    int pipe_clears() { return tally().first; }
+    int port_resets() { return tally().second; }
+
+    std::pair<int, int> tally() {
+        for (const std::string& operation : recorder->take_operations()) {
+            recoveries.first += operation.starts_with("unstall") ? 1 : 0;
+            recoveries.second += operation == "reset port" ? 1 : 0;
+        }
+        return recoveries;
+    }
+
+    std::string camera_path;
+    recording_transport* recorder = nullptr;
+    std::pair<int, int> recoveries;  // pipe clears, port resets
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(emulated, transport_contract, testing::Types<emulated_link>);
+
+}  // namespace qx::test
 
 namespace {
 
@@ -19,6 +68,10 @@ using qx::device_qv::qv_camera_class;
 using qx::test::recording_transport;
 
 constexpr std::uint32_t short_timeout_ms = 50;
+// Column-balancing tables for gains 0..4; "gain 2" gets a reply without a number.
+constexpr const char* camera_with_tables =
+    R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},{"constant":1.0},)"
+    R"({"constant":1.0},{"constant":1.0}],"replies":{"gain 3":"3 dB","gain 2":"Success"})";
 
 class camera_text_transport : public ::testing::Test {
   protected:
@@ -53,40 +106,13 @@ class camera_text_transport : public ::testing::Test {
     std::unique_ptr<qv_camera_class> camera;
 };
 
-TEST_F(camera_text_transport, construction_reads_the_trimmed_id_and_the_serial) {
+TEST_F(camera_text_transport, construction_reads_the_trimmed_id_and_the_serial_and_refuses_a_blank_id) {
     open(qx::test::small_camera_json("CAM-1", "SER-1", R"("replies":{"id":"  CAM-1 \t"})"));
     EXPECT_EQ(camera->id(), "CAM-1");
     EXPECT_EQ(camera->serial_number(), "SER-1");
-}
-
-TEST_F(camera_text_transport, a_blank_id_refuses_the_camera) {
-    qx::test::configure_emulator(R"({"cameras":[)" +
-                                 qx::test::small_camera_json("CAM-1", "SER-1", R"("replies":{"id":"   "})") +
-                                 "]}");
-    qx::usb::emulated_fx3_class link(qx::test::emulated_path());
-    try {
-        qv_camera_class refused(&link);
-        ADD_FAILURE() << "a blank id was accepted";
-    } catch (const std::exception& failure) {
-        EXPECT_STREQ(failure.what(), "Trimmed string is empty: Error reading camera unique id.");
-    }
-}
-
-TEST_F(camera_text_transport, a_woken_image_reader_returns_at_once_as_a_time_out) {
-    qx::test::configure_emulator(R"({"cameras":[)" + qx::test::small_camera_json("CAM-1", "SER-1") + "]}");
-    qx::usb::emulated_fx3_class link(qx::test::emulated_path());
-    std::vector<unsigned char> packet(qx::usb::image_transfer_size);
-    bool timed_out = false, failed = false, stalled = false;
-    // Nothing is streaming: only the wake can end these reads early.
-    link.wake_image_reader();
-    link.read_image_data(packet.data(), 600000, timed_out, failed, stalled);
-    EXPECT_TRUE(timed_out);
-    timed_out = false;
-    std::thread reader([&] { link.read_image_data(packet.data(), 600000, timed_out, failed, stalled); });
-    link.wake_image_reader();
-    reader.join();
-    EXPECT_TRUE(timed_out);
-    EXPECT_FALSE(failed);
+    EXPECT_EQ(qx::test::failure_of(
+                  [&] { open(qx::test::small_camera_json("CAM-2", "SER-2", R"("replies":{"id":"   "})")); }),
+              "Trimmed string is empty: Error reading camera unique id.");
 }
 
 TEST_F(camera_text_transport, a_camera_that_never_answers_fails_after_two_attempts_with_recovery) {
@@ -100,22 +126,24 @@ TEST_F(camera_text_transport, a_camera_that_never_answers_fails_after_two_attemp
     EXPECT_EQ(qx::test::emulator_counters(path).commands_received - before.commands_received, 2u);
 }
 
-TEST_F(camera_text_transport, a_first_time_out_then_success_returns_the_second_reply) {
+TEST_F(camera_text_transport, a_lost_first_attempt_is_recovered_and_the_second_reply_returned) {
+    const struct {
+        const char* faults;
+        std::vector<std::string> operations;
+    } rows[] = {
+        {R"({"reply_timeout":{"commands":[0]}})",
+         {"write sernum", "read timed-out", "reset port", "write sernum", "read"}},
+        // A stalled endpoint is unstalled instead of resetting the port.
+        {R"({"stall_command":{"commands":[0],"endpoint":"out"}})",
+         {"write sernum stalled", "stalled 0x02", "unstall 0x02", "write sernum", "read"}},
+    };
     open(qx::test::small_camera_json("CAM-1", "SER-1"));
-    set_faults(R"({"reply_timeout":{"commands":[0]}})");
-    EXPECT_EQ(send("sernum"), "SER-1");
-    const std::vector<std::string> expected = {"write sernum", "read timed-out", "reset port", "write sernum",
-                                               "read"};
-    EXPECT_EQ(transport->take_operations(), expected);
-}
-
-TEST_F(camera_text_transport, a_stalled_endpoint_is_unstalled_instead_of_resetting_the_port) {
-    open(qx::test::small_camera_json("CAM-1", "SER-1"));
-    set_faults(R"({"stall_command":{"commands":[0],"endpoint":"out"}})");
-    EXPECT_EQ(send("sernum"), "SER-1");
-    const std::vector<std::string> expected = {"write sernum stalled", "stalled 0x02", "unstall 0x02",
-                                               "write sernum", "read"};
-    EXPECT_EQ(transport->take_operations(), expected);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.faults);
+        set_faults(row.faults);
+        EXPECT_EQ(send("sernum"), "SER-1");
+        EXPECT_EQ(transport->take_operations(), row.operations);
+    }
 }
 
 TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminator) {
@@ -128,10 +156,7 @@ TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminato
 
 // The gain is read only from the bytes copied into the caller's buffer.
 TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buffer) {
-    open(qx::test::small_camera_json(
-        "CAM-1", "SER-1",
-        R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
-        R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],"replies":{"gain 3":"3 dB"})"));
+    open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
     ASSERT_TRUE(camera->column_balancing.enabled);
     std::vector<char> reply(1);  // exactly one byte on the heap: "3"
     camera->send_command("gain 3", 7, reply.data(), 1, short_timeout_ms);
@@ -139,11 +164,7 @@ TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buff
 }
 
 TEST_F(camera_text_transport, gain_commands_update_the_active_column_gain_set_only_with_correction_on) {
-    const std::string column_gains =
-        R"("gain_min":0,"gain_max":4,"column_gains":[{"constant":1.0},{"constant":1.0},)"
-        R"({"constant":1.0},{"constant":1.0},{"constant":1.0}],)"
-        R"("replies":{"gain 3":"3 dB","gain 2":"Success"})";
-    open(qx::test::small_camera_json("CAM-1", "SER-1", column_gains));
+    open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
     ASSERT_TRUE(camera->column_balancing.enabled);
 
     send("gain 3");

@@ -91,44 +91,37 @@ class module_listing : public ::testing::Test {
     }
 };
 
-TEST_F(module_listing, no_camera_lists_a_single_full_stop) {
-    qx::test::configure_emulator("0");
-    std::string ids, serials;
-    list(ids, serials);
-    EXPECT_EQ(ids, ".");
-    EXPECT_EQ(serials, "");
+std::string cameras_json(int count, const std::string& first_extra = "") {
+    std::string cameras;
+    for (int index = 1; index <= count; ++index) {
+        cameras += std::string(index > 1 ? "," : "") +
+                   qx::test::small_camera_json("ID-" + std::to_string(index), "SER-" + std::to_string(index),
+                                               index == 1 ? first_extra : "");
+    }
+    return R"({"cameras":[)" + cameras + "]}";
 }
 
 TEST_F(module_listing, lists_ids_with_a_final_full_stop_and_serials_with_commas) {
-    qx::test::configure_emulator(R"({"cameras":[)" + qx::test::small_camera_json("ID-A", "SER-A") + "," +
-                                 qx::test::small_camera_json("ID-B", "SER-B") + "]}");
-    std::string ids, serials;
-    list(ids, serials);
-    EXPECT_EQ(ids, "ID-A,ID-B,.");
-    EXPECT_EQ(serials, "SER-A,SER-B,");
-}
-
-TEST_F(module_listing, a_camera_with_a_blank_id_is_left_out_and_the_next_is_listed) {
-    qx::test::configure_emulator(R"({"cameras":[)" +
-                                 qx::test::small_camera_json("ID-A", "SER-A", R"("replies":{"id":"  "})") +
-                                 "," + qx::test::small_camera_json("ID-B", "SER-B") + "]}");
-    std::string ids, serials;
-    list(ids, serials);
-    EXPECT_EQ(ids, "ID-B,.");
-    EXPECT_EQ(serials, "SER-B,");
-}
-
-TEST_F(module_listing, the_ninth_camera_is_not_listed) {
-    std::string cameras;
-    for (int index = 1; index <= 9; ++index) {
-        if (!cameras.empty())
-            cameras += ",";
-        cameras += qx::test::small_camera_json("ID-" + std::to_string(index), "SER-" + std::to_string(index));
+    const struct {
+        const char* name;
+        std::string configuration;
+        const char* ids;
+        const char* serials;
+    } rows[] = {
+        {"no camera", "0", ".", ""},
+        {"two cameras", cameras_json(2), "ID-1,ID-2,.", "SER-1,SER-2,"},
+        {"a blank id is left out", cameras_json(2, R"("replies":{"id":"  "})"), "ID-2,.", "SER-2,"},
+        {"the ninth is not listed", cameras_json(9), "ID-1,ID-2,ID-3,ID-4,ID-5,ID-6,ID-7,ID-8,.",
+         "SER-1,SER-2,SER-3,SER-4,SER-5,SER-6,SER-7,SER-8,"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        qx::test::configure_emulator(row.configuration);
+        std::string ids, serials;
+        list(ids, serials);
+        EXPECT_EQ(ids, row.ids);
+        EXPECT_EQ(serials, row.serials);
     }
-    qx::test::configure_emulator(R"({"cameras":[)" + cameras + "]}");
-    std::string ids, serials;
-    list(ids, serials);
-    EXPECT_EQ(ids, "ID-1,ID-2,ID-3,ID-4,ID-5,ID-6,ID-7,ID-8,.");
 }
 
 TEST_F(module_listing, create_needs_a_listed_id_and_follows_a_camera_to_its_new_port) {
@@ -155,16 +148,12 @@ TEST_F(module_listing, create_needs_a_listed_id_and_follows_a_camera_to_its_new_
     EXPECT_EQ(destroy(device), 0);
 }
 
-}  // namespace
-
-namespace {
-
 // Neither list is written past its size; a list that does not fit with its
 // NUL fails the call and leaves no partial list behind.
 TEST_F(module_listing, lists_stay_within_the_sizes_given) {
-    qx::test::configure_emulator(R"({"cameras":[)" +
-                                 qx::test::small_camera_json("ID-LONG-0001", "SERIAL-NUMBER-0000000000000001") +
-                                 "]}");
+    qx::test::configure_emulator(
+        R"({"cameras":[)" + qx::test::small_camera_json("ID-LONG-0001", "SERIAL-NUMBER-0000000000000001") +
+        "]}");
     const struct {
         int ids_size;
         int serials_size;
@@ -174,7 +163,8 @@ TEST_F(module_listing, lists_stay_within_the_sizes_given) {
         // Heap buffers of exactly the sizes given, so a write past them is caught.
         std::vector<char> ids(static_cast<std::size_t>(entry.ids_size), '#');
         std::vector<char> serials(static_cast<std::size_t>(entry.serials_size), '#');
-        EXPECT_EQ(get_device_ids(ids.data(), entry.ids_size, serials.data(), entry.serials_size), entry.status)
+        EXPECT_EQ(get_device_ids(ids.data(), entry.ids_size, serials.data(), entry.serials_size),
+                  entry.status)
             << entry.ids_size << " " << entry.serials_size;
         if (entry.status == 0) {
             EXPECT_STREQ(ids.data(), "ID-LONG-0001,.");

@@ -1,6 +1,7 @@
-// The camera's text protocol, command by command, through the device's
-// command endpoints. Each script runs on one camera in order, so sets are
-// followed by the reads that show their effect.
+// The camera's text protocol through the device's command endpoints: how
+// commands interact (locks, frame time, region and binning, streaming, the
+// feature words), the argument errors each kind of word gives, and the raw
+// byte transfers. Each script runs on one camera in order.
 
 #include <algorithm>
 #include <cstdio>
@@ -23,15 +24,11 @@ const std::string alignment = "Width must start even, end odd and be multiple of
 const std::string size_range = "Height and/or width out of range";
 const std::string bin_combination = "Roi and bin combination invalid";
 
-const std::string all_features =
-    R"("features":["color","eep","fps","gain","blklvl","polar_phase","readout_frequency","taps","statusled",)"
-    R"("NIR_boost","statustec","sfr","pixel_clock_count_base","hot_pixel_correction"])";
-
 std::string full_camera_json() {
     return small_camera_json(
-        all_features +
-        R"(,"id":"ABC","serial":"QV00000042","model":"QV-TEST","name":"cam","firmware":"9.9.9",)"
-        R"("gain_max":2,"user_memory_size":512,)"
+        R"("features":["color","eep","fps","gain","blklvl","polar_phase","readout_frequency","taps","statusled",)"
+        R"("NIR_boost","statustec","sfr","pixel_clock_count_base","hot_pixel_correction"],)"
+        R"("id":"ABC","serial":"QV00000042","gain_max":2,"user_memory_size":512,)"
         R"("column_gains":[{"constant":1.0},{"ramp":[1.0,2.0]},{"constant":0.5}])");
 }
 
@@ -42,22 +39,16 @@ void run_script(const emulated_camera& camera, const std::vector<step>& script) 
     }
 }
 
-TEST(command_table_class, identity_name_and_unknown_words) {
-    const emulated_camera camera(full_camera_json());
-    run_script(camera,
+TEST(command_table_class, argument_errors_and_the_name_lock) {
+    run_script(emulated_camera(full_camera_json()),
                {
-                   {"id", "ABC"},
-                   {"sernum", "QV00000042"},
-                   {"model", "QV-TEST"},
-                   {"ver", "9.9.9"},
-                   {"name", "cam"},
-                   {"discover",
-                    "color eep fps gain blklvl polar_phase readout_frequency taps statusled NIR_boost "
-                    "statustec sfr pixel_clock_count_base hot_pixel_correction"},
                    {"id 5", "Too many arguments"},
                    {"bogus", "Invalid command"},
                    {"", "Invalid command"},
                    {"ver.max", "Invalid command"},
+                   {"exp 5", "Parameter out of range"},
+                   {"exp abc", "Command option not supported"},
+                   {"exp.max 3", "Too many arguments"},
                    {"name other", "Command locked"},
                    {"unlock dl", "Success"},
                    {"name two words", "Success"},
@@ -67,170 +58,116 @@ TEST(command_table_class, identity_name_and_unknown_words) {
                    {"name late", "Command locked"},
                    {"unlock dl", "Success"},
                    {"name " + std::string(64, 'n'), "Parameter out of range"},
-                   {"unlock dl now", "Too many arguments"},
                    {"unlock", "Not enough arguments"},
                    {"unlock xx", "Command option not supported"},
                });
 }
 
-TEST(command_table_class, exposure_timing_and_pixel_settings) {
-    const emulated_camera camera(full_camera_json());
-    run_script(camera, {
-                           {"exp", "10000"},
-                           {"exp 500", "Success"},
-                           {"exp", "500"},
-                           {"exp 5", "Parameter out of range"},
-                           {"exp abc", "Command option not supported"},
-                           {"exp 1 2", "Too many arguments"},
-                           {"exp.max 3", "Too many arguments"},
-                           {"frametime 5000", "Success"},
-                           {"frametime", "5000"},
-                           {"sfr", "off 30000"},
-                           {"sfr on", "Success"},
-                           {"frametime", "33333"},
-                           {"sfr 50000", "Success"},
-                           {"sfr", "on 50000"},
-                           {"frametime", "20000"},
-                           {"sfr maybe", "Command option not supported"},
-                           {"sfr 1", "Parameter out of range"},
-                           {"sfr off", "Success"},
-                           {"frametime", "5000"},
-                           {"pixel_bit_depth 13", "Parameter out of range"},
-                           {"blklvl 300", "Parameter out of range"},
-                           {"nframes 5", "Success"},
-                           {"nframes", "5"},
-                           {"hot_pixel_correction on", "Success"},
-                           {"hot_pixel_correction", "on"},
-                           {"hot_pixel_correction maybe", "Command option not supported"},
-                           {"hot_pixel_correction threshold 200", "Success"},
-                           {"hot_pixel_correction threshold", "200"},
-                           {"fps 50", "Success"},
-                           {"fps", "50"},
-                           {"fps 40", "Parameter out of range"},
-                           {"readout_frequency 1", "Success"},
-                           {"readout_frequency 2", "Parameter out of range"},
-                           {"statusled off", "Success"},
-                           {"statusled", "off"},
-                           {"NIR_boost 1", "Success"},
-                           {"NIR_boost 2", "Parameter out of range"},
-                       });
+TEST(command_table_class, frame_time_follows_the_fixed_rate_switch) {
+    run_script(emulated_camera(full_camera_json()), {
+                                                        {"frametime 5000", "Success"},
+                                                        {"sfr", "off 30000"},
+                                                        {"sfr on", "Success"},
+                                                        {"frametime", "33333"},
+                                                        {"sfr 50000", "Success"},
+                                                        {"sfr", "on 50000"},
+                                                        {"frametime", "20000"},
+                                                        {"sfr maybe", "Command option not supported"},
+                                                        {"sfr 1", "Parameter out of range"},
+                                                        {"sfr off", "Success"},
+                                                        {"frametime", "5000"},
+                                                        {"hot_pixel_correction threshold 200", "Success"},
+                                                        {"hot_pixel_correction threshold", "200"},
+                                                        {"fps 40", "Parameter out of range"},
+                                                    });
 }
 
 TEST(command_table_class, region_of_interest_and_binning) {
-    const emulated_camera camera(full_camera_json());
-    run_script(camera, {
-                           {"image_width 5", "Too many arguments"},
-                           {"roi", "0 0 63 7"},
-                           {"roi 16 2 47 5", "Success"},
-                           {"roi", "16 2 47 5"},
-                           {"image_width", "32"},
-                           {"image_height", "4"},
-                           {"sensor_readout_time", "40000"},
-                           {"roi 1 0 32 7", alignment},
-                           {"roi 0 0 33 7", alignment},
-                           {"roi 0 0 64 7", size_range},
-                           {"roi 0 0 63 8", size_range},
-                           {"roi 4 0 3 7", size_range},
-                           {"roi 0 0 11 7", size_range},
-                           {"roi -2 0 63 7", size_range},
-                           {"roi 0 0 63", "Not enough arguments"},
-                           {"roi 0 0 63 7 1", "Too many arguments"},
-                           {"roi a 0 63 7", "Command option not supported"},
-                           {"roi", "16 2 47 5"},
-                           {"hbin 2", "Success"},
-                           {"image_width", "16"},
-                           {"vbin 3", bin_combination},
-                           {"hbin 5", "Parameter out of range"},
-                           {"hbin 4", "Success"},
-                           {"roi 0 0 23 7", bin_combination},
-                           {"vbin 2", "Success"},
-                           {"image_height", "2"},
-                       });
+    run_script(emulated_camera(full_camera_json()), {
+                                                        {"roi 16 2 47 5", "Success"},
+                                                        {"roi", "16 2 47 5"},
+                                                        {"image_width", "32"},
+                                                        {"image_height", "4"},
+                                                        {"sensor_readout_time", "40000"},
+                                                        {"roi 1 0 32 7", alignment},
+                                                        {"roi 0 0 33 7", alignment},
+                                                        {"roi 0 0 64 7", size_range},
+                                                        {"roi 0 0 63 8", size_range},
+                                                        {"roi 4 0 3 7", size_range},
+                                                        {"roi 0 0 11 7", size_range},
+                                                        {"roi -2 0 63 7", size_range},
+                                                        {"roi 0 0 63", "Not enough arguments"},
+                                                        {"roi a 0 63 7", "Command option not supported"},
+                                                        {"roi", "16 2 47 5"},
+                                                        {"hbin 2", "Success"},
+                                                        {"image_width", "16"},
+                                                        {"vbin 3", bin_combination},
+                                                        {"hbin 5", "Parameter out of range"},
+                                                        {"hbin 4", "Success"},
+                                                        {"roi 0 0 23 7", bin_combination},
+                                                        {"vbin 2", "Success"},
+                                                        {"image_height", "2"},
+                                                    });
 }
 
-TEST(command_table_class, gain_trigger_eep_taps_and_colour) {
-    const emulated_camera camera(full_camera_json());
-    run_script(camera, {
-                           {"gain 2", "2"},
-                           {"gain", "2"},
-                           {"gain 3", "Parameter out of range"},
-                           {"hwtrig std lo", "Success"},
-                           {"hwtrig", "std lo"},
-                           {"hwtrig bulb", "Success"},
-                           {"hwtrig", "bulb lo"},
-                           {"hwtrig fast", "Command option not supported"},
-                           {"hwtrig std up", "Command option not supported"},
-                           {"hwtrig none hi x", "Too many arguments"},
-                           {"hwtrig.max", "Invalid command"},
-                           {"eep on", "Success"},
-                           {"eep", "on bulb"},
-                           {"hwtrig none", "Success"},
-                           {"eep", "on inactive"},
-                           {"arm", "Success"},
-                           {"eep", "on active"},
-                           {"stop", "Success"},
-                           {"eep maybe", "Command option not supported"},
-                           {"taps 3", "Parameter out of range"},
-                           {"tap_balance_enable on", "Success"},
-                           {"tap_balance_enable", "on"},
-                           {"color mono", "Too many arguments"},
-                       });
+TEST(command_table_class, trigger_modes_and_the_exposure_pin_follow_the_stream) {
+    run_script(emulated_camera(full_camera_json()), {
+                                                        {"gain 3", "Parameter out of range"},
+                                                        {"hwtrig std lo", "Success"},
+                                                        {"hwtrig bulb", "Success"},
+                                                        {"hwtrig", "bulb lo"},
+                                                        {"hwtrig fast", "Command option not supported"},
+                                                        {"hwtrig std up", "Command option not supported"},
+                                                        {"eep on", "Success"},
+                                                        {"eep", "on bulb"},
+                                                        {"hwtrig none", "Success"},
+                                                        {"eep", "on inactive"},
+                                                        {"arm", "Success"},
+                                                        {"eep", "on active"},
+                                                        {"stop", "Success"},
+                                                    });
 }
 
 TEST(command_table_class, settings_refused_while_streaming) {
-    const emulated_camera camera(full_camera_json());
-    run_script(camera, {
-                           {"arm 1", "Too many arguments"},
-                           {"arm", "Success"},
-                           {"roi 0 0 31 7", running},
-                           {"hbin 2", running},
-                           {"vbin 2", running},
-                           {"pixel_bit_depth 8", running},
-                           {"roi", "0 0 63 7"},
-                           {"exp 1000", "Success"},
-                           {"gain 1", "1"},
-                           {"stop", "Success"},
-                           {"roi 0 0 31 7", "Success"},
-                           {"start", "Success"},
-                           {"hbin 2", running},
-                           {"stop now", "Too many arguments"},
-                           {"stop", "Success"},
-                           {"hbin 2", "Success"},
-                       });
+    run_script(emulated_camera(full_camera_json()), {
+                                                        {"arm", "Success"},
+                                                        {"roi 0 0 31 7", running},
+                                                        {"hbin 2", running},
+                                                        {"vbin 2", running},
+                                                        {"pixel_bit_depth 8", running},
+                                                        {"roi", "0 0 63 7"},
+                                                        {"exp 1000", "Success"},
+                                                        {"gain 1", "1"},
+                                                        {"stop", "Success"},
+                                                        {"roi 0 0 31 7", "Success"},
+                                                        {"start", "Success"},
+                                                        {"hbin 2", running},
+                                                        {"stop now", "Too many arguments"},
+                                                        {"stop", "Success"},
+                                                        {"hbin 2", "Success"},
+                                                    });
 }
 
 TEST(command_table_class, feature_words_decide_which_commands_exist) {
     const emulated_camera camera(small_camera_json(R"("features":["gain"])"));
     EXPECT_EQ(camera.command("discover"), "gain");
-    for (const std::string missing :
-         {"color", "color_filter_phase", "blklvl", "blklvl.max", "sfr", "eep", "fps", "taps", "tap_balance_enable on",
-          "statusled", "statustec", "polar_phase", "readout_frequency", "hot_pixel_correction threshold"}) {
+    for (const std::string missing : {"color", "color_filter_phase", "blklvl", "blklvl.max", "sfr", "eep",
+                                      "fps", "taps", "tap_balance_enable on", "statusled", "statustec",
+                                      "polar_phase", "readout_frequency", "hot_pixel_correction threshold"}) {
         EXPECT_EQ(camera.command(missing), "Invalid command") << missing;
     }
-    run_script(camera, {
-                           {"NIR_boost.max", "0"},
-                           {"NIR_boost 1", "Parameter out of range"},
-                           {"gain", "0"},
-                           {"prnu crc 0", "none"},
-                           {"prnu r 0 0 4", "Command option not supported"},
-                       });
-}
-
-TEST(command_table_class, gain_table_camera_reports_its_table) {
-    const emulated_camera camera(small_camera_json(R"("gain_table":[0,10,15,41])"));
-    run_script(camera, {
-                           {"gain.disc", "table"},
-                           {"gain.table", "0 10 15 41"},
-                           {"gain.max", "3"},
-                           {"gain 3", "3"},
-                           {"gain 4", "Parameter out of range"},
-                       });
+    run_script(camera,
+               {{"NIR_boost.max", "0"}, {"NIR_boost 1", "Parameter out of range"}, {"prnu crc 0", "none"}});
+    const emulated_camera table_camera(small_camera_json(R"("gain_table":[0,10,15,41])"));
+    run_script(table_camera, {{"gain.disc", "table"},
+                              {"gain.table", "0 10 15 41"},
+                              {"gain.max", "3"},
+                              {"gain 4", "Parameter out of range"}});
 }
 
 TEST(command_table_class, user_memory_round_trip_with_raw_bytes) {
     const emulated_camera camera(full_camera_json());
     run_script(camera, {
-                           {"nvstor", "Not enough arguments"},
                            {"nvstor xx", "Command option not supported"},
                            {"nvstor rb 0", "Not enough arguments"},
                            {"nvstor rb 510 4", "Parameter out of range"},
@@ -238,20 +175,17 @@ TEST(command_table_class, user_memory_round_trip_with_raw_bytes) {
                            {"nvstor erase 500 13", "Parameter out of range"},
                            {"nvstor erase 0 16", "Success"},
                        });
+    const auto raw = [&](const std::string& bytes) { return camera.exchange_raw(bytes + '\0'); };
     // Erased memory reads 0xFF; the reply is the command's text, a colon and the raw bytes, without a NUL.
-    EXPECT_EQ(camera.exchange_raw(std::string("nvstor rb 0 4") + '\0'), "nvstor rb 0 4:\xFF\xFF\xFF\xFF");
+    EXPECT_EQ(raw("nvstor rb 0 4"), "nvstor rb 0 4:\xFF\xFF\xFF\xFF");
     // A chunk may end in a zero byte, right before the command's own NUL.
     EXPECT_EQ(camera.exchange(std::string("nvstor wb 2 3:\x01\x02\x00", 17) + '\0'), "Success");
     EXPECT_EQ(camera.exchange(std::string("nvstor wb 5 2:a ") + '\0'), "Success");
-    EXPECT_EQ(camera.exchange_raw(std::string("nvstor rb 1 7") + '\0'),
-              std::string("nvstor rb 1 7:\xFF\x01\x02\x00"
-                          "a \xFF",
-                          21));
+    EXPECT_EQ(raw("nvstor rb 1 7"), std::string("nvstor rb 1 7:\xFF\x01\x02\x00"
+                                                "a \xFF",
+                                                21));
     EXPECT_EQ(camera.exchange(std::string("nvstor wb 0 4:ab") + '\0'), "Not enough arguments");
-    EXPECT_EQ(camera.exchange(std::string("nvstor wb 0 4") + '\0'), "Not enough arguments");
     EXPECT_EQ(camera.exchange(std::string("nvstor wb 510 4:abcd") + '\0'), "Parameter out of range");
-    EXPECT_EQ(camera.command("nvstor erase 0 512"), "Success");
-    EXPECT_EQ(camera.exchange_raw(std::string("nvstor rb 2 2") + '\0'), "nvstor rb 2 2:\xFF\xFF");
 }
 
 std::string hex_of_float(float value) {
@@ -271,17 +205,15 @@ TEST(command_table_class, column_gains_as_hexadecimal_bit_patterns) {
     EXPECT_EQ(camera.command("prnu r 1 3e 8"),
               hex_of_float(static_cast<float>(1.0 + 62.0 / 63.0)) + "00000040");
     EXPECT_EQ(camera.command("prnu r 0 0 100").size(), 64u * 8u);
-    for (const std::string refused : {"prnu r 3 0 4", "prnu r 0 3f 8", "prnu r 0 0 6", "prnu r 0 0 0"}) {
+    for (const std::string refused :
+         {"prnu r 3 0 4", "prnu r 0 3f 8", "prnu r 0 0 6", "prnu r 0 0 0", "prnu crc 3"}) {
         EXPECT_EQ(camera.command(refused), "Parameter out of range") << refused;
     }
-    EXPECT_EQ(camera.command("prnu r 0 0"), "Not enough arguments");
     EXPECT_EQ(camera.command("prnu r 0 zz 4"), "Command option not supported");
     // Different tables have different check sums; the check sum is a decimal integer.
     const auto first = camera.command("prnu crc 0");
-    const auto second = camera.command("prnu crc 1");
-    EXPECT_NE(first, second);
+    EXPECT_NE(first, camera.command("prnu crc 1"));
     EXPECT_EQ(first.find_first_not_of("0123456789"), std::string::npos) << first;
-    EXPECT_EQ(camera.command("prnu crc 3"), "Parameter out of range");
 }
 
 TEST(command_table_class, command_bytes_tolerate_missing_nul_and_trailing_bytes) {
@@ -299,15 +231,11 @@ TEST(command_table_class, reply_overrides_and_command_log) {
     std::remove(log_path.c_str());
     const emulated_camera camera(small_camera_json(
         R"("replies":{"iosetup":"!t!s","exp 7":"Camera Running"},"command_log":")" + log_path + "\""));
-    EXPECT_EQ(camera.command("iosetup"), "!t!s");
-    EXPECT_EQ(camera.command("exp 7"), "Camera Running");
-    EXPECT_EQ(camera.command("exp"), "10000");
+    run_script(camera, {{"iosetup", "!t!s"}, {"exp 7", "Camera Running"}, {"exp", "10000"}});
     EXPECT_EQ(camera.exchange(std::string("nvstor wb 0 2:\x01\n") + '\0'), "Success");
     std::ifstream log(log_path);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(log, line);) {
-        lines.push_back(line);
-    }
+    for (std::string line; std::getline(log, line);) lines.push_back(line);
     EXPECT_EQ(lines, (std::vector<std::string>{"iosetup", "exp 7", "exp", "nvstor wb 0 2:\\x01\\x0A"}));
 }
 

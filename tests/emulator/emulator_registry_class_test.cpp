@@ -148,19 +148,9 @@ TEST_F(emulator_registry_class_test, a_moved_camera_keeps_identity_name_and_memo
     char other[64];
     ASSERT_EQ(qx_emu_plug_camera(nullptr, other, sizeof other), QX_EMU_OK);
     const auto id = ask(path, "id");
-    {
-        qx_emu_device* device = qx_emu_device_open(path);
-        for (const std::string command :
-             {"unlock dl", "name moved one", "nvstor erase 0 8", "nvstor wb 0 2:hi", "exp 77"}) {
-            const std::string bytes = command + '\0';
-            char reply[QX_EMU_REPLY_SIZE];
-            std::size_t transferred = 0;
-            ASSERT_EQ(qx_emu_device_write(device, bytes.data(), bytes.size(), 10), QX_EMU_OK);
-            ASSERT_EQ(qx_emu_device_read(device, reply, sizeof reply, &transferred, 10), QX_EMU_OK);
-            EXPECT_STREQ(reply, "Success") << command;
-        }
-        qx_emu_device_close(device);
-    }
+    for (const std::string command :
+         {"unlock dl", "name moved one", "nvstor erase 0 8", "nvstor wb 0 2:hi", "exp 77"})
+        EXPECT_EQ(ask(path, command), "Success") << command;
     take_events();
     char moved[64];
     EXPECT_EQ(qx_emu_move_camera(path, 2, moved, sizeof moved), QX_EMU_INVALID) << "port 2 is taken";

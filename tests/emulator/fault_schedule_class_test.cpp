@@ -22,64 +22,53 @@ std::vector<std::uint32_t> headers_of(const emulated_camera& camera, int count) 
     return headers;
 }
 
-struct header_fault_case {
-    std::string faults;
-    std::vector<std::uint32_t> headers;  // of the first 7 packets
-    qx_emu_fault_kind kind;
-    std::uint64_t count;
-};
-
-void PrintTo(const header_fault_case& c, std::ostream* out) {
-    *out << case_label(c.faults);
-}
-
-class header_faults : public ::testing::TestWithParam<header_fault_case> {};
-
-TEST_P(header_faults, change_the_scheduled_packets_only) {
-    const auto& c = GetParam();
-    const emulated_camera camera(camera_with_faults(c.faults));
-    ASSERT_EQ(camera.command("start"), "Success");
-    EXPECT_EQ(headers_of(camera, 7), c.headers);
-    const auto counters = camera.counters();
-    EXPECT_EQ(counters.faults_by_kind[c.kind], c.count);
-    EXPECT_EQ(counters.faults_injected, c.count);
-}
-
 constexpr std::uint32_t first = 0x9090;
 constexpr std::uint32_t one = 1u << 16;
 constexpr std::uint32_t two = 2u << 16;
+constexpr std::uint32_t flipped = 0x80000001u;  // the bits a corrupted header has flipped
 
-INSTANTIATE_TEST_SUITE_P(
-    schedules, header_faults,
-    ::testing::Values(
-        header_fault_case{R"({"drop_packet":{"frames":[1],"packet":2}})",
-                          {first, one, two, first, one, first, one},
-                          QX_EMU_FAULT_DROP_PACKET,
-                          1},
-        header_fault_case{R"({"drop_packet":{"frames":[0]}})",
-                          {first, one, two, first, one, two, first},
-                          QX_EMU_FAULT_DROP_PACKET,
-                          3},
-        header_fault_case{R"({"sequence_gap":{"frames":[0,2],"packet":1}})",
-                          {first, two, two, first, one, two, first},
-                          QX_EMU_FAULT_SEQUENCE_GAP,
-                          1},
+TEST(fault_schedule_class, header_faults_change_the_scheduled_packets_only) {
+    const struct {
+        std::string faults;
+        std::vector<std::uint32_t> headers;  // of the first 7 packets
+        qx_emu_fault_kind kind;
+        std::uint64_t count;
+    } rows[] = {
+        {R"({"drop_packet":{"frames":[1],"packet":2}})",
+         {first, one, two, first, one, first, one},
+         QX_EMU_FAULT_DROP_PACKET,
+         1},
+        {R"({"drop_packet":{"frames":[0]}})",
+         {first, one, two, first, one, two, first},
+         QX_EMU_FAULT_DROP_PACKET,
+         3},
+        {R"({"sequence_gap":{"frames":[0,2],"packet":1}})",
+         {first, two, two, first, one, two, first},
+         QX_EMU_FAULT_SEQUENCE_GAP,
+         1},
         // A repeat is possible from packet 3 on; packets 1 and 2 of a three-packet frame are not eligible.
-        header_fault_case{R"({"sequence_gap":{"packets":[1,2],"mode":"repeat"}})",
-                          {first, one, two, first, one, two, first},
-                          QX_EMU_FAULT_SEQUENCE_GAP,
-                          0},
-        header_fault_case{R"({"corrupt_header":{"frames":[0],"packets":[0,2]}})",
-                          {first ^ 0x80000001u, one, two ^ 0x80000001u, first, one, two, first},
-                          QX_EMU_FAULT_CORRUPT_HEADER,
-                          2},
-        header_fault_case{R"({"corrupt_header":{"packet":1}})",
-                          {first, one ^ 0x80000001u, two, first, one ^ 0x80000001u, two, first},
-                          QX_EMU_FAULT_CORRUPT_HEADER,
-                          2}));
-
-TEST(fault_schedule_class, repeated_sequence_number_from_packet_three) {
-    // 512 x 64 unpacked pixels: five packets per frame.
+        {R"({"sequence_gap":{"packets":[1,2],"mode":"repeat"}})",
+         {first, one, two, first, one, two, first},
+         QX_EMU_FAULT_SEQUENCE_GAP,
+         0},
+        {R"({"corrupt_header":{"frames":[0],"packets":[0,2]}})",
+         {first ^ flipped, one, two ^ flipped, first, one, two, first},
+         QX_EMU_FAULT_CORRUPT_HEADER,
+         2},
+        {R"({"corrupt_header":{"packet":1}})",
+         {first, one ^ flipped, two, first, one ^ flipped, two, first},
+         QX_EMU_FAULT_CORRUPT_HEADER,
+         2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.faults);
+        const emulated_camera camera(camera_with_faults(row.faults));
+        ASSERT_EQ(camera.command("start"), "Success");
+        EXPECT_EQ(headers_of(camera, 7), row.headers);
+        EXPECT_EQ(camera.counters().faults_by_kind[row.kind], row.count);
+        EXPECT_EQ(camera.counters().faults_injected, row.count);
+    }
+    // 512 x 64 unpacked pixels: five packets per frame, so packet 3 can repeat.
     const emulated_camera camera(
         R"({"sensor_width":512,"sensor_height":64,"pacing":"fast","faults":{"sequence_gap":{"packet":3,"mode":"repeat"}}})");
     ASSERT_EQ(camera.command("start"), "Success");
@@ -222,12 +211,16 @@ struct record_words {
 };
 
 record_words record_of(const packet& first) {
-    const auto pair_word = [&](int pair, int half) { return word_at(first.bytes.data(), 4 + pair * 8 + half * 4); };
+    const auto pair_word = [&](int pair, int half) {
+        return word_at(first.bytes.data(), 4 + pair * 8 + half * 4);
+    };
     return {pair_word(0, 0), pair_word(4, 0), pair_word(2, 1), pair_word(6, 0)};
 }
 
 TEST(fault_schedule_class, corrupt_metadata_damages_only_the_records_it_is_told_to) {
-    const auto tag = [](const char (&text)[5]) { return word_at(reinterpret_cast<const std::uint8_t*>(text), 0); };
+    const auto tag = [](const char(&text)[5]) {
+        return word_at(reinterpret_cast<const std::uint8_t*>(text), 0);
+    };
     const record_words intact{tag("VKO\0"), tag("TSLO"), 7, tag("ENDT")};
     const struct {
         const char* mode;

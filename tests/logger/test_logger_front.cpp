@@ -46,14 +46,20 @@ TEST_F(logger_front_test, without_a_configuration_loggers_are_silent_and_usable)
     EXPECT_EQ(t_free_logger(module_name, group_name), 0);
 }
 
-TEST_F(logger_front_test, loggers_are_kept_by_name_addresses_not_by_texts) {
+TEST_F(logger_front_test, loggers_are_kept_by_name_addresses_and_equal_texts_share_the_log) {
+    enable_logging();
     static const char other_module[] = "front_test";  // equal text, another address
     void* logger = t_get_logger(module_name, group_name);
     EXPECT_EQ(t_get_logger(module_name, group_name), logger);
     void* other = t_get_logger(other_module, group_name);
-    EXPECT_NE(other, logger);
+    ASSERT_NE(other, logger);
+    t_log_error(other, "a.cpp", 1, "f", "from the other");
     EXPECT_EQ(t_free_logger(other_module, group_name), 1);
     EXPECT_EQ(t_get_logger(module_name, group_name), logger) << "freeing the other left this one";
+    t_log_error(logger, "a.cpp", 2, "f", "after the other was freed");
+    const auto lines = read_log();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_NE(lines[1].find("after the other was freed"), std::string::npos);
     EXPECT_EQ(t_free_logger(module_name, group_name), 1);
 }
 
@@ -93,20 +99,6 @@ TEST_F(logger_front_test, a_message_longer_than_any_fixed_buffer_arrives_whole) 
     EXPECT_EQ(lines[0].substr(lines[0].size() - expected_end.size()), expected_end);
 }
 
-TEST_F(logger_front_test, loggers_with_equal_texts_share_the_log_until_both_are_freed) {
-    enable_logging();
-    static const char other_module[] = "front_test";
-    void* logger = t_get_logger(module_name, group_name);
-    void* other = t_get_logger(other_module, group_name);
-    ASSERT_NE(logger, other);
-    t_log_error(other, "a.cpp", 1, "f", "from the other");
-    EXPECT_EQ(t_free_logger(other_module, group_name), 1);
-    t_log_error(logger, "a.cpp", 2, "f", "after the other was freed");
-    const auto lines = read_log();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_NE(lines[1].find("after the other was freed"), std::string::npos);
-}
-
 TEST_F(logger_front_test, a_library_without_the_entry_points_leaves_loggers_silent) {
     enable_logging();
     qx::test::set_environment("QX_CAMERA_MODULE_PATH", QX_LOGGER_FIXTURE_DIR);
@@ -126,7 +118,8 @@ struct isolated_logger_front {
     int (*free_logger)(const char*, const char*) =
         library.find_function<int (*)(const char*, const char*)>("t_free_logger");
     void (*log_error)(void*, const char*, int, const char*, const char*, ...) =
-        library.find_function<void (*)(void*, const char*, int, const char*, const char*, ...)>("t_log_error");
+        library.find_function<void (*)(void*, const char*, int, const char*, const char*, ...)>(
+            "t_log_error");
 };
 
 TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {

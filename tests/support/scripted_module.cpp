@@ -72,12 +72,8 @@ int answer(const char* function, void* device, const char* command, std::uint64_
     qx::test::scripted_reply reply;
     {
         std::lock_guard<std::mutex> guard(state().mutex);
-        auto queued = state().reply_queues.find(call.command);
         auto scripted = state().replies.find(call.command);
-        if (queued != state().reply_queues.end() && !queued->second.empty()) {
-            reply = queued->second.front();
-            queued->second.pop_front();
-        } else if (scripted != state().replies.end()) {
+        if (scripted != state().replies.end()) {
             reply = scripted->second;
         } else {
             reply = state().default_reply;

@@ -56,7 +56,6 @@ class scripted_module_state {
         get_device_ids_status = 0;
         cameras.clear();
         replies.clear();
-        reply_queues.clear();
         default_reply = {"", 0};
         handler = nullptr;
         calls.clear();
@@ -73,11 +72,6 @@ class scripted_module_state {
     void set_reply(const std::string& command, std::string text, int status = 0) {
         std::lock_guard<std::mutex> guard(mutex);
         replies[command] = {std::move(text), status};
-    }
-    // Scripts a sequence of replies, used one per call before set_reply's.
-    void queue_reply(const std::string& command, std::string text, int status = 0) {
-        std::lock_guard<std::mutex> guard(mutex);
-        reply_queues[command].push_back({std::move(text), status});
     }
     void add_camera(std::string id, std::string serial) {
         std::lock_guard<std::mutex> guard(mutex);
@@ -101,23 +95,22 @@ class scripted_module_state {
     }
 
     std::mutex mutex;
-    std::string module_name;                                         // guarded by mutex
-    std::string module_type;                                         // guarded by mutex
-    int initialize_status = 0;                                       // guarded by mutex
-    int get_device_ids_status = 0;                                   // guarded by mutex
-    std::vector<scripted_camera> cameras;                            // guarded by mutex
-    std::map<std::string, scripted_reply> replies;                   // guarded by mutex
-    std::map<std::string, std::deque<scripted_reply>> reply_queues;  // guarded by mutex
-    scripted_reply default_reply;                                    // guarded by mutex
-    command_handler handler;                                         // guarded by mutex; called without it
-    std::vector<scripted_call> calls;                                // guarded by mutex
-    int initialize_calls = 0;                                        // guarded by mutex
-    int uninitialize_calls = 0;                                      // guarded by mutex
-    qx_hotplug_record* host = nullptr;                               // guarded by mutex
-    int live_devices = 0;                                            // guarded by mutex
-    std::map<std::string, std::string> module_data;                  // guarded by mutex
-    std::deque<std::string> hotplug_payloads;                        // guarded by mutex
-    bool released = false;                                           // guarded by mutex
+    std::string module_name;                         // guarded by mutex
+    std::string module_type;                         // guarded by mutex
+    int initialize_status = 0;                       // guarded by mutex
+    int get_device_ids_status = 0;                   // guarded by mutex
+    std::vector<scripted_camera> cameras;            // guarded by mutex
+    std::map<std::string, scripted_reply> replies;   // guarded by mutex
+    scripted_reply default_reply;                    // guarded by mutex
+    command_handler handler;                         // guarded by mutex; called without it
+    std::vector<scripted_call> calls;                // guarded by mutex
+    int initialize_calls = 0;                        // guarded by mutex
+    int uninitialize_calls = 0;                      // guarded by mutex
+    qx_hotplug_record* host = nullptr;               // guarded by mutex
+    int live_devices = 0;                            // guarded by mutex
+    std::map<std::string, std::string> module_data;  // guarded by mutex
+    std::deque<std::string> hotplug_payloads;        // guarded by mutex
+    bool released = false;                           // guarded by mutex
     std::condition_variable hotplug_ready;
 };
 

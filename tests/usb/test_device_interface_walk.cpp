@@ -51,70 +51,45 @@ class scripted_interface_list final : public qx::usb::device_interface_list {
 
 using paths = std::vector<std::string>;
 
-TEST(device_interface_walk, lists_every_member_in_the_driver_order_until_the_end) {
-    scripted_interface_list list;
-    list.members = {"\\\\?\\usb#vid_2a7c&pid_6101#1", "\\\\?\\usb#vid_2a7c&pid_6117#2",
-                    "\\\\?\\usb#vid_04b4#3"};
-    const auto found = qx::usb::walk_device_interfaces(list);
-    ASSERT_TRUE(found.has_value());
-    EXPECT_EQ(*found, list.members);
-    EXPECT_EQ(list.asked, (std::vector<std::uint32_t>{0, 1, 2, 3}));
-}
-
-TEST(device_interface_walk, an_empty_list_gives_no_path) {
-    scripted_interface_list list;
-    const auto found = qx::usb::walk_device_interfaces(list);
-    ASSERT_TRUE(found.has_value());
-    EXPECT_TRUE(found->empty());
-}
-
-TEST(device_interface_walk, a_failed_selection_repeats_the_previous_interface_and_asks_again) {
-    scripted_interface_list list;
-    list.members = {"A", "B"};
-    list.failures_before[1] = 2;
-    const auto found = qx::usb::walk_device_interfaces(list);
-    ASSERT_TRUE(found.has_value());
-    EXPECT_EQ(*found, (paths{"A", "A", "A", "B"}));
-    EXPECT_EQ(list.asked, (std::vector<std::uint32_t>{0, 1, 1, 1, 2}));
-}
-
-TEST(device_interface_walk, failures_are_retried_up_to_the_limit_and_then_give_up) {
+TEST(device_interface_walk, lists_members_in_order_and_repeats_the_previous_one_on_a_failed_selection) {
     const int limit = qx::usb::interface_selection_retry_limit;
-    {
-        scripted_interface_list list;
-        list.members = {"A", "B"};
-        list.failures_before[1] = limit;
-        const auto found = qx::usb::walk_device_interfaces(list);
-        ASSERT_TRUE(found.has_value());
-        EXPECT_EQ(found->size(), static_cast<std::size_t>(limit) + 2);
-        EXPECT_EQ(found->back(), "B");
-    }
-    {
-        scripted_interface_list list;
-        list.members = {"A", "B"};
-        list.failures_before[1] = limit + 1;
-        EXPECT_FALSE(qx::usb::walk_device_interfaces(list).has_value());
-        EXPECT_EQ(list.asked.size(), static_cast<std::size_t>(limit) + 2);
-    }
-}
-
-TEST(device_interface_walk, an_unreadable_path_makes_the_whole_list_unreadable) {
+    paths at_limit(static_cast<std::size_t>(limit) + 1, "A");
+    at_limit.push_back("B");
     const struct {
         const char* name;
-        std::vector<std::uint32_t> unreadable;
+        paths members;
         std::map<std::uint32_t, int> failures_before;
-    } cases[] = {
-        {"first member", {0}, {}},
-        {"after devices were found", {2}, {}},
-        {"a failure before anything was selected", {}, {{0, 1}}},
+        std::vector<std::uint32_t> unreadable;
+        std::optional<paths> expected;  // none: the list cannot be read
+        std::size_t selections;         // asked of the driver, the one past the end included
+    } rows[] = {
+        {"every member until the end", {"1", "2", "3"}, {}, {}, paths{"1", "2", "3"}, 4},
+        {"an empty list", {}, {}, {}, paths{}, 1},
+        {"two failed selections", {"A", "B"}, {{1, 2}}, {}, paths{"A", "A", "A", "B"}, 5},
+        {"failures up to the limit",
+         {"A", "B"},
+         {{1, limit}},
+         {},
+         at_limit,
+         static_cast<std::size_t>(limit) + 3},
+        {"one failure beyond the limit",
+         {"A", "B"},
+         {{1, limit + 1}},
+         {},
+         std::nullopt,
+         static_cast<std::size_t>(limit) + 2},
+        {"an unreadable first member", {"A", "B", "C", "D"}, {}, {0}, std::nullopt, 1},
+        {"an unreadable member after others", {"A", "B", "C", "D"}, {}, {2}, std::nullopt, 3},
+        {"a failure before anything was selected", {"A", "B", "C", "D"}, {{0, 1}}, {}, std::nullopt, 1},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
         scripted_interface_list list;
-        list.members = {"A", "B", "C", "D"};
-        list.unreadable = c.unreadable;
-        list.failures_before = c.failures_before;
-        EXPECT_FALSE(qx::usb::walk_device_interfaces(list).has_value());
+        list.members = row.members;
+        list.failures_before = row.failures_before;
+        list.unreadable = row.unreadable;
+        EXPECT_EQ(qx::usb::walk_device_interfaces(list), row.expected);
+        EXPECT_EQ(list.asked.size(), row.selections);
     }
 }
 

@@ -12,34 +12,26 @@
 
 namespace {
 
-struct path_case {
-    std::uint8_t bus;
-    std::vector<std::uint8_t> ports;
-    std::uint16_t vendor_id;
-    std::uint16_t product_id;
-    const char* expected;
-    friend void PrintTo(const path_case& sample, std::ostream* out) { *out << sample.expected; }
-};
-
-class usb_device_path_test : public testing::TestWithParam<path_case> {};
-
-TEST_P(usb_device_path_test, formats_bus_port_chain_and_ids) {
-    const auto& sample = GetParam();
-    EXPECT_EQ(qx::format_usb_device_path(sample.bus, sample.ports, sample.vendor_id, sample.product_id),
-              sample.expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    forms, usb_device_path_test,
-    testing::Values(
-        path_case{3, {1, 4}, 0x2A7C, 0x6101, "USB:BUS_003:PORT_1.4:VID_2A7C&PID_6101"},
+TEST(usb_device_path, formats_bus_port_chain_and_ids) {
+    const struct {
+        std::uint8_t bus;
+        std::vector<std::uint8_t> ports;
+        std::uint16_t vendor_id;
+        std::uint16_t product_id;
+        const char* expected;
+    } rows[] = {
+        {3, {1, 4}, 0x2A7C, 0x6101, "USB:BUS_003:PORT_1.4:VID_2A7C&PID_6101"},
         // hex digits are upper case and padded to four
-        path_case{1, {2}, 0x0abc, 0x00ef, "USB:BUS_001:PORT_2:VID_0ABC&PID_00EF"},
+        {1, {2}, 0x0abc, 0x00ef, "USB:BUS_001:PORT_2:VID_0ABC&PID_00EF"},
         // the longest chain USB allows, multi-digit ports, largest bus
-        path_case{
-            255, {1, 2, 3, 4, 5, 6, 15}, 0xFFFF, 0x0000, "USB:BUS_255:PORT_1.2.3.4.5.6.15:VID_FFFF&PID_0000"},
+        {255, {1, 2, 3, 4, 5, 6, 15}, 0xFFFF, 0x0000, "USB:BUS_255:PORT_1.2.3.4.5.6.15:VID_FFFF&PID_0000"},
         // a root hub has no port chain
-        path_case{2, {}, 0x1D6B, 0x0003, "USB:BUS_002:PORT_0:VID_1D6B&PID_0003"}));
+        {2, {}, 0x1D6B, 0x0003, "USB:BUS_002:PORT_0:VID_1D6B&PID_0003"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(qx::format_usb_device_path(row.bus, row.ports, row.vendor_id, row.product_id),
+                  row.expected);
+}
 
 TEST(usb_device_path, reads_the_ids_back_from_a_path) {
     const struct {

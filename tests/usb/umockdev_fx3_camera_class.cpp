@@ -41,6 +41,7 @@ constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS
 #define QX_BULK_ENDPOINT(address) \
     0x07, 0x05, address, 0x02, 0x00, 0x04, 0x00, 0x06, 0x30, 0x0F, 0x00, 0x00, 0x00
 
+// clang-format off
 // A hub: one interface of class 9 with its interrupt endpoint.
 constexpr unsigned char hub_configuration[] = {
     0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00,
@@ -48,29 +49,12 @@ constexpr unsigned char hub_configuration[] = {
 constexpr unsigned char root_hub_device[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09)};
 constexpr unsigned char hub_device[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09)};
 // The camera: interface 0, vendor class, bulk endpoints 0x02, 0x82, 0x83, 0x04.
-constexpr unsigned char camera_descriptors[] = {QX_DEVICE_DESCRIPTOR(0x7C, 0x2A, 0x01, 0x61, 0x00),
-                                                0x09,
-                                                0x02,
-                                                0x46,
-                                                0x00,
-                                                0x01,
-                                                0x01,
-                                                0x00,
-                                                0x80,
-                                                0x32,
-                                                0x09,
-                                                0x04,
-                                                0x00,
-                                                0x00,
-                                                0x04,
-                                                0xFF,
-                                                0x00,
-                                                0x00,
-                                                0x00,
-                                                QX_BULK_ENDPOINT(0x02),
-                                                QX_BULK_ENDPOINT(0x82),
-                                                QX_BULK_ENDPOINT(0x83),
-                                                QX_BULK_ENDPOINT(0x04)};
+constexpr unsigned char camera_descriptors[] = {
+    QX_DEVICE_DESCRIPTOR(0x7C, 0x2A, 0x01, 0x61, 0x00),
+    0x09, 0x02, 0x46, 0x00, 0x01, 0x01, 0x00, 0x80, 0x32,
+    0x09, 0x04, 0x00, 0x00, 0x04, 0xFF, 0x00, 0x00, 0x00,
+    QX_BULK_ENDPOINT(0x02), QX_BULK_ENDPOINT(0x82), QX_BULK_ENDPOINT(0x83), QX_BULK_ENDPOINT(0x04)};
+// clang-format on
 #undef QX_BULK_ENDPOINT
 #undef QX_DEVICE_DESCRIPTOR
 
@@ -462,7 +446,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::claim_interface(UMo
         if (kernel_driver_bound)
             return answer{-1, EBUSY};
         interface_claimed = true;
-        ++seen.claims;
         return answer{0, 0};
     });
 }

@@ -57,7 +57,6 @@ class umockdev_fx3_camera_class {
         int clear_halts = 0;
         int resets = 0;
         int kernel_driver_detaches = 0;
-        int claims = 0;
         int image_urbs_in_flight = 0;
         bool interface_claimed = false;
     };
