@@ -160,6 +160,28 @@ TEST_F(stream_integrity, held_frames_stay_intact_and_frames_without_a_free_slot_
     }
 }
 
+TEST_F(stream_integrity, polled_frames_beyond_the_slots_are_lost_until_the_kit_polls) {
+    open_camera_with(camera_json());
+    command("nframes 10");
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 3), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    // The kit has placed or dropped all ten frames before it is asked for any.
+    wait_for_stream_end(10);
+    EXPECT_EQ(statistics().frames_lost_no_free_slot, 7u);
+    std::vector<std::uint32_t> counts;
+    for (unsigned short* image = nullptr;;) {
+        int count = 0;
+        unsigned char* metadata = nullptr;
+        int metadata_size = 0;
+        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size), 0);
+        if (image == nullptr)
+            break;
+        counts.push_back(static_cast<std::uint32_t>(count));
+    }
+    EXPECT_EQ(counts, (std::vector<std::uint32_t>{0, 1, 2}));
+}
+
 TEST_F(stream_integrity, holding_frames_is_refused_where_it_cannot_work) {
     open_camera_with(camera_json());
     qx_frame frame{};
