@@ -287,7 +287,6 @@ TEST_F(frame_acquisition, closing_while_streaming_does_not_hang) {
     camera = nullptr;
 }
 
-
 // A fault on one frame of a run: exactly that frame is missing, every other
 // frame arrives pixel-exact, and the stream recovers at the next frame.
 struct fault_case {
@@ -385,7 +384,6 @@ TEST_F(frame_acquisition, an_unplug_mid_frame_ends_the_stream_without_a_hang) {
     camera = nullptr;
 }
 
-
 // Column balancing end to end: a flat frame multiplied by the camera's
 // column gains of the active gain setting, cut to the region.
 TEST_F(frame_acquisition, frames_arrive_column_balanced_pixel_by_pixel) {
@@ -419,7 +417,6 @@ TEST_F(frame_acquisition, frames_arrive_column_balanced_pixel_by_pixel) {
         }
     }
 }
-
 
 TEST_F(frame_acquisition, a_hardware_trigger_pulse_starts_frames_in_triggered_mode) {
     open_camera_with(camera_json("none", 12));

@@ -9,15 +9,16 @@
 #include <string>
 
 #include "connect_disconnect_waiter.h"
+#include "quendral_vko_device_module.h"
 #include "support/loaded_library.h"
 #include "support/test_platform.h"
-#include "quendral_vko_device_module.h"
 
 namespace {
 
 class ralto_module_test : public testing::Test {
   protected:
-    qx::test::loaded_library library{qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
+    qx::test::loaded_library library{
+        qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
     qx_module_get_name_t get_name = library.find_function<qx_module_get_name_t>("qx_module_get_name");
     qx_module_get_type_t get_type = library.find_function<qx_module_get_type_t>("qx_module_get_type");
     qx_module_initialize_t initialize = library.find_function<qx_module_initialize_t>("qx_module_initialize");
@@ -105,7 +106,7 @@ TEST_F(ralto_module_test, devices_it_did_not_create_are_refused) {
 }
 
 qx::test::connect_disconnect_waiter start_wait(qx_get_module_data_t get_module_data,
-                                             qx_set_module_data_t set_module_data) {
+                                               qx_set_module_data_t set_module_data) {
     return {[get_module_data](char* payload) { return get_module_data("connect_disconnect", payload, 0); },
             [set_module_data] { set_module_data("connect_disconnect_release", nullptr, 0); }};
 }

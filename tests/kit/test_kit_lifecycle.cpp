@@ -164,13 +164,14 @@ TEST_F(kit_lifecycle, closing_a_camera_stops_it_unblocks_waits_and_destroys_the_
         testing::internal::CaptureStdout();
         close_camera(camera);
         const std::string printed = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(printed.find("Camera Running") != std::string::npos, std::string(situation) == "failed stop")
+        EXPECT_EQ(printed.find("Camera Running") != std::string::npos,
+                  std::string(situation) == "failed stop")
             << printed;
         std::vector<std::string> sent;
         for (const auto& call : scripted_module().take_calls())
             sent.push_back(call.function + " " + call.command + "/" + std::to_string(call.command_size));
-        EXPECT_EQ(sent, (std::vector<std::string>{"set_data stop/5", "set_data unblock_image_wait_for_frame/29",
-                                                  "destroy /0"}));
+        EXPECT_EQ(sent, (std::vector<std::string>{"set_data stop/5",
+                                                  "set_data unblock_image_wait_for_frame/29", "destroy /0"}));
         std::lock_guard<std::mutex> guard(scripted_module().mutex);
         EXPECT_EQ(scripted_module().live_devices, 0);
     }
@@ -181,7 +182,8 @@ TEST_F(kit_lifecycle, closing_an_unknown_or_null_handle_reports_an_invalid_handl
     alignas(64) static unsigned char impostor[4096] = {};
     for (void* handle : {static_cast<void*>(nullptr), static_cast<void*>(impostor)}) {
         EXPECT_EQ(qx_camera_close_camera(handle), 1004);
-        EXPECT_EQ(last_error(), "Trimmed string is not empty: Camera handle is invalid. Error: Invalid operation.");
+        EXPECT_EQ(last_error(),
+                  "Trimmed string is not empty: Camera handle is invalid. Error: Invalid operation.");
     }
 }
 
