@@ -154,7 +154,7 @@ TEST_F(command_channel, internal_command_passes_the_callers_bytes_and_buffer) {
 }
 
 TEST_F(command_channel, handle_and_output_checks_come_before_any_exchange) {
-    void* camera = open_scripted_camera("", {});
+    ASSERT_NE(open_scripted_camera("", {}), nullptr);
     long long exposure = 0;
     EXPECT_EQ(qx_camera_get_exposure_time(nullptr, &exposure), 1004);
     EXPECT_EQ(last_error(),
