@@ -40,12 +40,6 @@ TEST_F(gain, index_get_set_and_range) {
                               {writing(qx_camera_set_gain, 5), "", fails_with("Gain is not supported.")},
                               {reading(qx_camera_get_gain), "", fails_with("Gain is not supported.")},
                           });
-    run_case({"range",
-              "gain",
-              {{"gain.min", "0"}, {"gain.max", "480"}},
-              reading_pair(qx_camera_get_gain_range),
-              range_queries,
-              yields("0 480")});
 }
 
 // Conversions on a camera answering these replies; "sends the range" says

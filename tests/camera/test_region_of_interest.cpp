@@ -62,13 +62,6 @@ TEST_F(region_of_interest, roi_get_set_and_range) {
                            {setting_roi(0, 0, 10, -10), "", fails_with("lower_right_y")},
                            {setting_roi(0, -1, -1, -1), "", fails_with("upper_left_y")},
                        });
-    const std::string refusal = "Width must start even, end odd and be multiple of 4";
-    run_case({"refused",
-              "",
-              {{"roi 1 0 1919 1079", refusal}},
-              setting_roi(1, 0, 1919, 1079),
-              {"set roi 1 0 1919 1079"},
-              fails_with(context_of("roi 1 0 1919 1079") + refusal)});
     run_case({"range",
               "",
               {{"roi.min", "0 0 63 1"}, {"roi.max", "0 0 2447 2047"}},
@@ -106,24 +99,6 @@ TEST_F(region_of_interest, binning) {
                            {writing(qx_camera_set_binx, 0), "", fails_with("binx")},
                            {writing(qx_camera_set_biny, 0), "", fails_with("biny")},
                        });
-    run_case({"refused with the region",
-              "",
-              {{"vbin 8", "Roi and bin combination invalid"}},
-              writing(qx_camera_set_biny, 8),
-              {"set vbin 8"},
-              fails_with(context_of("vbin 8") + "Roi and bin combination invalid")});
-    run_case({"horizontal range",
-              "",
-              {{"hbin.min", "1"}, {"hbin.max", "4"}},
-              reading_pair(qx_camera_get_binx_range),
-              {"get hbin.min", "get hbin.max"},
-              yields("1 4")});
-    run_case({"vertical range",
-              "",
-              {{"vbin.min", "1"}, {"vbin.max", "8"}},
-              reading_pair(qx_camera_get_biny_range),
-              {"get vbin.min", "get vbin.max"},
-              yields("1 8")});
 }
 
 }  // namespace
