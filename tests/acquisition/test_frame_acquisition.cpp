@@ -108,12 +108,7 @@ TEST_F(frame_acquisition, region_of_interest_and_binning_shape_the_frame) {
     open_camera_with(camera_json("12", 12));
     command("roi 8 2 39 5");
     command("hbin 2");
-    int width = 0;
-    char reply[64] = {};
-    char query[] = "image_width";
-    ASSERT_EQ(_internal_command(camera, query, sizeof query, reply, sizeof reply), 0);
-    width = std::atoi(reply);
-    ASSERT_EQ(width, 16);
+    // 32 columns binned by two; the pixels show the region and the binning.
     const frame_geometry geometry{8, 2, 16, 4, 2, 1, 12};
     const auto frames = capture(3, 16 * 4);
     ASSERT_EQ(frames.size(), 3u);
@@ -256,7 +251,6 @@ TEST_F(frame_acquisition, arm_and_disarm_a_thousand_times_reusing_the_buffer) {
         ASSERT_EQ(qx_camera_arm(camera, 2), 0) << "round " << round << ": " << qx_camera_get_last_error();
         if (round % 100 == 0) {
             ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
-            polled_frame frame;
             unsigned short* image = nullptr;
             int count = 0;
             unsigned char* metadata = nullptr;
