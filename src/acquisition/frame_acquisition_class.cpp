@@ -9,11 +9,11 @@
 #include <system_error>
 #include <utility>
 
+#include "base/checks.h"
+#include "base/frame_record_format.h"
+#include "base/number_conversion.h"
+#include "base/stream_statistics_record.h"
 #include "camera/firmware_phrases.h"
-#include "camera/number_conversion.h"
-#include "device_qv/stream_statistics_record.h"
-#include "device_qv/frame_record_format.h"
-#include "kit/checks.h"
 #include "kit/kit_registry_class.h"
 #include "kit/qx_camera_handle_class.h"
 #include "platform/thread_name.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "kit/kit_class.h"
 #include "kit/kit_registry_class.h"
 #include "kit/qx_camera_handle_class.h"

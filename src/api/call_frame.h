@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "api/last_error.h"
-#include "api/status_codes.h"
-#include "kit/checks.h"
+#include "base/checks.h"
+#include "base/status_codes.h"
 
 namespace qx::kit {
 class qx_camera_handle_class;

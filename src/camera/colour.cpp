@@ -5,10 +5,10 @@
 #include <cstring>
 #include <string>
 
+#include "base/checks.h"
+#include "base/number_conversion.h"
 #include "camera/command_channel_class.h"
-#include "camera/number_conversion.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {

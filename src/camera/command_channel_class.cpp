@@ -4,8 +4,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "base/checks.h"
 #include "camera/firmware_phrases.h"
-#include "kit/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {

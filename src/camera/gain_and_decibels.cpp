@@ -3,9 +3,9 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "camera/number_conversion.h"
+#include "base/checks.h"
+#include "base/number_conversion.h"
 #include "camera/parameter_catalogue.h"
-#include "kit/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {

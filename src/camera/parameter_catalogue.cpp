@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "camera/number_conversion.h"
+#include "base/checks.h"
+#include "base/number_conversion.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {

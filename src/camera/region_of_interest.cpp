@@ -4,9 +4,9 @@
 #include <climits>
 #include <stdexcept>
 
+#include "base/checks.h"
 #include "camera/command_channel_class.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {

@@ -5,11 +5,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/checks.h"
+#include "base/number_conversion.h"
 #include "camera/command_channel_class.h"
-#include "camera/number_conversion.h"
 #include "camera/parameter_catalogue.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {

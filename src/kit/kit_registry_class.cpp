@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::kit {

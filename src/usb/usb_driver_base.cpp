@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 
 namespace qx::usb {
 
