@@ -74,6 +74,8 @@ TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
         {"sensor width", values_of(qx_camera_get_sensor_width), "2448"},
         {"sensor height", values_of(qx_camera_get_sensor_height), "2048"},
         {"image width", values_of(qx_camera_get_image_width), "2448"},
+        {"image height", values_of(qx_camera_get_image_height), "2048"},
+        {"pixel height", values_of(qx_camera_get_sensor_pixel_height), "3.45"},
         {"usb port type", values_of(qx_camera_get_usb_port_type), "2"},
         {"pixel width", values_of(qx_camera_get_sensor_pixel_width), "3.45"},
         {"model length range", values_of(qx_camera_get_model_string_length_range), "1 63"},
