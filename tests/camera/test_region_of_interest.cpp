@@ -46,14 +46,12 @@ const std::string fewer_than_four = "ROI reply holds fewer than four integers.";
 
 TEST_F(region_of_interest, roi_get_set_and_range) {
     run_reply_cases("", {
-                            {reading_roi(), "roi", "0 0 1919 1079", yields("0 0 1919 1079")},
                             {reading_roi(), "roi", "8 4 1927 1083 extra 99", yields("8 4 1927 1083")},
                             {reading_roi(), "roi", "0 0 1919", fails_with(fewer_than_four)},
                             {reading_roi(), "roi", "0 0 x 1079", fails_with(fewer_than_four)},
                             {reading_roi(), "roi", "Invalid command", fails_with(not_supported)},
                         });
     run_send_cases("", {
-                           {setting_roi(0, 0, 1919, 1079), "roi 0 0 1919 1079", yields("")},
                            // Order, evenness and limits are the camera's to refuse.
                            {setting_roi(100, 100, 0, 0), "roi 100 100 0 0", yields("")},
                            {setting_roi(-1, 0, 10, 10), "", fails_with("upper_left_x")},
@@ -89,12 +87,10 @@ TEST_F(region_of_interest, sensor_size_comes_from_the_largest_region) {
 
 TEST_F(region_of_interest, binning) {
     run_reply_cases("", {
-                            {reading(qx_camera_get_binx), "hbin", "2", yields("2")},
                             {reading(qx_camera_get_biny), "vbin", "4", yields("4")},
                             {reading(qx_camera_get_binx), "hbin", "x2", fails_with("invalid stoi argument")},
                         });
     run_send_cases("", {
-                           {writing(qx_camera_set_binx, 1), "hbin 1", yields("")},
                            {writing(qx_camera_set_biny, 2), "vbin 2", yields("")},
                            {writing(qx_camera_set_binx, 0), "", fails_with("binx")},
                            {writing(qx_camera_set_biny, 0), "", fails_with("biny")},
