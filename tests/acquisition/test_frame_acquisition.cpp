@@ -412,20 +412,4 @@ TEST_F(frame_acquisition, frames_arrive_column_balanced_pixel_by_pixel) {
     }
 }
 
-TEST_F(frame_acquisition, a_hardware_trigger_pulse_starts_frames_in_triggered_mode) {
-    open_camera_with(camera_json("none", 12));
-    command("hwtrig std hi");
-    command("nframes 2");
-    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 100), 0);
-    ASSERT_EQ(qx_camera_arm(camera, 6), 0) << qx_camera_get_last_error();
-    polled_frame frame;
-    // Nothing comes until the trigger input is pulsed.
-    EXPECT_FALSE(poll(frame, 64 * 8, 2));
-    ASSERT_EQ(qx_emu_pulse_hardware_trigger(device_path.c_str()), QX_EMU_OK) << qx_emu_get_last_error();
-    std::vector<std::uint32_t> counts;
-    while (poll(frame, 64 * 8, 5)) counts.push_back(frame.frame_count);
-    const std::vector<std::uint32_t> expected = {near_wrap, near_wrap + 1};
-    EXPECT_EQ(counts, expected);
-}
-
 }  // namespace
