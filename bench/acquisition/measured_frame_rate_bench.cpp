@@ -10,8 +10,7 @@
 #include <condition_variable>
 #include <mutex>
 
-#include "quendral_vko_camera_emulator.h"
-#include "quendral_vko_camera_sdk.h"
+#include "streaming_camera.h"
 
 namespace {
 
@@ -38,24 +37,14 @@ struct arrivals {
 };
 
 void measured_frame_rate(benchmark::State& state) {
-    if (qx_emu_reset(R"({"cameras":[{"id":"RATE","serial":"SN-RATE","sensor_width":64,"sensor_height":8,)"
-                     R"("pacing":"frame_time","frame_time_us":20000}]})") != QX_EMU_OK)
-        return state.SkipWithError(qx_emu_get_last_error());
-    char serials[64] = {};
-    char serial[] = "SN-RATE";
-    void* camera = nullptr;
-    if (qx_camera_open_sdk() != 0 || qx_camera_discover_available_cameras(serials, sizeof serials - 1) != 0 ||
-        qx_camera_open_camera(serial, &camera) != 0) {
-        qx_camera_close_sdk();
-        return state.SkipWithError(qx_camera_get_last_error());
-    }
     arrivals counter;
-    char reply[64];
-    char unlimited[] = "nframes 0";
-    _internal_command(camera, unlimited, sizeof unlimited, reply, sizeof reply);
-    qx_camera_set_frame_available_callback(camera, &arrivals::on_frame, &counter);
-    qx_camera_arm(camera, 4);
-    qx_camera_issue_software_trigger(camera);
+    std::string error;
+    void* camera = qx::bench::start_streaming(
+        R"({"cameras":[{"id":"RATE","serial":"SN-RATE","sensor_width":64,"sensor_height":8,)"
+        R"("pacing":"frame_time","frame_time_us":20000}]})",
+        "SN-RATE", 4, &arrivals::on_frame, &counter, error);
+    if (camera == nullptr)
+        return state.SkipWithError(error.c_str());
 
     long long seen = counter.wait_beyond(0);
     const auto start = std::chrono::steady_clock::now();
@@ -64,9 +53,7 @@ void measured_frame_rate(benchmark::State& state) {
     const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     double measured = 0;
     qx_camera_get_measured_frame_rate(camera, &measured);
-    qx_camera_disarm(camera);
-    qx_camera_close_camera(camera);
-    qx_camera_close_sdk();
+    qx::bench::stop_streaming(camera);
 
     const double counted = static_cast<double>(seen - first) / wall;
     state.counters["measured_frames_per_second"] = measured;
