@@ -19,8 +19,6 @@ class ralto_module_test : public testing::Test {
   protected:
     qx::test::loaded_library library{
         qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
-    qx_module_get_name_t get_name = library.find_function<qx_module_get_name_t>("qx_module_get_name");
-    qx_module_get_type_t get_type = library.find_function<qx_module_get_type_t>("qx_module_get_type");
     qx_module_initialize_t initialize = library.find_function<qx_module_initialize_t>("qx_module_initialize");
     qx_module_uninitialize_t uninitialize =
         library.find_function<qx_module_uninitialize_t>("qx_module_uninitialize");
@@ -33,14 +31,6 @@ class ralto_module_test : public testing::Test {
     qx_get_module_data_t get_module_data = library.find_function<qx_get_module_data_t>("qx_get_module_data");
     qx_set_module_data_t set_module_data = library.find_function<qx_set_module_data_t>("qx_set_module_data");
 };
-
-TEST_F(ralto_module_test, is_admitted_as_the_ralto_device_module) {
-    EXPECT_STREQ(get_name(), "QUENDRAL_VKO_RALTO_CAMERA_DEVICE");
-    EXPECT_STREQ(get_type(), "DEVICE");
-    qx_hotplug_record host{};
-    EXPECT_EQ(initialize(&host), 0);
-    EXPECT_EQ(uninitialize(), 0);
-}
 
 TEST_F(ralto_module_test, function_table_finds_every_entry_point_by_exact_name) {
     for (const char* name :
