@@ -12,8 +12,7 @@
 #include <mutex>
 #include <string>
 
-#include "quendral_vko_camera_emulator.h"
-#include "quendral_vko_camera_sdk.h"
+#include "streaming_camera.h"
 
 namespace {
 
@@ -49,25 +48,12 @@ void stream_to_callback(benchmark::State& state, const char* packing, double str
         std::string(R"({"cameras":[{"id":"BENCH","serial":"SN-BENCH","sensor_width":)") +
         std::to_string(frame_width) + R"(,"sensor_height":)" + std::to_string(frame_height) +
         R"(,"bit_depth":12,"packing":")" + packing + R"(","pacing":"fast"}]})";
-    if (qx_emu_reset(config.c_str()) != QX_EMU_OK)
-        return state.SkipWithError(qx_emu_get_last_error());
-    if (qx_camera_open_sdk() != 0)
-        return state.SkipWithError(qx_camera_get_last_error());
-    char serials[256] = {};
-    void* camera = nullptr;
-    char serial[] = "SN-BENCH";
-    if (qx_camera_discover_available_cameras(serials, sizeof serials - 1) != 0 ||
-        qx_camera_open_camera(serial, &camera) != 0) {
-        qx_camera_close_sdk();
-        return state.SkipWithError(qx_camera_get_last_error());
-    }
     frame_counter counter;
-    char reply[64];
-    char unlimited[] = "nframes 0";
-    _internal_command(camera, unlimited, sizeof unlimited, reply, sizeof reply);
-    qx_camera_set_frame_available_callback(camera, &frame_counter::on_frame, &counter);
-    qx_camera_arm(camera, 8);
-    qx_camera_issue_software_trigger(camera);
+    std::string error;
+    void* camera =
+        qx::bench::start_streaming(config, "SN-BENCH", 8, &frame_counter::on_frame, &counter, error);
+    if (camera == nullptr)
+        return state.SkipWithError(error.c_str());
 
     // The first frame warms the pipeline up and is not counted.
     long long seen = 0;
@@ -85,9 +71,7 @@ void stream_to_callback(benchmark::State& state, const char* packing, double str
     }
     const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wall_start).count();
     const double cpu = process_cpu_seconds() - cpu_start;
-    qx_camera_disarm(camera);
-    qx_camera_close_camera(camera);
-    qx_camera_close_sdk();
+    qx::bench::stop_streaming(camera);
 
     const double frames = static_cast<double>(state.iterations());
     const double frames_per_second = frames / wall;

@@ -11,7 +11,6 @@
 
 namespace {
 
-using qx::test::count_threads_named;
 using qx::test::hotplug_recorder;
 using qx::test::last_error;
 using qx::test::scripted_module;
@@ -85,23 +84,6 @@ TEST_F(hotplug_listeners, a_null_disconnect_callback_hands_its_context_to_the_co
     ASSERT_TRUE(other.wait_for(1));
     EXPECT_EQ(other.take_events(), std::vector<std::string>{"connect SN1 2"});
     EXPECT_TRUE(recorder.take_events().empty());
-}
-
-TEST_F(hotplug_listeners, one_listener_per_opening_of_the_kit_and_none_after_closing) {
-    open_sdk();
-    discover();
-    ASSERT_EQ(recorder.register_callbacks(), 0) << last_error();
-    ASSERT_EQ(recorder.register_callbacks(), 0) << last_error();
-    hand_out("1,id-1");
-    ASSERT_TRUE(recorder.wait_for(1));
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 1u);
-
-    ASSERT_EQ(qx_camera_close_sdk(), 0) << last_error();
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
-    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0u);
-    // Registering while the kit is closed starts nothing.
-    ASSERT_EQ(recorder.register_callbacks(), 0) << last_error();
-    EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
 }
 
 }  // namespace

@@ -41,7 +41,8 @@ class stream_integrity : public qx::test::sdk_camera_fixture {
         const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < give_up) {
             const auto stream = statistics();
-            if (stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot >= frames)
+            if (stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot >=
+                frames)
                 return;
             std::this_thread::yield();
         }
@@ -82,13 +83,15 @@ TEST_F(stream_integrity, under_mixed_packet_faults_frames_are_whole_or_counted) 
         if (image == nullptr) {
             const auto stream = statistics();
             if (stream.frames_delivered == polled &&
-                stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot >= frames)
+                stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot >=
+                    frames)
                 break;
             ++empty_polls;
             continue;
         }
         empty_polls = 0;
-        ASSERT_EQ(gradient_mismatches(image, static_cast<std::uint32_t>(count), geometry), 0) << "frame " << count;
+        ASSERT_EQ(gradient_mismatches(image, static_cast<std::uint32_t>(count), geometry), 0)
+            << "frame " << count;
         if (polled > 0) {
             EXPECT_GT(static_cast<std::uint32_t>(count), previous_count);
         }
@@ -124,7 +127,9 @@ TEST_F(stream_integrity, held_frames_stay_intact_and_frames_without_a_free_slot_
         EXPECT_EQ(frame.width, width);
         EXPECT_EQ(frame.height, height);
         EXPECT_EQ(frame.bit_depth, 12);
-        EXPECT_EQ(gradient_mismatches(frame.image_data, static_cast<std::uint32_t>(frame.frame_count), geometry), 0);
+        EXPECT_EQ(
+            gradient_mismatches(frame.image_data, static_cast<std::uint32_t>(frame.frame_count), geometry),
+            0);
     }
     EXPECT_EQ(held[1].frame_count, held[0].frame_count + 1);
 
@@ -135,7 +140,9 @@ TEST_F(stream_integrity, held_frames_stay_intact_and_frames_without_a_free_slot_
     ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
     held[0] = acquire();
     ASSERT_NE(held[0].image_data, nullptr);
-    EXPECT_EQ(gradient_mismatches(held[0].image_data, static_cast<std::uint32_t>(held[0].frame_count), geometry), 0);
+    EXPECT_EQ(
+        gradient_mismatches(held[0].image_data, static_cast<std::uint32_t>(held[0].frame_count), geometry),
+        0);
 
     // A re-arm with frames held leaves them untouched while new ones stream.
     ASSERT_EQ(qx_camera_disarm(camera), 0);
@@ -145,19 +152,45 @@ TEST_F(stream_integrity, held_frames_stay_intact_and_frames_without_a_free_slot_
     qx_frame fresh = acquire();
     ASSERT_NE(fresh.image_data, nullptr);
     for (const auto& frame : held)
-        EXPECT_EQ(gradient_mismatches(frame.image_data, static_cast<std::uint32_t>(frame.frame_count), geometry), 0);
+        EXPECT_EQ(
+            gradient_mismatches(frame.image_data, static_cast<std::uint32_t>(frame.frame_count), geometry),
+            0);
 
     // Held frames outlive the camera; releasing them afterwards is safe.
     ASSERT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
     camera = nullptr;
     held.push_back(fresh);
     for (auto& frame : held) {
-        EXPECT_EQ(gradient_mismatches(frame.image_data, static_cast<std::uint32_t>(frame.frame_count), geometry), 0);
+        EXPECT_EQ(
+            gradient_mismatches(frame.image_data, static_cast<std::uint32_t>(frame.frame_count), geometry),
+            0);
         qx_frame copy = frame;
         EXPECT_EQ(qx_camera_release_frame(&frame), 0) << qx_camera_get_last_error();
         EXPECT_EQ(qx_camera_release_frame(&copy), 1004);
         EXPECT_STREQ(qx_camera_get_last_error(), "Frame is not held. Error: Invalid operation.");
     }
+}
+
+TEST_F(stream_integrity, polled_frames_beyond_the_slots_are_lost_until_the_kit_polls) {
+    open_camera_with(camera_json());
+    command("nframes 10");
+    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
+    ASSERT_EQ(qx_camera_arm(camera, 3), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    // The kit has placed or dropped all ten frames before it is asked for any.
+    wait_for_stream_end(10);
+    EXPECT_EQ(statistics().frames_lost_no_free_slot, 7u);
+    std::vector<std::uint32_t> counts;
+    for (unsigned short* image = nullptr;;) {
+        int count = 0;
+        unsigned char* metadata = nullptr;
+        int metadata_size = 0;
+        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size), 0);
+        if (image == nullptr)
+            break;
+        counts.push_back(static_cast<std::uint32_t>(count));
+    }
+    EXPECT_EQ(counts, (std::vector<std::uint32_t>{0, 1, 2}));
 }
 
 TEST_F(stream_integrity, holding_frames_is_refused_where_it_cannot_work) {

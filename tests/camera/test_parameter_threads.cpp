@@ -1,13 +1,11 @@
 // Parameter calls from several threads: two threads hammer one camera while
 // a third opens and closes another. Every reply must reach the call that
-// asked for it, and every failure text the thread that failed.
+// asked for it, and every failure text the thread that failed. A deadlock
+// ends in the test run's time limit.
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <string>
@@ -43,40 +41,12 @@ bool answer_from_command(const scripted_call& call, char* response, std::uint64_
     }
     status = 0;
     std::strncpy(response, reply.c_str(), static_cast<std::size_t>(size));
-    // A pause between writing the reply and its reading by the caller widens
-    // the window in which calls sharing the reply buffer without the handle
-    // mutex would overwrite each other's replies.
-    std::this_thread::sleep_for(std::chrono::microseconds(20));
+    // Giving up the processor between writing the reply and its reading by
+    // the caller widens the window in which calls sharing the reply buffer
+    // without the handle's lock would overwrite each other's replies.
+    std::this_thread::yield();
     return true;
 }
-
-// Fails the test and ends the process when the work has not finished in
-// time, so that a deadlock cannot hang the suite.
-class watchdog_class {
-  public:
-    explicit watchdog_class(std::chrono::seconds limit)
-        : thread([this, limit] {
-              std::unique_lock<std::mutex> lock(mutex);
-              if (!done_signal.wait_for(lock, limit, [this] { return done; })) {
-                  std::fprintf(stderr, "parameter threads did not finish in time\n");
-                  std::abort();
-              }
-          }) {}
-    ~watchdog_class() {
-        {
-            std::lock_guard<std::mutex> guard(mutex);
-            done = true;
-        }
-        done_signal.notify_all();
-        thread.join();
-    }
-
-  private:
-    std::mutex mutex;
-    std::condition_variable done_signal;
-    bool done = false;  // guarded by mutex
-    std::thread thread;
-};
 
 TEST_F(parameter_threads, replies_reach_their_callers_while_another_camera_opens_and_closes) {
     open_sdk_with_cameras({{"id-1", "SN1"}, {"id-2", "SN2"}});
@@ -93,7 +63,6 @@ TEST_F(parameter_threads, replies_reach_their_callers_while_another_camera_opens
         if (!condition)
             ++mismatches;
     };
-    watchdog_class watchdog(std::chrono::seconds(60));
 
     std::thread exposure_reader([&] {
         for (int round = 0; round < rounds; ++round) {

@@ -46,14 +46,12 @@ const std::string fewer_than_four = "ROI reply holds fewer than four integers.";
 
 TEST_F(region_of_interest, roi_get_set_and_range) {
     run_reply_cases("", {
-                            {reading_roi(), "roi", "0 0 1919 1079", yields("0 0 1919 1079")},
                             {reading_roi(), "roi", "8 4 1927 1083 extra 99", yields("8 4 1927 1083")},
                             {reading_roi(), "roi", "0 0 1919", fails_with(fewer_than_four)},
                             {reading_roi(), "roi", "0 0 x 1079", fails_with(fewer_than_four)},
                             {reading_roi(), "roi", "Invalid command", fails_with(not_supported)},
                         });
     run_send_cases("", {
-                           {setting_roi(0, 0, 1919, 1079), "roi 0 0 1919 1079", yields("")},
                            // Order, evenness and limits are the camera's to refuse.
                            {setting_roi(100, 100, 0, 0), "roi 100 100 0 0", yields("")},
                            {setting_roi(-1, 0, 10, 10), "", fails_with("upper_left_x")},
@@ -62,13 +60,6 @@ TEST_F(region_of_interest, roi_get_set_and_range) {
                            {setting_roi(0, 0, 10, -10), "", fails_with("lower_right_y")},
                            {setting_roi(0, -1, -1, -1), "", fails_with("upper_left_y")},
                        });
-    const std::string refusal = "Width must start even, end odd and be multiple of 4";
-    run_case({"refused",
-              "",
-              {{"roi 1 0 1919 1079", refusal}},
-              setting_roi(1, 0, 1919, 1079),
-              {"set roi 1 0 1919 1079"},
-              fails_with(context_of("roi 1 0 1919 1079") + refusal)});
     run_case({"range",
               "",
               {{"roi.min", "0 0 63 1"}, {"roi.max", "0 0 2447 2047"}},
@@ -96,34 +87,14 @@ TEST_F(region_of_interest, sensor_size_comes_from_the_largest_region) {
 
 TEST_F(region_of_interest, binning) {
     run_reply_cases("", {
-                            {reading(qx_camera_get_binx), "hbin", "2", yields("2")},
                             {reading(qx_camera_get_biny), "vbin", "4", yields("4")},
                             {reading(qx_camera_get_binx), "hbin", "x2", fails_with("invalid stoi argument")},
                         });
     run_send_cases("", {
-                           {writing(qx_camera_set_binx, 1), "hbin 1", yields("")},
                            {writing(qx_camera_set_biny, 2), "vbin 2", yields("")},
                            {writing(qx_camera_set_binx, 0), "", fails_with("binx")},
                            {writing(qx_camera_set_biny, 0), "", fails_with("biny")},
                        });
-    run_case({"refused with the region",
-              "",
-              {{"vbin 8", "Roi and bin combination invalid"}},
-              writing(qx_camera_set_biny, 8),
-              {"set vbin 8"},
-              fails_with(context_of("vbin 8") + "Roi and bin combination invalid")});
-    run_case({"horizontal range",
-              "",
-              {{"hbin.min", "1"}, {"hbin.max", "4"}},
-              reading_pair(qx_camera_get_binx_range),
-              {"get hbin.min", "get hbin.max"},
-              yields("1 4")});
-    run_case({"vertical range",
-              "",
-              {{"vbin.min", "1"}, {"vbin.max", "8"}},
-              reading_pair(qx_camera_get_biny_range),
-              {"get vbin.min", "get vbin.max"},
-              yields("1 8")});
 }
 
 }  // namespace

@@ -86,10 +86,6 @@ TEST_F(trigger_and_modes, eep) {
                                {status, "eep", "on bulb", yields("3")},
                                {status, "eep", "on", fails_with("EEP status not recognized.")},
                            });
-    run_send_cases("eep", {
-                              {writing(qx_camera_set_is_eep_enabled, 1), "eep on", yields("")},
-                              {writing(qx_camera_set_is_eep_enabled, 0), "eep off", yields("")},
-                          });
     // The setter's text lacks the getter's "is".
     run_send_cases("",
                    {
@@ -115,7 +111,6 @@ TEST_F(trigger_and_modes, taps_and_tap_balance) {
                    {
                        {writing(qx_camera_set_taps, 2), "taps 2", yields("")},
                        {writing(qx_camera_set_taps, 3), "", fails_with("taps")},
-                       {writing(qx_camera_set_tap_balance_enable, 1), "tap_balance_enable on", yields("")},
                        {writing(qx_camera_set_tap_balance_enable, 0), "tap_balance_enable off", yields("")},
                    });
     const auto no_taps = fails_with("Camera does not support taps.");

@@ -167,18 +167,6 @@ TEST_F(user_memory, writes_erase_first_and_end_chunks_at_zero_bytes) {
                    });
 }
 
-TEST_F(user_memory, write_chunks_carry_their_zero_as_the_terminator) {
-    void* camera = open_scripted_camera("", {{"nvstor erase 0 4", "Success"}});
-    unsigned char data[] = {1, 2, 0, 3};
-    ASSERT_EQ(qx_camera_set_user_memory(camera, data, 4, 0), 0) << last_error();
-    const auto calls = scripted_module().take_calls();
-    ASSERT_EQ(calls.size(), 3u);
-    const std::string first = "nvstor wb 0 3:\x01\x02";
-    EXPECT_EQ(calls[1].command_size, first.size() + 1);
-    EXPECT_EQ(std::string(calls[1].command_bytes.begin(), calls[1].command_bytes.end()), first + '\0');
-    EXPECT_EQ(calls[2].command_size, std::string("nvstor wb 3 1:\x03").size() + 1);
-}
-
 TEST_F(user_memory, the_name_is_unlocked_then_sent) {
     const auto naming = [](std::string name) {
         return status_of([name](void* camera) mutable { return qx_camera_set_name(camera, name.data()); });

@@ -39,33 +39,13 @@ class simulated_usb_bus {
         g_free(created);
         // A device descriptor and an empty configuration, as the kernel
         // exposes them in the "descriptors" attribute.
-        std::array<guint8, 27> descriptors{0x12,
-                                           0x01,
-                                           0x10,
-                                           0x03,
-                                           0x00,
-                                           0x00,
-                                           0x00,
-                                           0x09,
-                                           static_cast<guint8>(vendor_id & 0xFF),
-                                           static_cast<guint8>(vendor_id >> 8),
-                                           static_cast<guint8>(product_id & 0xFF),
-                                           static_cast<guint8>(product_id >> 8),
-                                           0x00,
-                                           0x01,
-                                           0x01,
-                                           0x02,
-                                           0x03,
-                                           0x01,
-                                           0x09,
-                                           0x02,
-                                           0x09,
-                                           0x00,
-                                           0x00,
-                                           0x01,
-                                           0x00,
-                                           0x80,
-                                           0x32};
+        std::array<guint8, 27> descriptors{0x12, 0x01, 0x10, 0x03, 0x00, 0x00, 0x00, 0x09, 0x00,
+                                           0x00, 0x00, 0x00, 0x00, 0x01, 0x01, 0x02, 0x03, 0x01,
+                                           0x09, 0x02, 0x09, 0x00, 0x00, 0x01, 0x00, 0x80, 0x32};
+        descriptors[8] = static_cast<guint8>(vendor_id & 0xFF);
+        descriptors[9] = static_cast<guint8>(vendor_id >> 8);
+        descriptors[10] = static_cast<guint8>(product_id & 0xFF);
+        descriptors[11] = static_cast<guint8>(product_id >> 8);
         umockdev_testbed_set_attribute_binary(testbed_, path.c_str(), "descriptors", descriptors.data(),
                                               descriptors.size());
         return path;

@@ -12,9 +12,9 @@
 #include <thread>
 #include <vector>
 
+#include "quendral_vko_logging.h"
 #include "support/loaded_library.h"
 #include "support/test_platform.h"
-#include "quendral_vko_logging.h"
 #include "temporary_directory.h"
 
 namespace {
@@ -43,9 +43,10 @@ class logging_library_test : public testing::Test {
     std::vector<std::string> read_log() const { return directory.read_lines("out.log"); }
 };
 
-TEST_F(logging_library_test, without_a_configuration_file_logging_is_off) {
+TEST_F(logging_library_test, without_a_usable_configuration_logging_is_off) {
     EXPECT_EQ(get_log(module_name.c_str(), "usb", configuration_name), nullptr);
     EXPECT_EQ(get_log(module_name.c_str(), "usb", nullptr), nullptr);
+    EXPECT_EQ(get_configured_log("output = no/such/directory/out.log\n"), nullptr) << "an unopenable output";
     EXPECT_EQ(free_log(module_name.c_str(), "usb"), 1) << "nothing was handed out";
 }
 
@@ -205,10 +206,6 @@ TEST_F(logging_library_test, the_configuration_is_also_found_beside_the_library)
     EXPECT_EQ(copy.find_function<vko_free_log_t>("vko_free_log")(module_name.c_str(), "usb"), 0);
 }
 
-TEST_F(logging_library_test, an_output_that_cannot_be_opened_turns_logging_off) {
-    EXPECT_EQ(get_configured_log("output = no/such/directory/out.log\n"), nullptr);
-}
-
 TEST_F(logging_library_test, standard_error_is_an_output) {
     void* log = get_configured_log("output = stderr\n");
     ASSERT_NE(log, nullptr);
@@ -219,24 +216,19 @@ TEST_F(logging_library_test, standard_error_is_an_output) {
     free_log(module_name.c_str(), "usb");
 }
 
-TEST_F(logging_library_test, a_log_object_lives_until_its_last_reference_is_released) {
+TEST_F(logging_library_test,
+       a_log_object_lives_until_its_last_reference_is_released_and_refuses_unusable_arguments) {
     void* log = get_configured_log("output = out.log\n");
     ASSERT_NE(log, nullptr);
     EXPECT_EQ(get_log(module_name.c_str(), "usb", configuration_name), log);
     EXPECT_EQ(free_log(module_name.c_str(), "usb"), 0);
     EXPECT_EQ(write_message(log, 2, "after one release"), 0);
+    // Unusable arguments write nothing.
+    EXPECT_EQ(write_log(nullptr, 2, "f.cpp", 1, "f", "text"), 1);
+    EXPECT_EQ(write_log(log, 2, "f.cpp", 1, "f", nullptr), 1);
     EXPECT_EQ(free_log(module_name.c_str(), "usb"), 0);
     EXPECT_EQ(free_log(module_name.c_str(), "usb"), 1);
     EXPECT_EQ(read_log().size(), 1u);
-}
-
-TEST_F(logging_library_test, unusable_arguments_are_refused) {
-    void* log = get_configured_log("output = out.log\n");
-    ASSERT_NE(log, nullptr);
-    EXPECT_EQ(write_log(nullptr, 2, "f.cpp", 1, "f", "text"), 1);
-    EXPECT_EQ(write_log(log, 2, "f.cpp", 1, "f", nullptr), 1);
-    EXPECT_TRUE(read_log().empty());
-    free_log(module_name.c_str(), "usb");
 }
 
 TEST_F(logging_library_test, lines_from_many_threads_and_log_objects_never_mix) {

@@ -5,19 +5,16 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
-#include <future>
+#include <cstring>
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "connect_disconnect_waiter.h"
 #include "ralto_module_class.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 // A camera that answers every get with "<command> reply" and every set with
 // the status it was given, and remembers what it received.
@@ -77,21 +74,14 @@ class ralto_module_class_test : public testing::Test {
     std::array<char, 2048> serials{};
 };
 
-TEST_F(ralto_module_class_test, lists_the_sources_cameras_in_order) {
+TEST_F(ralto_module_class_test, lists_the_sources_cameras_in_buffers_that_hold_text_and_terminator) {
     ASSERT_EQ(list(), 0);
     EXPECT_STREQ(ids.data(), "RALTO-A,RALTO-B,.");
     EXPECT_STREQ(serials.data(), "S-0001,S-0002,");
-}
-
-TEST_F(ralto_module_class_test, a_buffer_must_hold_the_text_and_its_terminator) {
-    const std::string id_text = "RALTO-A,RALTO-B,.";
-    const int exact = static_cast<int>(id_text.size()) + 1;
+    const int exact = static_cast<int>(std::strlen("RALTO-A,RALTO-B,.")) + 1;
     EXPECT_EQ(module.list_device_ids(ids.data(), exact, serials.data(), 2048), 0);
     EXPECT_EQ(module.list_device_ids(ids.data(), exact - 1, serials.data(), 2048), 1);
     EXPECT_EQ(module.list_device_ids(ids.data(), 2048, serials.data(), 14), 1);  // "S-0001,S-0002," is 14
-}
-
-TEST_F(ralto_module_class_test, a_failing_source_fails_the_listing) {
     source->listing_fails = true;
     EXPECT_EQ(list(), 1);
 }
@@ -143,40 +133,15 @@ TEST_F(ralto_module_class_test, sources_find_the_kits_hotplug_record_between_ini
     EXPECT_EQ(module.get_hotplug_record().hotplug_event_subscribe, nullptr);
 }
 
-// Runs one "connect_disconnect" wait on its own thread; released and joined
-// however the test ends.
-class payload_wait {
-  public:
-    explicit payload_wait(qx::ralto_module_class& module) : module_(module) {
-        payload_.fill('\0');
-        thread_ = std::thread(
-            [this] { finished_.set_value(module_.get_module_data("connect_disconnect", payload_.data())); });
-    }
-    ~payload_wait() {
-        while (result_.wait_for(10ms) != std::future_status::ready) {
-            module_.set_module_data("connect_disconnect_release", nullptr);
-        }
-        thread_.join();
-    }
-    // The written payload, or "(blocked)" when the wait has not returned.
-    std::string get_payload_within(std::chrono::milliseconds limit) {
-        if (result_.wait_for(limit) != std::future_status::ready)
-            return "(blocked)";
-        return payload_.data();
-    }
-
-  private:
-    qx::ralto_module_class& module_;
-    std::array<char, 1024> payload_;
-    std::promise<int> finished_;
-    std::future<int> result_ = finished_.get_future();
-    std::thread thread_;
-};
+qx::test::connect_disconnect_waiter start_wait(qx::ralto_module_class& module) {
+    return {[&module](char* payload) { return module.get_module_data("connect_disconnect", payload); },
+            [&module] { module.set_module_data("connect_disconnect_release", nullptr); }};
+}
 
 struct event_case {
     int event_code;
-    const char* camera_id;
-    const char* payload;
+    std::string camera_id;
+    std::string payload;
     friend void PrintTo(const event_case& sample, std::ostream* out) { *out << sample.payload; }
 };
 
@@ -184,47 +149,39 @@ class hotplug_payload_test : public ralto_module_class_test,
                              public testing::WithParamInterface<event_case> {};
 
 TEST_P(hotplug_payload_test, a_reported_event_wakes_the_listener_with_its_payload) {
-    payload_wait wait(module);
+    auto waiter = start_wait(module);
     module.report_hotplug_event(GetParam().event_code, GetParam().camera_id);
-    EXPECT_EQ(wait.get_payload_within(5s), GetParam().payload);
+    EXPECT_EQ(waiter.get_payload(), GetParam().payload);
 }
 
 INSTANTIATE_TEST_SUITE_P(events, hotplug_payload_test,
                          testing::Values(event_case{1, "RALTO-A", "1,RALTO-A"},
                                          event_case{2, "RALTO-A", "0,RALTO-A"},
                                          // a departure of a camera never listed carries an empty id
-                                         event_case{2, "", "0,"}));
+                                         event_case{2, "", "0,"},
+                                         // a long id is cut to 255 characters
+                                         event_case{1, std::string(300, 'I'), "1," + std::string(255, 'I')}));
 
 TEST_F(ralto_module_class_test, an_unknown_event_code_clears_the_pending_event_without_waking) {
     module.report_hotplug_event(1, "RALTO-A");
     module.report_hotplug_event(9, "RALTO-B");
-    {
-        payload_wait wait(module);
-        EXPECT_EQ(wait.get_payload_within(5s), "") << "the arrival's signal remains, its event is gone";
-    }
-    payload_wait next(module);
+    EXPECT_EQ(start_wait(module).get_payload(), "") << "the arrival's signal remains, its event is gone";
+    auto next = start_wait(module);
     module.report_hotplug_event(9, "RALTO-C");
-    EXPECT_EQ(next.get_payload_within(20ms), "(blocked)");
+    EXPECT_FALSE(next.has_returned());
+    // The next real event is the one the still blocked listener gets.
+    module.report_hotplug_event(1, "RALTO-D");
+    EXPECT_EQ(next.get_payload(), "1,RALTO-D");
 }
 
 TEST_F(ralto_module_class_test, events_are_not_queued_and_a_release_repeats_the_last_payload) {
     module.report_hotplug_event(1, "RALTO-A");
     module.report_hotplug_event(2, "RALTO-B");
-    {
-        payload_wait wait(module);
-        EXPECT_EQ(wait.get_payload_within(5s), "0,RALTO-B");
-    }
-    payload_wait next(module);
-    EXPECT_EQ(next.get_payload_within(20ms), "(blocked)");
+    EXPECT_EQ(start_wait(module).get_payload(), "0,RALTO-B");
+    auto next = start_wait(module);
+    EXPECT_FALSE(next.has_returned());
     module.set_module_data("connect_disconnect_release", nullptr);
-    EXPECT_EQ(next.get_payload_within(5s), "0,RALTO-B");
-}
-
-TEST_F(ralto_module_class_test, a_long_camera_id_is_cut_to_255_characters) {
-    const std::string long_id(300, 'I');
-    payload_wait wait(module);
-    module.report_hotplug_event(1, long_id);
-    EXPECT_EQ(wait.get_payload_within(5s), "1," + std::string(255, 'I'));
+    EXPECT_EQ(next.get_payload(), "0,RALTO-B");
 }
 
 }  // namespace

@@ -300,13 +300,15 @@ GST_START_TEST (a_triggered_stream_times_out_by_its_policy)
 
 GST_END_TEST;
 
-/* Teardown never deadlocks, and a frame kept past teardown stays intact. */
-GST_START_TEST (playing_to_null_and_back_a_hundred_times)
+/* Teardown never deadlocks, and a frame kept past teardown stays intact.
+ * The camera streams as fast as it is read, so every stop meets the
+ * streaming thread mid-frame; a few cycles vary where. */
+GST_START_TEST (playing_to_null_and_back_repeatedly)
 {
   gint cycle;
 
   emulate_camera ("\"pacing\":\"fast\"");
-  for (cycle = 0; cycle < 100; ++cycle) {
+  for (cycle = 0; cycle < 10; ++cycle) {
     stream s = play ("");
     GstSample *kept = pull (&s);
 
@@ -517,7 +519,7 @@ qxcamerasrc_suite (void)
   tcase_add_loop_test (tc, delivers_counted_frames_with_their_pixels_and_metas, 0, G_N_ELEMENTS (formats));
   tcase_add_test (tc, an_unplug_gives_an_error_then_eos);
   tcase_add_loop_test (tc, a_triggered_stream_times_out_by_its_policy, 0, G_N_ELEMENTS (policies));
-  tcase_add_test (tc, playing_to_null_and_back_a_hundred_times);
+  tcase_add_test (tc, playing_to_null_and_back_repeatedly);
   tcase_add_test (tc, frames_beyond_what_downstream_holds_are_lost_not_overwritten);
   tcase_add_loop_test (tc, a_damaged_frame_is_dropped_or_ends_the_stream, 0, 2);
   tcase_add_test (tc, settings_go_to_the_camera_by_name);

@@ -52,7 +52,8 @@ TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
         {"frames per trigger", values_of(qx_camera_get_frames_per_trigger_zero_for_unlimited), "0"},
         {"frames per trigger range", values_of(qx_camera_get_frames_per_trigger_range), "0 65535"},
         {"hot pixel threshold", values_of(qx_camera_get_hot_pixel_correction_threshold), "100"},
-        {"hot pixel threshold range", values_of(qx_camera_get_hot_pixel_correction_threshold_range), "0 4095"},
+        {"hot pixel threshold range", values_of(qx_camera_get_hot_pixel_correction_threshold_range),
+         "0 4095"},
         {"hot pixel enabled", values_of(qx_camera_get_is_hot_pixel_correction_enabled), "0"},
         {"image width range", values_of(qx_camera_get_image_width_range), "16 2448"},
         {"image height range", values_of(qx_camera_get_image_height_range), "2 2048"},
@@ -69,6 +70,14 @@ TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
         {"nir boost supported", values_of(qx_camera_get_is_nir_boost_supported), "1"},
         {"nir boost", values_of(qx_camera_get_nir_boost_enable), "0"},
         {"communication interface", values_of(qx_camera_get_communication_interface), "2"},
+        {"bit depth", values_of(qx_camera_get_bit_depth), "12"},
+        {"sensor width", values_of(qx_camera_get_sensor_width), "2448"},
+        {"sensor height", values_of(qx_camera_get_sensor_height), "2048"},
+        {"image width", values_of(qx_camera_get_image_width), "2448"},
+        {"image height", values_of(qx_camera_get_image_height), "2048"},
+        {"pixel height", values_of(qx_camera_get_sensor_pixel_height), "3.45"},
+        {"usb port type", values_of(qx_camera_get_usb_port_type), "2"},
+        {"pixel width", values_of(qx_camera_get_sensor_pixel_width), "3.45"},
         {"model length range", values_of(qx_camera_get_model_string_length_range), "1 63"},
         {"name length range", values_of(qx_camera_get_name_string_length_range), "1 63"},
         {"serial length range", values_of(qx_camera_get_serial_number_string_length_range), "1 63"},
@@ -76,23 +85,7 @@ TEST_F(emulated_camera_parameters, every_scalar_getter_reads_the_camera) {
     for (const auto& getter : getters) EXPECT_EQ(getter.read(camera), getter.expected) << getter.name;
 }
 
-TEST_F(emulated_camera_parameters, values_match_the_emulated_camera) {
-    int value = 0;
-    ASSERT_EQ(qx_camera_get_bit_depth(camera, &value), 0) << qx_camera_get_last_error();
-    EXPECT_EQ(value, 12);
-    ASSERT_EQ(qx_camera_get_sensor_width(camera, &value), 0) << qx_camera_get_last_error();
-    EXPECT_EQ(value, 2448);
-    ASSERT_EQ(qx_camera_get_sensor_height(camera, &value), 0);
-    EXPECT_EQ(value, 2048);
-    ASSERT_EQ(qx_camera_get_image_width(camera, &value), 0);
-    EXPECT_EQ(value, 2448);
-    ASSERT_EQ(qx_camera_get_frame_time(camera, &value), 0);
-    EXPECT_EQ(value, 28000);
-    ASSERT_EQ(qx_camera_get_usb_port_type(camera, &value), 0) << qx_camera_get_last_error();
-    EXPECT_EQ(value, 2);
-    double pitch = 0;
-    ASSERT_EQ(qx_camera_get_sensor_pixel_width(camera, &pitch), 0);
-    EXPECT_DOUBLE_EQ(pitch, 3.45);
+TEST_F(emulated_camera_parameters, texts_match_the_emulated_camera) {
     char text[64] = {};
     ASSERT_EQ(qx_camera_get_serial_number(camera, text, sizeof text), 0);
     EXPECT_STREQ(text, "SN-PARAMS");
@@ -103,11 +96,6 @@ TEST_F(emulated_camera_parameters, values_match_the_emulated_camera) {
 }
 
 TEST_F(emulated_camera_parameters, settings_round_trip_through_the_camera) {
-    ASSERT_EQ(qx_camera_set_exposure_time(camera, 12345), 0) << qx_camera_get_last_error();
-    long long exposure = 0;
-    ASSERT_EQ(qx_camera_get_exposure_time(camera, &exposure), 0);
-    EXPECT_EQ(exposure, 12345);
-
     ASSERT_EQ(qx_camera_set_roi(camera, 100, 50, 1123, 561), 0) << qx_camera_get_last_error();
     int corners[4] = {};
     ASSERT_EQ(qx_camera_get_roi(camera, &corners[0], &corners[1], &corners[2], &corners[3]), 0);

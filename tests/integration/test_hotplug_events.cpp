@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -58,7 +59,8 @@ TEST_F(hotplug_events, each_family_reports_arrival_and_removal_on_its_own_listen
         const char* serial;
         const char* listener;
     };
-    const row rows[] = {{"qv", "QV-7", "QV_CONNECT_DISCONNECT"}, {"ralto", "RT-7", "RALTO_CONNECT_DISCONNECT"}};
+    const row rows[] = {{"qv", "QV-7", "QV_CONNECT_DISCONNECT"},
+                        {"ralto", "RT-7", "RALTO_CONNECT_DISCONNECT"}};
     ASSERT_EQ(recorder.register_callbacks(), 0) << qx_camera_get_last_error();
     std::size_t seen = 0;
     for (const auto& entry : rows) {
@@ -92,44 +94,6 @@ TEST_F(hotplug_events, a_camera_moved_to_another_port_gives_both_events_in_order
     EXPECT_EQ(recorder.take_events(), expected);
 }
 
-TEST_F(hotplug_events, a_camera_unplugged_while_streaming_ends_its_stream_and_closes) {
-    ASSERT_EQ(recorder.register_callbacks(), 0);
-    const std::string path = plug("qv", "QV-S");
-    ASSERT_TRUE(recorder.wait_for(1));
-    ASSERT_EQ(open_camera("QV-S"), 0) << qx_camera_get_last_error();
-    ASSERT_EQ(qx_camera_set_frames_per_trigger_zero_for_unlimited(camera, 0), 0);
-    ASSERT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0);
-    ASSERT_EQ(qx_camera_arm(camera, 4), 0) << qx_camera_get_last_error();
-    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
-    unsigned short* image = nullptr;
-    int frame_count = 0;
-    unsigned char* metadata = nullptr;
-    int metadata_size = 0;
-    while (image == nullptr) {
-        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &frame_count, &metadata, &metadata_size),
-                  0)
-            << qx_camera_get_last_error();
-    }
-
-    ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
-    ASSERT_TRUE(recorder.wait_for(2));
-    EXPECT_EQ(recorder.take_events().back(), "disconnect QV-S");
-    // Frames already assembled may still be handed out; then the stream
-    // runs dry instead of failing or hanging, and the camera is gone.
-    int polls = 0;
-    do {
-        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &frame_count, &metadata, &metadata_size),
-                  0)
-            << qx_camera_get_last_error();
-    } while (image != nullptr && ++polls < 64);
-    EXPECT_EQ(image, nullptr);
-    char reply[64];
-    char query[] = "sernum";
-    EXPECT_EQ(_internal_command(camera, query, sizeof query, reply, sizeof reply), 1004);
-    EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
-    camera = nullptr;
-}
-
 struct frame_counter {
     std::mutex mutex;
     std::condition_variable arrived;
@@ -156,7 +120,8 @@ TEST_F(hotplug_events, a_camera_unplugged_while_its_frame_loop_runs_closes_witho
     ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
     {
         std::unique_lock<std::mutex> lock(counter.mutex);
-        ASSERT_TRUE(counter.arrived.wait_for(lock, std::chrono::seconds(20), [&] { return counter.frames > 0; }));
+        ASSERT_TRUE(
+            counter.arrived.wait_for(lock, std::chrono::seconds(20), [&] { return counter.frames > 0; }));
     }
     ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
     ASSERT_TRUE(recorder.wait_for(2));
@@ -194,6 +159,10 @@ TEST_F(hotplug_events, a_reopened_kit_runs_one_listener_per_family_and_closing_e
     ASSERT_EQ(qx_camera_close_sdk(), 0) << qx_camera_get_last_error();
     EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT"), 0u);
     EXPECT_EQ(count_threads_named("RALTO_CONNECT_DISCONNECT"), 0u);
+    // Registering while the kit is closed starts nothing.
+    ASSERT_EQ(recorder.register_callbacks(), 0);
+    EXPECT_EQ(count_threads_named("QV_CONNECT_DISCONNECT") + count_threads_named("RALTO_CONNECT_DISCONNECT"),
+              0u);
     ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
 }
 

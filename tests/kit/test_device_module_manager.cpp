@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
 #include <string>
 
 #include "kit/device_module_manager.h"
@@ -37,57 +38,53 @@ std::string admission_failure(Device_module_manager& manager, const std::string&
     return "";
 }
 
-TEST(device_module_manager, refuses_modules_whose_type_is_not_exactly_device) {
-    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
-    for (const char* type : {"DEVICES", "device", "DEVIC", ""}) {
-        module.state->module_type = type;
+// Every refused admission names its cause and admits nothing.
+TEST(device_module_manager, refusals_name_their_cause_and_admit_nothing) {
+    const std::string ralto = "quendral_vko_ralto_camera_device";
+    const std::string not_device =
+        "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type did "
+        "not "
+        "return 'DEVICE' and is therefore not considered to be a device module.";
+    const struct {
+        std::string library;  // in the variant directory unless it is the ralto module
+        std::string file_name;
+        std::function<void(scripted_module_state&)> script;
+        std::string message;
+    } refusals[] = {
+        {ralto, ralto + ".dll", [](auto& state) { state.module_type = "DEVICES"; }, not_device},
+        {ralto, ralto + ".dll", [](auto& state) { state.module_type = "device"; }, not_device},
+        {ralto, ralto + ".dll", [](auto& state) { state.module_type = "DEVIC"; }, not_device},
+        {ralto, ralto + ".dll", [](auto& state) { state.module_type = ""; }, not_device},
+        {ralto, ralto + ".dll", [](auto& state) { state.module_name = "  \t "; },
+         "Trimmed string is empty: Device_module_manager::Process_device_module get_module_name did not "
+         "return "
+         "a name."},
+        {ralto, "   ", [](auto&) {},
+         "Trimmed string is empty: Device_module_manager::Process_device_module expected a shared-library "
+         "file "
+         "name."},
+        {ralto, "not_loaded_anywhere.dll", [](auto&) {},
+         "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
+         "library "
+         "to be already loaded."},
+        {ralto, ralto + ".dll", [](auto& state) { state.initialize_status = 4; },
+         "Condition is unexpectedly false: module_obj::module_obj call to qx_module_initialize returned an "
+         "error code."},
+        {"scripted_module_without_get_type", "scripted_module_without_get_type.dll", [](auto&) {},
+         "Pointer is unexpectedly nullptr: qx_module_get_type not found in shared library."},
+        {"scripted_module_without_initialize", "scripted_module_without_initialize.dll", [](auto&) {},
+         "Pointer is unexpectedly nullptr: module_obj::module_obj qx_module_initialize not found."},
+    };
+    for (const auto& refusal : refusals) {
+        SCOPED_TRACE(refusal.message);
+        loaded_module module(refusal.library == ralto ? QX_TEST_MODULE_DIR : QX_TEST_VARIANT_DIR,
+                             refusal.library);
+        refusal.script(*module.state);
         Device_module_manager manager;
-        EXPECT_EQ(
-            admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
-            "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type "
-            "did not return 'DEVICE' and is therefore not considered to be a device module.")
-            << type;
+        EXPECT_EQ(admission_failure(manager, refusal.file_name), refusal.message);
         EXPECT_TRUE(manager.modules().empty());
+        EXPECT_TRUE(manager.module_names().empty());
     }
-}
-
-TEST(device_module_manager, refuses_a_blank_name_and_a_blank_file_name) {
-    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
-    module.state->module_name = "  \t ";
-    Device_module_manager manager;
-    EXPECT_EQ(admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
-              "Trimmed string is empty: Device_module_manager::Process_device_module get_module_name did not "
-              "return "
-              "a name.");
-    EXPECT_EQ(admission_failure(manager, "   "),
-              "Trimmed string is empty: Device_module_manager::Process_device_module expected a "
-              "shared-library file "
-              "name.");
-    EXPECT_EQ(admission_failure(manager, "not_loaded_anywhere.dll"),
-              "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
-              "library to be already loaded.");
-}
-
-TEST(device_module_manager, reports_missing_required_entry_points) {
-    loaded_module without_type(QX_TEST_VARIANT_DIR, "scripted_module_without_get_type");
-    loaded_module without_initialize(QX_TEST_VARIANT_DIR, "scripted_module_without_initialize");
-    Device_module_manager manager;
-    EXPECT_EQ(admission_failure(manager, "scripted_module_without_get_type.dll"),
-              "Pointer is unexpectedly nullptr: qx_module_get_type not found in shared library.");
-    EXPECT_EQ(admission_failure(manager, "scripted_module_without_initialize.dll"),
-              "Pointer is unexpectedly nullptr: module_obj::module_obj qx_module_initialize not found.");
-    EXPECT_TRUE(manager.modules().empty());
-}
-
-TEST(device_module_manager, a_failing_initialize_refuses_the_module) {
-    loaded_module module(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
-    module.state->initialize_status = 4;
-    Device_module_manager manager;
-    EXPECT_EQ(
-        admission_failure(manager, "quendral_vko_ralto_camera_device.dll"),
-        "Condition is unexpectedly false: module_obj::module_obj call to qx_module_initialize returned an "
-        "error code.");
-    EXPECT_TRUE(manager.module_names().empty());
 }
 
 TEST(device_module_manager, a_module_without_create_is_admitted_and_creation_fails) {

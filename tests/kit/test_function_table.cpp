@@ -44,22 +44,16 @@ TEST(function_table, finds_every_module_entry_point_by_exact_name) {
     qx::platform::release_found_library(kit);
 }
 
-TEST(function_table, names_by_index_match_addresses_by_name) {
-    void* first_rows[5] = {};
-    ASSERT_EQ(get_mod_func_list_from_top(5, first_rows), 0);
-    for (int index = 0; index < 5; ++index) {
-        EXPECT_EQ(qx_get_function(qx_get_function_name(index)), first_rows[index]) << index;
-    }
-}
-
-TEST(function_table, asking_for_more_rows_than_exist_fills_what_exists_and_returns_2) {
+TEST(function_table, rows_by_index_match_names_and_asking_for_more_fills_what_exists_and_returns_2) {
     constexpr int asked = 4096;
     std::vector<void*> rows(asked, nullptr);
     EXPECT_EQ(get_mod_func_list_from_top(asked, rows.data()), 2);
     int filled = 0;
     while (filled < asked && rows[filled] != nullptr) ++filled;
     ASSERT_GT(filled, 10);
-    EXPECT_EQ(rows[filled - 1], qx_get_function(qx_get_function_name(filled - 1)));
+    // Names by index match addresses by name, row by row.
+    for (int index = 0; index < filled; ++index)
+        EXPECT_EQ(rows[index], qx_get_function(qx_get_function_name(index))) << index;
     EXPECT_EQ(get_mod_func_list_from_top(0, nullptr), 0);
 }
 
