@@ -1,5 +1,7 @@
 #include "usb/umockdev_fx3_camera_class.h"
 
+#include "support/emulated_endpoints.h"
+
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
 
@@ -337,19 +339,13 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
     if (unplugged || halted[slot] || pending[slot].empty())
         return false;
     urb_record& front = pending[slot].front();
-    auto* buffer = front.buffer != nullptr ? front.buffer->data : nullptr;
     const int length = urb_of(front.urb).buffer_length;
-    int status = QX_EMU_OK;
-    int actual_length = 0;
     // The emulator is asked without waiting; the loop comes back within 1 ms.
-    if (slot == command_in_slot) {
-        std::size_t transferred = 0;
-        status = qx_emu_device_read(device, buffer, static_cast<std::size_t>(length), &transferred, 0);
-        actual_length = static_cast<int>(transferred);
-    } else if (length >= QX_EMU_PACKET_SIZE) {
-        status = qx_emu_device_read_packet(device, buffer, 0);
-        actual_length = QX_EMU_PACKET_SIZE;
-    }
+    const endpoint_transfer done_transfer =
+        transfer_on_endpoint(device, slot == command_in_slot ? command_in_endpoint : image_in_endpoint,
+                             front.buffer != nullptr ? front.buffer->data : nullptr,
+                             static_cast<std::size_t>(length), 0);
+    const int status = done_transfer.status;
     if (status == QX_EMU_TIMEOUT)
         return false;
     if (status == QX_EMU_NO_DEVICE) {
@@ -362,7 +358,7 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
         // A packet longer than the buffer: the controller reports babble.
         finish(done, -EOVERFLOW, 0);
     } else if (status == QX_EMU_OK) {
-        finish(done, 0, actual_length);
+        finish(done, 0, static_cast<int>(done_transfer.bytes));
     } else if (status == QX_EMU_STALL) {
         // The controller holds the endpoint's queue until the halt is cleared.
         halted[slot] = true;
@@ -564,16 +560,14 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
     interface_claimed = true;
     switch (urb.endpoint) {
         case command_out_endpoint: {
-            const int status = qx_emu_device_write(device, buffer, static_cast<std::size_t>(length), 0);
+            const int status = transfer_on_endpoint(device, command_out_endpoint, buffer,
+                                                    static_cast<std::size_t>(length), 0).status;
             if (status == QX_EMU_NO_DEVICE) {
                 mark_unplugged();
                 release(record);
                 return {-1, ENODEV};
             }
-            finish(record,
-                   status == QX_EMU_OK      ? 0
-                   : status == QX_EMU_STALL ? -EPIPE
-                                            : -EPROTO,
+            finish(record, status == QX_EMU_OK ? 0 : status == QX_EMU_STALL ? -EPIPE : -EPROTO,
                    status == QX_EMU_OK ? length : 0);
             break;
         }
