@@ -263,7 +263,7 @@ bool simulated_cypress_driver_class::check_bulk_request(std::uint8_t endpoint, c
     if (queue < 0)
         problems += " endpoint " + hex(endpoint) + " is not one of the camera's;";
     if (header.request_type != 0 || header.request_code != 0 || header.value != 0 || header.index != 0 ||
-        header.control_length != 0 || header.reserved != 0) {
+        header.control_length != 0 || header.control_timeout != 0 || header.reserved != 0) {
         problems += " control fields set;";
     }
     for (std::uint32_t field : header.driver_fields) {
@@ -337,9 +337,14 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
             return refuse("a control transfer is a 38-byte header in, header and data out");
         }
         std::memcpy(&header, in, sizeof header);
-        const T_USB_TRANSFER_HEADER_STRUCT_PACKED expected =
-            qx::usb::endpoint_status_request(static_cast<std::uint8_t>(header.index));
-        if (std::memcmp(&header, &expected, sizeof header) != 0 || camera_endpoint_index(header.index) < 0)
+        // GET_STATUS (device to host, standard, to an endpoint) for two
+        // bytes, with the driver's 5 ms control time-out and no bulk endpoint.
+        const std::uint32_t no_driver_fields[4] = {};
+        if (header.request_type != 0x82 || header.request_code != 0 || header.value != 0 ||
+            camera_endpoint_index(header.index) < 0 || header.control_length != 2 || header.control_timeout != 5 ||
+            header.reserved != 0 || header.endpoint_address != 0 ||
+            std::memcmp(header.driver_fields, no_driver_fields, sizeof no_driver_fields) != 0 ||
+            header.data_offset != transfer_header_size || header.data_length != 2)
             return refuse("not a GET_STATUS request to one of the camera's endpoints");
         int stalled = 0;
         status = qx_emu_device_get_endpoint_stalled(device.emulator, static_cast<unsigned char>(header.index),

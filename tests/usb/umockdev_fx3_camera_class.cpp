@@ -2,6 +2,7 @@
 
 #include "support/emulated_endpoints.h"
 
+#include <linux/usb/ch9.h>
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
 
@@ -28,7 +29,6 @@ constexpr unsigned char command_out_endpoint = QX_EMU_ENDPOINT_COMMAND_OUT;
 constexpr unsigned char command_in_endpoint = QX_EMU_ENDPOINT_COMMAND_IN;
 constexpr unsigned char image_in_endpoint = QX_EMU_ENDPOINT_IMAGE_IN;
 constexpr unsigned char reserved_out_endpoint = 0x04;
-constexpr std::size_t setup_packet_size = 8;
 // What a current kernel's usbfs offers on an xHCI port.
 constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
                                              USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
@@ -108,6 +108,11 @@ std::string bus_description(const std::string& camera_speed) {
     const std::string text = std::string(what) + ": " + (error != nullptr ? error->message : "unknown error");
     g_clear_error(&error);
     throw std::runtime_error(text);
+}
+
+// The status a URB ends with after a transfer with this emulator status.
+int urb_status_of(int emulator_status) {
+    return emulator_status == QX_EMU_OK ? 0 : emulator_status == QX_EMU_STALL ? -EPIPE : -EPROTO;
 }
 
 usbdevfs_urb& urb_of(UMockdevIoctlData* data) {
@@ -357,32 +362,24 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
     if (slot == image_in_slot && length < QX_EMU_PACKET_SIZE) {
         // A packet longer than the buffer: the controller reports babble.
         finish(done, -EOVERFLOW, 0);
-    } else if (status == QX_EMU_OK) {
-        finish(done, 0, static_cast<int>(done_transfer.bytes));
-    } else if (status == QX_EMU_STALL) {
-        // The controller holds the endpoint's queue until the halt is cleared.
-        halted[slot] = true;
-        finish(done, -EPIPE, 0);
-    } else {
-        finish(done, -EPROTO, 0);
+        return true;
     }
+    // After a stall the controller holds the endpoint's queue until the halt is cleared.
+    halted[slot] = status == QX_EMU_STALL;
+    finish(done, urb_status_of(status), static_cast<int>(done_transfer.bytes));
     return true;
 }
 
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(const unsigned char* setup,
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(const usb_ctrlrequest& setup,
                                                                              unsigned char* data,
                                                                              int data_length) {
-    const unsigned request_type = setup[0];
-    const unsigned request = setup[1];
-    const unsigned value = setup[2] | setup[3] << 8;
-    const unsigned index = setup[4] | setup[5] << 8;
-    const unsigned length = setup[6] | setup[7] << 8;
     // GET_STATUS of an endpoint; bit 0 of the answer is its halt.
-    if (request_type == 0x82 && request == 0 && value == 0 && length >= 2 && data_length >= 2) {
+    if (setup.bRequestType == 0x82 && setup.bRequest == USB_REQ_GET_STATUS && setup.wValue == 0 &&
+        setup.wLength >= 2 && data_length >= 2) {
         int stalled = 0;
-        if (index != reserved_out_endpoint) {
+        if (setup.wIndex != reserved_out_endpoint) {
             const int status =
-                qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(index), &stalled);
+                qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(setup.wIndex), &stalled);
             if (status == QX_EMU_NO_DEVICE) {
                 mark_unplugged();
                 return {-1, ENODEV};
@@ -491,14 +488,8 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control(UMockdevIoc
     if (resolved == nullptr)
         return {-1, EFAULT};
     auto& transfer = *reinterpret_cast<usbdevfs_ctrltransfer*>(resolved->data);
-    const unsigned char setup[setup_packet_size] = {transfer.bRequestType,
-                                                    transfer.bRequest,
-                                                    static_cast<unsigned char>(transfer.wValue & 0xFF),
-                                                    static_cast<unsigned char>(transfer.wValue >> 8),
-                                                    static_cast<unsigned char>(transfer.wIndex & 0xFF),
-                                                    static_cast<unsigned char>(transfer.wIndex >> 8),
-                                                    static_cast<unsigned char>(transfer.wLength & 0xFF),
-                                                    static_cast<unsigned char>(transfer.wLength >> 8)};
+    const usb_ctrlrequest setup{transfer.bRequestType, transfer.bRequest, transfer.wValue, transfer.wIndex,
+                                transfer.wLength};
     UMockdevIoctlData* data = transfer.wLength > 0
                                   ? resolve(resolved, offsetof(usbdevfs_ctrltransfer, data), transfer.wLength)
                                   : nullptr;
@@ -534,11 +525,13 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
 
     answer refusal{0, 0};
     if (urb.type == USBDEVFS_URB_TYPE_CONTROL) {
-        if (urb.endpoint != 0 || length < static_cast<int>(setup_packet_size)) {
+        if (urb.endpoint != 0 || length < static_cast<int>(sizeof(usb_ctrlrequest))) {
             refusal = {-1, EINVAL};
         } else {
-            const answer reply = control_request(buffer, buffer + setup_packet_size,
-                                                 length - static_cast<int>(setup_packet_size));
+            usb_ctrlrequest setup;
+            std::memcpy(&setup, buffer, sizeof setup);
+            const answer reply =
+                control_request(setup, buffer + sizeof setup, length - static_cast<int>(sizeof setup));
             if (reply.error == ENODEV) {
                 refusal = reply;
             } else {
@@ -567,8 +560,7 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
                 release(record);
                 return {-1, ENODEV};
             }
-            finish(record, status == QX_EMU_OK ? 0 : status == QX_EMU_STALL ? -EPIPE : -EPROTO,
-                   status == QX_EMU_OK ? length : 0);
+            finish(record, urb_status_of(status), status == QX_EMU_OK ? length : 0);
             break;
         }
         case reserved_out_endpoint:
