@@ -505,10 +505,10 @@ HDEVINFO simulated_cypress_driver_class::get_class_devs(const GUID* interface_cl
     for (const interface_entry& entry : interfaces) {
         // Only present devices: an unplugged camera's interface is gone.
         if (entry.emulator_path.empty()) {
-            set->entries.push_back(entry);
+            set->push_back(entry);
         } else if (qx_emu_device* present = qx_emu_device_open(entry.emulator_path.c_str())) {
             qx_emu_device_close(present);
-            set->entries.push_back(entry);
+            set->push_back(entry);
         }
     }
     sets.push_back(std::move(set));
@@ -531,7 +531,7 @@ BOOL simulated_cypress_driver_class::enum_device_interfaces(HDEVINFO handle, con
         SetLastError(ERROR_GEN_FAILURE);
         return FALSE;
     }
-    if (member_index >= set->entries.size()) {
+    if (member_index >= set->size()) {
         SetLastError(ERROR_NO_MORE_ITEMS);
         return FALSE;
     }
@@ -549,13 +549,13 @@ BOOL simulated_cypress_driver_class::get_device_interface_detail(HDEVINFO handle
     std::lock_guard<std::mutex> guard(mutex);
     interface_set* set = find_set(handle);
     if (set == nullptr || interface_data == nullptr || interface_data->Reserved == 0 ||
-        interface_data->Reserved > set->entries.size()) {
+        interface_data->Reserved > set->size()) {
         violation("SetupDiGetDeviceInterfaceDetail: an interface that was not selected");
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
     const std::size_t index = interface_data->Reserved - 1;
-    const std::string& path = set->entries[index].path;
+    const std::string& path = (*set)[index].path;
     const DWORD needed = static_cast<DWORD>(offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath) + path.size() + 1);
     if (required_size != nullptr)
         *required_size = needed;

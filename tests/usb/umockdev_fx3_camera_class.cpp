@@ -12,10 +12,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 #include <span>
 #include <stdexcept>
-#include <vector>
 
 namespace qx::test {
 
@@ -43,13 +41,15 @@ constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS
 #define QX_BULK_ENDPOINT(address) \
     0x07, 0x05, address, 0x02, 0x00, 0x04, 0x00, 0x06, 0x30, 0x0F, 0x00, 0x00, 0x00
 
+// A hub's configuration: one interface of class 9 with its interrupt endpoint.
+#define QX_HUB_CONFIGURATION                                                                         \
+    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00, \
+        0x00, 0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00
+
 // clang-format off
-// A hub: one interface of class 9 with its interrupt endpoint.
-constexpr unsigned char hub_configuration[] = {
-    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00,
-    0x00, 0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00};
-constexpr unsigned char root_hub_device[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09)};
-constexpr unsigned char hub_device[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09)};
+constexpr unsigned char root_hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09),
+                                                  QX_HUB_CONFIGURATION};
+constexpr unsigned char hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09), QX_HUB_CONFIGURATION};
 // The camera: interface 0, vendor class, bulk endpoints 0x02, 0x82, 0x83, 0x04.
 constexpr unsigned char camera_descriptors[] = {
     QX_DEVICE_DESCRIPTOR(0x7C, 0x2A, 0x01, 0x61, 0x00),
@@ -57,35 +57,28 @@ constexpr unsigned char camera_descriptors[] = {
     0x09, 0x04, 0x00, 0x00, 0x04, 0xFF, 0x00, 0x00, 0x00,
     QX_BULK_ENDPOINT(0x02), QX_BULK_ENDPOINT(0x82), QX_BULK_ENDPOINT(0x83), QX_BULK_ENDPOINT(0x04)};
 // clang-format on
+#undef QX_HUB_CONFIGURATION
 #undef QX_BULK_ENDPOINT
 #undef QX_DEVICE_DESCRIPTOR
 
-// One device of the bus: root hub 3, a hub on its port 1, the camera on the
+// The devices of the bus: root hub 3, a hub on its port 1, the camera on the
 // hub's port 4 (the kernel names them "usb3", "3-1" and "3-1.4").
 struct bus_device {
     const char* sysfs_path;
     int address;
-    std::vector<unsigned char> descriptors;
+    std::span<const unsigned char> descriptors;
 };
-
-std::vector<bus_device> bus_devices() {
-    const auto joined = [](std::initializer_list<std::span<const unsigned char>> parts) {
-        std::vector<unsigned char> bytes;
-        for (const auto part : parts) bytes.insert(bytes.end(), part.begin(), part.end());
-        return bytes;
-    };
-    return {
-        {"/devices/pci0000:00/0000:00:14.0/usb3", 1, joined({root_hub_device, hub_configuration})},
-        {"/devices/pci0000:00/0000:00:14.0/usb3/3-1", 2, joined({hub_device, hub_configuration})},
-        {"/devices/pci0000:00/0000:00:14.0/usb3/3-1/3-1.4", 3, joined({camera_descriptors})},
-    };
-}
+constexpr bus_device bus_devices[] = {
+    {"/devices/pci0000:00/0000:00:14.0/usb3", 1, root_hub_descriptors},
+    {"/devices/pci0000:00/0000:00:14.0/usb3/3-1", 2, hub_descriptors},
+    {"/devices/pci0000:00/0000:00:14.0/usb3/3-1/3-1.4", 3, camera_descriptors},
+};
 
 // The bus in umockdev's description format. Only the camera's node gets the
 // ioctl handler; the hubs' nodes are plain files.
 std::string bus_description(const std::string& camera_speed) {
     std::string text;
-    for (const auto& device : bus_devices()) {
+    for (const auto& device : bus_devices) {
         char node[32];
         std::snprintf(node, sizeof node, "bus/usb/003/%03d", device.address);
         const bool camera = device.address == 3;
