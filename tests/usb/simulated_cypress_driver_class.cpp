@@ -4,10 +4,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "support/emulated_endpoints.h"
 #include "usb/cypress_driver_interface_class.h"
 #include "usb/cypress_driver_protocol.h"
 #include "usb/usb_transfer_header.h"
-#include "support/emulated_endpoints.h"
 
 namespace qx::test {
 

@@ -21,7 +21,6 @@
 #include <vector>
 
 #include "quendral_vko_camera_emulator.h"
-#include "support/emulated_endpoints.h"
 #include "usb/windows_driver_calls.h"
 
 namespace qx::test {
