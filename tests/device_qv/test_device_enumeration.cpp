@@ -33,32 +33,24 @@ std::string path_at(const device_enumerator_class& enumerator, int index) {
     return path;
 }
 
-TEST(device_enumeration, keeps_the_family_and_at_most_eight) {
-    std::vector<std::string> candidates;
-    for (int port = 1; port <= 9; ++port) {
-        candidates.push_back("USB:BUS_001:PORT_" + std::to_string(port) + ":VID_2A7C&PID_6101");
-    }
-    device_enumerator_class enumerator;
-    enumerator.filter_candidates(candidates, family_filter());
-    EXPECT_EQ(enumerator.count(), 8);
-    EXPECT_EQ(path_at(enumerator, 7), "USB:BUS_001:PORT_8:VID_2A7C&PID_6101");
-    EXPECT_EQ(path_at(enumerator, 8), "<none>");
-}
-
-TEST(device_enumeration, filters_by_vendor_and_product_and_reads_lower_case_paths) {
-    const std::vector<std::string> candidates = {
+TEST(device_enumeration, keeps_the_first_eight_of_the_family_and_stores_their_paths_upper_case) {
+    std::vector<std::string> candidates = {
         "USB:BUS_001:PORT_1:VID_2A7C&PID_6118",  // not a product of the family
         "USB:BUS_001:PORT_2:VID_1234&PID_6101",  // another vendor
         "USB:BUS_001:PORT_3:NO_IDS_HERE",        // no ids at all
+        "USB:BUS_001:PORT_5:VID_2A7C",           // no product id
         "usb:bus_002:port_4:vid_2a7c&pid_611e",  // lower case: found and stored upper case
         "\\\\?\\usb#vid_2a7c&pid_6210#5&1a2b3c#{guid}",
-        "USB:BUS_001:PORT_5:VID_2A7C",  // no product id
     };
+    for (int port = 1; port <= 7; ++port)
+        candidates.push_back("USB:BUS_003:PORT_" + std::to_string(port) + ":VID_2A7C&PID_6101");
     device_enumerator_class enumerator;
     enumerator.filter_candidates(candidates, family_filter());
-    ASSERT_EQ(enumerator.count(), 2);
+    ASSERT_EQ(enumerator.count(), 8);
     EXPECT_EQ(path_at(enumerator, 0), "USB:BUS_002:PORT_4:VID_2A7C&PID_611E");
     EXPECT_EQ(path_at(enumerator, 1), "\\\\?\\USB#VID_2A7C&PID_6210#5&1A2B3C#{GUID}");
+    EXPECT_EQ(path_at(enumerator, 7), "USB:BUS_003:PORT_6:VID_2A7C&PID_6101");
+    EXPECT_EQ(path_at(enumerator, 8), "<none>");
 }
 
 TEST(device_enumeration, path_fetch_is_bounded_and_padded) {

@@ -8,6 +8,8 @@
 namespace qx::emulator::testing {
 namespace {
 
+using qx::test::emulated_path;
+
 struct recorded_event {
     int code;
     std::string path;
@@ -29,24 +31,14 @@ std::vector<recorded_event> take_events() {
     return std::exchange(events, {});
 }
 
-std::string path_at(const char* family, int index) {
-    char path[64] = {};
-    EXPECT_EQ(qx_emu_get_camera_path(family, index, path, sizeof path), QX_EMU_OK) << qx_emu_get_last_error();
-    return path;
-}
-
+// One command on a fresh connection to the camera at `path`.
 std::string ask(const std::string& path, const std::string& text) {
     qx_emu_device* device = qx_emu_device_open(path.c_str());
-    if (device == nullptr) {
+    if (device == nullptr)
         return "<closed>";
-    }
-    const std::string bytes = text + '\0';
-    char reply[QX_EMU_REPLY_SIZE] = {};
-    std::size_t transferred = 0;
-    EXPECT_EQ(qx_emu_device_write(device, bytes.data(), bytes.size(), 100), QX_EMU_OK);
-    EXPECT_EQ(qx_emu_device_read(device, reply, sizeof reply, &transferred, 100), QX_EMU_OK);
+    const std::string reply = qx::test::command_exchange(device, text + '\0');
     qx_emu_device_close(device);
-    return reply;
+    return reply.substr(0, reply.find('\0'));
 }
 
 class emulator_registry_class_test : public ::testing::Test {
@@ -68,7 +60,7 @@ TEST_F(emulator_registry_class_test, a_number_gives_default_cameras_on_ports_in_
     EXPECT_EQ(qx_emu_get_camera_count("qv"), 3);
     EXPECT_EQ(qx_emu_get_camera_count("ralto"), 0);
     for (int i = 0; i < 3; ++i) {
-        const auto path = path_at("qv", i);
+        const auto path = emulated_path(i, "qv");
         EXPECT_EQ(path, "EMU:BUS_000:PORT_" + std::to_string(i + 1) + ":VID_2A7C&PID_6101");
         EXPECT_EQ(ask(path, "sernum"), "QV1000000" + std::to_string(i + 1));
     }
@@ -76,12 +68,12 @@ TEST_F(emulator_registry_class_test, a_number_gives_default_cameras_on_ports_in_
     ASSERT_EQ(events.size(), 3u);
     EXPECT_EQ(events[0], (recorded_event{1, "EMU:BUS_000:PORT_1:VID_2A7C&PID_6101", 0x2A7C, 0x6101}));
     // Ids are 16 upper-case hexadecimal digits, stable for a serial number and distinct.
-    const auto first_id = ask(path_at(nullptr, 0), "id");
+    const auto first_id = ask(emulated_path(0, nullptr), "id");
     EXPECT_EQ(first_id.size(), 16u);
     EXPECT_EQ(first_id.find_first_not_of("0123456789ABCDEF"), std::string::npos);
-    EXPECT_NE(first_id, ask(path_at(nullptr, 1), "id"));
+    EXPECT_NE(first_id, ask(emulated_path(1, nullptr), "id"));
     ASSERT_EQ(qx_emu_reset("1"), QX_EMU_OK);
-    EXPECT_EQ(ask(path_at(nullptr, 0), "id"), first_id);
+    EXPECT_EQ(ask(emulated_path(0, nullptr), "id"), first_id);
     const auto replaced = take_events();
     EXPECT_EQ(replaced.size(), 4u) << "three departures and one arrival";
     EXPECT_EQ(replaced[0].code, 2);
@@ -93,12 +85,12 @@ TEST_F(emulator_registry_class_test, families_ports_and_product_ids) {
         << qx_emu_get_last_error();
     EXPECT_EQ(qx_emu_get_camera_count("qv"), 2);
     EXPECT_EQ(qx_emu_get_camera_count("ralto"), 1);
-    EXPECT_EQ(path_at("ralto", 0), "EMU:BUS_000:PORT_2:VID_2A7C&PID_7101");
-    EXPECT_EQ(path_at(nullptr, 1), "EMU:BUS_000:PORT_1:VID_2A7C&PID_6101");
-    EXPECT_EQ(path_at("qv", 1), "EMU:BUS_000:PORT_3:VID_2A7C&PID_6118")
+    EXPECT_EQ(emulated_path(0, "ralto"), "EMU:BUS_000:PORT_2:VID_2A7C&PID_7101");
+    EXPECT_EQ(emulated_path(1, nullptr), "EMU:BUS_000:PORT_1:VID_2A7C&PID_6101");
+    EXPECT_EQ(emulated_path(1, "qv"), "EMU:BUS_000:PORT_3:VID_2A7C&PID_6118")
         << "a product outside the family's table";
-    EXPECT_EQ(ask(path_at("ralto", 0), "sernum"), "RT10000001");
-    EXPECT_EQ(ask(path_at("ralto", 0), "model"), "RALTO-2448M");
+    EXPECT_EQ(ask(emulated_path(0, "ralto"), "sernum"), "RT10000001");
+    EXPECT_EQ(ask(emulated_path(0, "ralto"), "model"), "RALTO-2448M");
 
     char path[64];
     EXPECT_EQ(qx_emu_get_camera_path("qv", 2, path, sizeof path), QX_EMU_INVALID);
@@ -163,7 +155,7 @@ TEST_F(emulator_registry_class_test, a_moved_camera_keeps_identity_name_and_memo
     EXPECT_EQ(ask(moved, "name"), "moved one");
     EXPECT_EQ(ask(moved, "nvstor rb 0 3"), "nvstor rb 0 3:hi\xFF");
     EXPECT_EQ(ask(moved, "exp"), "10000") << "settings start afresh after the replug";
-    EXPECT_EQ(path_at(nullptr, 1), std::string(moved)) << "a moved camera is plugged in last";
+    EXPECT_EQ(emulated_path(1, nullptr), std::string(moved)) << "a moved camera is plugged in last";
     ASSERT_EQ(qx_emu_move_camera(moved, 0, moved, sizeof moved), QX_EMU_OK);
     EXPECT_EQ(std::string(moved), "EMU:BUS_000:PORT_3:VID_2A7C&PID_6101");
 }

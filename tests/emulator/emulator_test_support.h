@@ -10,10 +10,11 @@
 #include <vector>
 
 #include "quendral_vko_camera_emulator.h"
+#include "support/emulated_camera_fixture.h"
 
 namespace qx::emulator::testing {
 
-/** A small, fast camera for tests; @p extra_keys are added to its JSON object. */
+/** A small, fast camera; @p extra_keys are added to its JSON object. */
 inline std::string small_camera_json(const std::string& extra_keys = "") {
     return R"({"sensor_width":64,"sensor_height":8,"pacing":"fast")" +
            (extra_keys.empty() ? std::string() : "," + extra_keys) + "}";
@@ -31,55 +32,8 @@ inline std::string case_label(const std::string& text) {
     return label.substr(0, 60);
 }
 
-/** Replaces the emulator's set by one camera and opens it. */
-class emulated_camera {
-  public:
-    explicit emulated_camera(const std::string& camera_json = small_camera_json()) {
-        const std::string set = "[" + camera_json + "]";
-        EXPECT_EQ(qx_emu_reset(set.c_str()), QX_EMU_OK) << qx_emu_get_last_error();
-        char buffer[128] = {};
-        EXPECT_EQ(qx_emu_get_camera_path(nullptr, 0, buffer, sizeof buffer), QX_EMU_OK)
-            << qx_emu_get_last_error();
-        path = buffer;
-        device = qx_emu_device_open(path.c_str());
-        EXPECT_NE(device, nullptr) << qx_emu_get_last_error();
-    }
-    ~emulated_camera() { qx_emu_device_close(device); }
-    emulated_camera(const emulated_camera&) = delete;
-    emulated_camera& operator=(const emulated_camera&) = delete;
-
-    /** Sends @p text with its NUL and answers the reply up to its NUL ("<status N>" on failure). */
-    std::string command(const std::string& text) const { return exchange(std::string(text) + '\0'); }
-
-    /** Sends raw bytes and answers the whole reply, NUL included. */
-    std::string exchange_raw(const std::string& bytes) const {
-        if (const int status = qx_emu_device_write(device, bytes.data(), bytes.size(), 100);
-            status != QX_EMU_OK) {
-            return "<status " + std::to_string(status) + ">";
-        }
-        char reply[QX_EMU_REPLY_SIZE];
-        std::size_t transferred = 0;
-        if (const int status = qx_emu_device_read(device, reply, sizeof reply, &transferred, 100);
-            status != QX_EMU_OK) {
-            return "<status " + std::to_string(status) + ">";
-        }
-        return std::string(reply, transferred);
-    }
-
-    std::string exchange(const std::string& bytes) const {
-        const auto reply = exchange_raw(bytes);
-        return reply.substr(0, reply.find('\0'));
-    }
-
-    qx_emu_counters counters() const {
-        qx_emu_counters counters{};
-        EXPECT_EQ(qx_emu_get_counters(path.c_str(), &counters), QX_EMU_OK) << qx_emu_get_last_error();
-        return counters;
-    }
-
-    std::string path;
-    qx_emu_device* device = nullptr;
-};
+/** One camera opened on its device interface, as the other tests use it. */
+using qx::test::emulated_camera;
 
 inline std::uint32_t word_at(const std::uint8_t* bytes, std::size_t offset) {
     return static_cast<std::uint32_t>(bytes[offset]) | static_cast<std::uint32_t>(bytes[offset + 1]) << 8 |

@@ -218,9 +218,6 @@ record_words record_of(const packet& first) {
 }
 
 TEST(fault_schedule_class, corrupt_metadata_damages_only_the_records_it_is_told_to) {
-    const auto tag = [](const char(&text)[5]) {
-        return word_at(reinterpret_cast<const std::uint8_t*>(text), 0);
-    };
     const record_words intact{tag("VKO\0"), tag("TSLO"), 7, tag("ENDT")};
     const struct {
         const char* mode;

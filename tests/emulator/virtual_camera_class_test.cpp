@@ -9,7 +9,7 @@ namespace qx::emulator::testing {
 namespace {
 
 TEST(virtual_camera_class, a_reply_is_read_once_cut_to_the_reader_and_replaced_by_the_next_command) {
-    const emulated_camera camera;
+    const emulated_camera camera(small_camera_json());
     char reply[QX_EMU_REPLY_SIZE];
     std::size_t transferred = 99;
     EXPECT_EQ(qx_emu_device_read(camera.device, reply, sizeof reply, &transferred, 5), QX_EMU_TIMEOUT);
@@ -26,7 +26,7 @@ TEST(virtual_camera_class, a_reply_is_read_once_cut_to_the_reader_and_replaced_b
 // The read and the write race: whichever comes first, the read gets the
 // reply (a waiting read is woken, a later one finds it).
 TEST(virtual_camera_class, a_read_gets_the_reply_of_a_write_from_another_thread) {
-    const emulated_camera camera;
+    const emulated_camera camera(small_camera_json());
     for (int round = 0; round < 20; ++round) {
         std::thread writer([&] { EXPECT_EQ(qx_emu_device_write(camera.device, "exp", 4, 10), QX_EMU_OK); });
         char reply[QX_EMU_REPLY_SIZE] = {};
@@ -60,7 +60,7 @@ TEST(virtual_camera_class, endpoints_and_port_reset) {
 }
 
 TEST(virtual_camera_class, arguments_are_checked_at_the_boundary) {
-    const emulated_camera camera;
+    const emulated_camera camera(small_camera_json());
     char buffer[QX_EMU_PACKET_SIZE];
     std::size_t transferred = 0;
     EXPECT_EQ(qx_emu_device_write(nullptr, "id", 3, 10), QX_EMU_INVALID);

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "quendral_vko_camera_emulator.h"
 #include "quendral_vko_camera_sdk.h"
+#include "support/emulated_camera_fixture.h"
 
 namespace qx::test {
 
@@ -18,11 +18,8 @@ class sdk_camera_fixture : public ::testing::Test {
     // Configures the emulator with one camera (a JSON object), opens the kit
     // and the camera.
     void open_camera_with(const std::string& camera_json) {
-        ASSERT_EQ(qx_emu_reset((R"({"cameras":[)" + camera_json + "]}").c_str()), QX_EMU_OK)
-            << qx_emu_get_last_error();
-        char path[256] = {};
-        ASSERT_EQ(qx_emu_get_camera_path("qv", 0, path, sizeof path), QX_EMU_OK);
-        device_path = path;
+        configure_emulator(R"({"cameras":[)" + camera_json + "]}");
+        device_path = emulated_path();
         ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
         sdk_open = true;
         char serials[1024] = {};
@@ -53,11 +50,7 @@ class sdk_camera_fixture : public ::testing::Test {
             << text << ": " << qx_camera_get_last_error();
     }
 
-    qx_emu_counters counters() {
-        qx_emu_counters values{};
-        EXPECT_EQ(qx_emu_get_counters(device_path.c_str(), &values), QX_EMU_OK);
-        return values;
-    }
+    qx_emu_counters counters() { return emulator_counters(device_path); }
 
     std::string device_path;
     void* camera = nullptr;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "support/emulated_endpoints.h"
 #include "usb/cypress_driver_interface_class.h"
 #include "usb/cypress_driver_protocol.h"
 #include "usb/usb_transfer_header.h"
@@ -15,20 +16,12 @@ namespace {
 using qx::usb::T_USB_TRANSFER_HEADER_STRUCT_PACKED;
 using qx::usb::transfer_header_size;
 
-// The three endpoints a camera serves, one request queue each.
-constexpr std::uint8_t endpoints[] = {0x02, 0x82, 0x83};
-constexpr DWORD endpoint_data_sizes[] = {1024, 1024, 16384};
+// The data each endpoint's requests carry: at most this much for a command,
+// exactly this much for a read.
+constexpr DWORD endpoint_data_sizes[camera_endpoint_count] = {1024, 1024, 16384};
 // How long the driver waits on the emulator before it looks for a
 // cancellation again.
 constexpr unsigned service_slice_ms = 20;
-
-int queue_of(std::uint8_t endpoint) {
-    for (int index = 0; index < 3; ++index) {
-        if (endpoints[index] == endpoint)
-            return index;
-    }
-    return -1;
-}
 
 std::string upper_case(std::string text) {
     for (char& c : text) {
@@ -55,17 +48,17 @@ struct simulated_cypress_driver_class::pending_request {
 
 struct simulated_cypress_driver_class::open_device {
     qx_emu_device* emulator = nullptr;
-    std::deque<std::shared_ptr<pending_request>> queues[3];
+    std::deque<std::shared_ptr<pending_request>> queues[camera_endpoint_count];
     // Data that arrived for a read cancelled meanwhile: it stays in the
     // device's buffer for the next read of the endpoint.
-    std::vector<unsigned char> unread[3];
-    std::shared_ptr<pending_request> in_service[3];
+    std::vector<unsigned char> unread[camera_endpoint_count];
+    std::shared_ptr<pending_request> in_service[camera_endpoint_count];
     std::map<OVERLAPPED*, std::pair<DWORD, DWORD>> results;  // error, bytes
     std::condition_variable wake;
     std::condition_variable completed;
     bool closing = false;
     bool removed = false;
-    std::thread workers[3];
+    std::thread workers[camera_endpoint_count];
 
     // Hands a request back: its result, its overlapped block and its event.
     void complete(OVERLAPPED* overlapped, DWORD error, DWORD bytes) {
@@ -129,9 +122,10 @@ int simulated_cypress_driver_class::open_interface_sets() const {
 
 int simulated_cypress_driver_class::image_reads_held() const {
     std::lock_guard<std::mutex> guard(mutex);
+    const int image_queue = camera_endpoint_index(QX_EMU_ENDPOINT_IMAGE_IN);
     int held = 0;
     for (const open_device* device : devices)
-        held += static_cast<int>(device->queues[2].size()) + (device->in_service[2] ? 1 : 0);
+        held += static_cast<int>(device->queues[image_queue].size()) + (device->in_service[image_queue] ? 1 : 0);
     return held;
 }
 
@@ -156,7 +150,7 @@ HANDLE simulated_cypress_driver_class::create_file(const char* path, DWORD acces
         auto* device = new open_device;
         device->emulator = emulator;
         devices.insert(device);
-        for (int queue = 0; queue < 3; ++queue)
+        for (int queue = 0; queue < static_cast<int>(camera_endpoint_count); ++queue)
             device->workers[queue] = std::thread([this, device, queue] { serve_endpoint(*device, queue); });
         return reinterpret_cast<HANDLE>(device);
     }
@@ -173,7 +167,8 @@ BOOL simulated_cypress_driver_class::close_device(HANDLE handle) {
             return FALSE;
         }
         device->closing = true;
-        for (int queue = 0; queue < 3; ++queue) device->cancel_in_service(queue);
+        for (std::size_t queue = 0; queue < camera_endpoint_count; ++queue)
+            device->cancel_in_service(static_cast<int>(queue));
         device->wake.notify_all();
     }
     for (std::thread& worker : device->workers) worker.join();
@@ -192,7 +187,7 @@ BOOL simulated_cypress_driver_class::close_device(HANDLE handle) {
 }
 
 void simulated_cypress_driver_class::serve_endpoint(open_device& device, int queue_index) {
-    const std::uint8_t endpoint = endpoints[queue_index];
+    const std::uint8_t endpoint = camera_endpoints[queue_index];
     // The emulator works on a buffer of the driver's own, so that a request
     // cancelled meanwhile has its buffer back at once, untouched.
     std::vector<unsigned char> bounce(endpoint_data_sizes[queue_index]);
@@ -206,7 +201,7 @@ void simulated_cypress_driver_class::serve_endpoint(open_device& device, int que
         device.in_service[queue_index] = request;
         unsigned char* data = request->buffer + transfer_header_size;
         const DWORD data_size = request->size - transfer_header_size;
-        if (endpoint == 0x02)
+        if (endpoint == QX_EMU_ENDPOINT_COMMAND_OUT)
             std::memcpy(bounce.data(), data, data_size);
         DWORD error = 0;
         DWORD bytes = 0;
@@ -221,24 +216,20 @@ void simulated_cypress_driver_class::serve_endpoint(open_device& device, int que
         }
         for (;;) {
             lock.unlock();
-            std::size_t read = data_size;
-            int status = QX_EMU_OK;
-            if (endpoint == 0x02)
-                status = qx_emu_device_write(device.emulator, bounce.data(), data_size, service_slice_ms);
-            else if (endpoint == 0x82)
-                status = qx_emu_device_read(device.emulator, bounce.data(), data_size, &read, service_slice_ms);
-            else
-                status = qx_emu_device_read_packet(device.emulator, bounce.data(), service_slice_ms);
+            const endpoint_transfer done =
+                transfer_on_endpoint(device.emulator, endpoint, bounce.data(), data_size, service_slice_ms);
+            const int status = done.status;
+            const std::size_t read = done.bytes;
             lock.lock();
             if (request->cancelled || device.closing) {
-                if (status == QX_EMU_OK && endpoint != 0x02)
+                if (status == QX_EMU_OK && endpoint != QX_EMU_ENDPOINT_COMMAND_OUT)
                     device.unread[queue_index].assign(bounce.begin(), bounce.begin() + static_cast<std::ptrdiff_t>(read));
                 break;
             }
             if (status == QX_EMU_TIMEOUT)
                 continue;
             if (status == QX_EMU_OK) {
-                if (endpoint != 0x02)
+                if (endpoint != QX_EMU_ENDPOINT_COMMAND_OUT)
                     std::memcpy(data, bounce.data(), read);
                 bytes = transfer_header_size + static_cast<DWORD>(read);
             } else if (status == QX_EMU_NO_DEVICE) {
@@ -267,12 +258,12 @@ bool simulated_cypress_driver_class::check_bulk_request(std::uint8_t endpoint, c
                                                         DWORD size) {
     T_USB_TRANSFER_HEADER_STRUCT_PACKED header{};
     std::memcpy(&header, buffer, sizeof header);
-    const int queue = queue_of(endpoint);
+    const int queue = camera_endpoint_index(endpoint);
     std::string problems;
     if (queue < 0)
         problems += " endpoint " + hex(endpoint) + " is not one of the camera's;";
     if (header.request_type != 0 || header.request_code != 0 || header.value != 0 || header.index != 0 ||
-        header.control_length != 0 || header.reserved != 0) {
+        header.control_length != 0 || header.control_timeout != 0 || header.reserved != 0) {
         problems += " control fields set;";
     }
     for (std::uint32_t field : header.driver_fields) {
@@ -310,7 +301,7 @@ BOOL simulated_cypress_driver_class::submit_bulk(open_device& device, void* buff
         SetLastError(ERROR_DEVICE_NOT_CONNECTED);
         return FALSE;
     }
-    const int queue = queue_of(endpoint);
+    const int queue = camera_endpoint_index(endpoint);
     for (const auto& held : device.queues[queue]) {
         if (held->overlapped == overlapped)
             violation("an overlapped block submitted while the driver still holds it");
@@ -346,9 +337,14 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
             return refuse("a control transfer is a 38-byte header in, header and data out");
         }
         std::memcpy(&header, in, sizeof header);
-        const T_USB_TRANSFER_HEADER_STRUCT_PACKED expected =
-            qx::usb::endpoint_status_request(static_cast<std::uint8_t>(header.index));
-        if (std::memcmp(&header, &expected, sizeof header) != 0 || queue_of(static_cast<std::uint8_t>(header.index)) < 0)
+        // GET_STATUS (device to host, standard, to an endpoint) for two
+        // bytes, with the driver's 5 ms control time-out and no bulk endpoint.
+        const std::uint32_t no_driver_fields[4] = {};
+        if (header.request_type != 0x82 || header.request_code != 0 || header.value != 0 ||
+            camera_endpoint_index(header.index) < 0 || header.control_length != 2 || header.control_timeout != 5 ||
+            header.reserved != 0 || header.endpoint_address != 0 ||
+            std::memcmp(header.driver_fields, no_driver_fields, sizeof no_driver_fields) != 0 ||
+            header.data_offset != transfer_header_size || header.data_length != 2)
             return refuse("not a GET_STATUS request to one of the camera's endpoints");
         int stalled = 0;
         status = qx_emu_device_get_endpoint_stalled(device.emulator, static_cast<unsigned char>(header.index),
@@ -359,7 +355,7 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
     } else if (code == cypress::reset_pipe_code || code == cypress::abort_pipe_code) {
         if (in == nullptr || input_size != 1 || output_size != 0)
             return refuse("a pipe request carries the one-byte endpoint address");
-        const int queue = queue_of(in[0]);
+        const int queue = camera_endpoint_index(in[0]);
         if (queue < 0)
             return refuse("pipe request for endpoint " + hex(in[0]));
         if (code == cypress::reset_pipe_code) {
@@ -467,7 +463,7 @@ BOOL simulated_cypress_driver_class::cancel_io(HANDLE handle, OVERLAPPED* overla
         SetLastError(ERROR_INVALID_HANDLE);
         return FALSE;
     }
-    for (int queue = 0; queue < 3; ++queue) {
+    for (int queue = 0; queue < static_cast<int>(camera_endpoint_count); ++queue) {
         auto& pending = device->queues[queue];
         const auto found = std::find_if(pending.begin(), pending.end(),
                                         [&](const auto& request) { return request->overlapped == overlapped; });
@@ -509,10 +505,10 @@ HDEVINFO simulated_cypress_driver_class::get_class_devs(const GUID* interface_cl
     for (const interface_entry& entry : interfaces) {
         // Only present devices: an unplugged camera's interface is gone.
         if (entry.emulator_path.empty()) {
-            set->entries.push_back(entry);
+            set->push_back(entry);
         } else if (qx_emu_device* present = qx_emu_device_open(entry.emulator_path.c_str())) {
             qx_emu_device_close(present);
-            set->entries.push_back(entry);
+            set->push_back(entry);
         }
     }
     sets.push_back(std::move(set));
@@ -535,7 +531,7 @@ BOOL simulated_cypress_driver_class::enum_device_interfaces(HDEVINFO handle, con
         SetLastError(ERROR_GEN_FAILURE);
         return FALSE;
     }
-    if (member_index >= set->entries.size()) {
+    if (member_index >= set->size()) {
         SetLastError(ERROR_NO_MORE_ITEMS);
         return FALSE;
     }
@@ -553,13 +549,13 @@ BOOL simulated_cypress_driver_class::get_device_interface_detail(HDEVINFO handle
     std::lock_guard<std::mutex> guard(mutex);
     interface_set* set = find_set(handle);
     if (set == nullptr || interface_data == nullptr || interface_data->Reserved == 0 ||
-        interface_data->Reserved > set->entries.size()) {
+        interface_data->Reserved > set->size()) {
         violation("SetupDiGetDeviceInterfaceDetail: an interface that was not selected");
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
     const std::size_t index = interface_data->Reserved - 1;
-    const std::string& path = set->entries[index].path;
+    const std::string& path = (*set)[index].path;
     const DWORD needed = static_cast<DWORD>(offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath) + path.size() + 1);
     if (required_size != nullptr)
         *required_size = needed;

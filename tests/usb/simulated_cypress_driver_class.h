@@ -80,9 +80,8 @@ class simulated_cypress_driver_class final : public qx::usb::windows_driver_call
         std::string path;
         std::string emulator_path;
     };
-    struct interface_set {
-        std::vector<interface_entry> entries;
-    };
+    // A device information set: the interfaces present when it was asked for.
+    using interface_set = std::vector<interface_entry>;
 
     void violation(const std::string& text);
     bool check_bulk_request(std::uint8_t endpoint, const unsigned char* buffer, DWORD size);

@@ -1,5 +1,8 @@
 #include "usb/umockdev_fx3_camera_class.h"
 
+#include "support/emulated_endpoints.h"
+
+#include <linux/usb/ch9.h>
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
 
@@ -9,10 +12,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 #include <span>
 #include <stdexcept>
-#include <vector>
 
 namespace qx::test {
 
@@ -26,7 +27,6 @@ constexpr unsigned char command_out_endpoint = QX_EMU_ENDPOINT_COMMAND_OUT;
 constexpr unsigned char command_in_endpoint = QX_EMU_ENDPOINT_COMMAND_IN;
 constexpr unsigned char image_in_endpoint = QX_EMU_ENDPOINT_IMAGE_IN;
 constexpr unsigned char reserved_out_endpoint = 0x04;
-constexpr std::size_t setup_packet_size = 8;
 // What a current kernel's usbfs offers on an xHCI port.
 constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
                                              USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
@@ -41,13 +41,15 @@ constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS
 #define QX_BULK_ENDPOINT(address) \
     0x07, 0x05, address, 0x02, 0x00, 0x04, 0x00, 0x06, 0x30, 0x0F, 0x00, 0x00, 0x00
 
+// A hub's configuration: one interface of class 9 with its interrupt endpoint.
+#define QX_HUB_CONFIGURATION                                                                         \
+    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00, \
+        0x00, 0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00
+
 // clang-format off
-// A hub: one interface of class 9 with its interrupt endpoint.
-constexpr unsigned char hub_configuration[] = {
-    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00,
-    0x00, 0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00};
-constexpr unsigned char root_hub_device[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09)};
-constexpr unsigned char hub_device[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09)};
+constexpr unsigned char root_hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09),
+                                                  QX_HUB_CONFIGURATION};
+constexpr unsigned char hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09), QX_HUB_CONFIGURATION};
 // The camera: interface 0, vendor class, bulk endpoints 0x02, 0x82, 0x83, 0x04.
 constexpr unsigned char camera_descriptors[] = {
     QX_DEVICE_DESCRIPTOR(0x7C, 0x2A, 0x01, 0x61, 0x00),
@@ -55,35 +57,28 @@ constexpr unsigned char camera_descriptors[] = {
     0x09, 0x04, 0x00, 0x00, 0x04, 0xFF, 0x00, 0x00, 0x00,
     QX_BULK_ENDPOINT(0x02), QX_BULK_ENDPOINT(0x82), QX_BULK_ENDPOINT(0x83), QX_BULK_ENDPOINT(0x04)};
 // clang-format on
+#undef QX_HUB_CONFIGURATION
 #undef QX_BULK_ENDPOINT
 #undef QX_DEVICE_DESCRIPTOR
 
-// One device of the bus: root hub 3, a hub on its port 1, the camera on the
+// The devices of the bus: root hub 3, a hub on its port 1, the camera on the
 // hub's port 4 (the kernel names them "usb3", "3-1" and "3-1.4").
 struct bus_device {
     const char* sysfs_path;
     int address;
-    std::vector<unsigned char> descriptors;
+    std::span<const unsigned char> descriptors;
 };
-
-std::vector<bus_device> bus_devices() {
-    const auto joined = [](std::initializer_list<std::span<const unsigned char>> parts) {
-        std::vector<unsigned char> bytes;
-        for (const auto part : parts) bytes.insert(bytes.end(), part.begin(), part.end());
-        return bytes;
-    };
-    return {
-        {"/devices/pci0000:00/0000:00:14.0/usb3", 1, joined({root_hub_device, hub_configuration})},
-        {"/devices/pci0000:00/0000:00:14.0/usb3/3-1", 2, joined({hub_device, hub_configuration})},
-        {"/devices/pci0000:00/0000:00:14.0/usb3/3-1/3-1.4", 3, joined({camera_descriptors})},
-    };
-}
+constexpr bus_device bus_devices[] = {
+    {"/devices/pci0000:00/0000:00:14.0/usb3", 1, root_hub_descriptors},
+    {"/devices/pci0000:00/0000:00:14.0/usb3/3-1", 2, hub_descriptors},
+    {"/devices/pci0000:00/0000:00:14.0/usb3/3-1/3-1.4", 3, camera_descriptors},
+};
 
 // The bus in umockdev's description format. Only the camera's node gets the
 // ioctl handler; the hubs' nodes are plain files.
 std::string bus_description(const std::string& camera_speed) {
     std::string text;
-    for (const auto& device : bus_devices()) {
+    for (const auto& device : bus_devices) {
         char node[32];
         std::snprintf(node, sizeof node, "bus/usb/003/%03d", device.address);
         const bool camera = device.address == 3;
@@ -106,6 +101,11 @@ std::string bus_description(const std::string& camera_speed) {
     const std::string text = std::string(what) + ": " + (error != nullptr ? error->message : "unknown error");
     g_clear_error(&error);
     throw std::runtime_error(text);
+}
+
+// The status a URB ends with after a transfer with this emulator status.
+int urb_status_of(int emulator_status) {
+    return emulator_status == QX_EMU_OK ? 0 : emulator_status == QX_EMU_STALL ? -EPIPE : -EPROTO;
 }
 
 usbdevfs_urb& urb_of(UMockdevIoctlData* data) {
@@ -337,19 +337,13 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
     if (unplugged || halted[slot] || pending[slot].empty())
         return false;
     urb_record& front = pending[slot].front();
-    auto* buffer = front.buffer != nullptr ? front.buffer->data : nullptr;
     const int length = urb_of(front.urb).buffer_length;
-    int status = QX_EMU_OK;
-    int actual_length = 0;
     // The emulator is asked without waiting; the loop comes back within 1 ms.
-    if (slot == command_in_slot) {
-        std::size_t transferred = 0;
-        status = qx_emu_device_read(device, buffer, static_cast<std::size_t>(length), &transferred, 0);
-        actual_length = static_cast<int>(transferred);
-    } else if (length >= QX_EMU_PACKET_SIZE) {
-        status = qx_emu_device_read_packet(device, buffer, 0);
-        actual_length = QX_EMU_PACKET_SIZE;
-    }
+    const endpoint_transfer done_transfer =
+        transfer_on_endpoint(device, slot == command_in_slot ? command_in_endpoint : image_in_endpoint,
+                             front.buffer != nullptr ? front.buffer->data : nullptr,
+                             static_cast<std::size_t>(length), 0);
+    const int status = done_transfer.status;
     if (status == QX_EMU_TIMEOUT)
         return false;
     if (status == QX_EMU_NO_DEVICE) {
@@ -361,32 +355,24 @@ bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
     if (slot == image_in_slot && length < QX_EMU_PACKET_SIZE) {
         // A packet longer than the buffer: the controller reports babble.
         finish(done, -EOVERFLOW, 0);
-    } else if (status == QX_EMU_OK) {
-        finish(done, 0, actual_length);
-    } else if (status == QX_EMU_STALL) {
-        // The controller holds the endpoint's queue until the halt is cleared.
-        halted[slot] = true;
-        finish(done, -EPIPE, 0);
-    } else {
-        finish(done, -EPROTO, 0);
+        return true;
     }
+    // After a stall the controller holds the endpoint's queue until the halt is cleared.
+    halted[slot] = status == QX_EMU_STALL;
+    finish(done, urb_status_of(status), static_cast<int>(done_transfer.bytes));
     return true;
 }
 
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(const unsigned char* setup,
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(const usb_ctrlrequest& setup,
                                                                              unsigned char* data,
                                                                              int data_length) {
-    const unsigned request_type = setup[0];
-    const unsigned request = setup[1];
-    const unsigned value = setup[2] | setup[3] << 8;
-    const unsigned index = setup[4] | setup[5] << 8;
-    const unsigned length = setup[6] | setup[7] << 8;
     // GET_STATUS of an endpoint; bit 0 of the answer is its halt.
-    if (request_type == 0x82 && request == 0 && value == 0 && length >= 2 && data_length >= 2) {
+    if (setup.bRequestType == 0x82 && setup.bRequest == USB_REQ_GET_STATUS && setup.wValue == 0 &&
+        setup.wLength >= 2 && data_length >= 2) {
         int stalled = 0;
-        if (index != reserved_out_endpoint) {
+        if (setup.wIndex != reserved_out_endpoint) {
             const int status =
-                qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(index), &stalled);
+                qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(setup.wIndex), &stalled);
             if (status == QX_EMU_NO_DEVICE) {
                 mark_unplugged();
                 return {-1, ENODEV};
@@ -495,14 +481,8 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control(UMockdevIoc
     if (resolved == nullptr)
         return {-1, EFAULT};
     auto& transfer = *reinterpret_cast<usbdevfs_ctrltransfer*>(resolved->data);
-    const unsigned char setup[setup_packet_size] = {transfer.bRequestType,
-                                                    transfer.bRequest,
-                                                    static_cast<unsigned char>(transfer.wValue & 0xFF),
-                                                    static_cast<unsigned char>(transfer.wValue >> 8),
-                                                    static_cast<unsigned char>(transfer.wIndex & 0xFF),
-                                                    static_cast<unsigned char>(transfer.wIndex >> 8),
-                                                    static_cast<unsigned char>(transfer.wLength & 0xFF),
-                                                    static_cast<unsigned char>(transfer.wLength >> 8)};
+    const usb_ctrlrequest setup{transfer.bRequestType, transfer.bRequest, transfer.wValue, transfer.wIndex,
+                                transfer.wLength};
     UMockdevIoctlData* data = transfer.wLength > 0
                                   ? resolve(resolved, offsetof(usbdevfs_ctrltransfer, data), transfer.wLength)
                                   : nullptr;
@@ -538,11 +518,13 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
 
     answer refusal{0, 0};
     if (urb.type == USBDEVFS_URB_TYPE_CONTROL) {
-        if (urb.endpoint != 0 || length < static_cast<int>(setup_packet_size)) {
+        if (urb.endpoint != 0 || length < static_cast<int>(sizeof(usb_ctrlrequest))) {
             refusal = {-1, EINVAL};
         } else {
-            const answer reply = control_request(buffer, buffer + setup_packet_size,
-                                                 length - static_cast<int>(setup_packet_size));
+            usb_ctrlrequest setup;
+            std::memcpy(&setup, buffer, sizeof setup);
+            const answer reply =
+                control_request(setup, buffer + sizeof setup, length - static_cast<int>(sizeof setup));
             if (reply.error == ENODEV) {
                 refusal = reply;
             } else {
@@ -564,17 +546,14 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
     interface_claimed = true;
     switch (urb.endpoint) {
         case command_out_endpoint: {
-            const int status = qx_emu_device_write(device, buffer, static_cast<std::size_t>(length), 0);
+            const int status = transfer_on_endpoint(device, command_out_endpoint, buffer,
+                                                    static_cast<std::size_t>(length), 0).status;
             if (status == QX_EMU_NO_DEVICE) {
                 mark_unplugged();
                 release(record);
                 return {-1, ENODEV};
             }
-            finish(record,
-                   status == QX_EMU_OK      ? 0
-                   : status == QX_EMU_STALL ? -EPIPE
-                                            : -EPROTO,
-                   status == QX_EMU_OK ? length : 0);
+            finish(record, urb_status_of(status), status == QX_EMU_OK ? length : 0);
             break;
         }
         case reserved_out_endpoint:

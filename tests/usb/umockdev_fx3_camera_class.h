@@ -23,6 +23,7 @@
 // whole request, its completion included, since completing writes the URBs
 // back to the client.
 
+#include <linux/usb/ch9.h>
 #include <umockdev.h>
 
 #include <array>
@@ -124,7 +125,7 @@ class umockdev_fx3_camera_class {
     void finish(urb_record record, int status, int actual_length);
     void end_pending_urbs(int status);
     void mark_unplugged();
-    answer control_request(const unsigned char* setup, unsigned char* data, int data_length);
+    answer control_request(const usb_ctrlrequest& setup, unsigned char* data, int data_length);
 
     // The request handlers; on_handle_ioctl holds state_lock around each.
     answer get_capabilities(UMockdevIoctlClient*, UMockdevIoctlData* arg);
