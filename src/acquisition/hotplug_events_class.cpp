@@ -39,57 +39,70 @@ int hotplug_events_class::port_type_of(std::string_view usb_speed) {
     return word == std::end(port_type_words) ? unknown_port_type : word->port_type;
 }
 
-void hotplug_events_class::set_connect_callback(camera_connect_callback callback, void* context,
-                                                kit::kit_class* kit) {
+bool hotplug_events_class::set_connect_callback(camera_connect_callback callback, void* context) {
     if (callback == nullptr) {
         connect_callback = nullptr;
         connect_context = nullptr;
-        return;
+        return false;
     }
     connect_callback = callback;
     connect_context = context;
-    start_or_stop_listeners(kit);
+    return true;
 }
 
-void hotplug_events_class::set_disconnect_callback(camera_disconnect_callback callback, void* context,
-                                                   kit::kit_class* kit) {
+bool hotplug_events_class::set_disconnect_callback(camera_disconnect_callback callback, void* context) {
     if (callback == nullptr) {
         // The context goes to the connect callback: applications register
         // one context for both and clear the disconnect side with it.
         disconnect_callback = nullptr;
         connect_context = context;
-        return;
+        return false;
     }
     disconnect_callback = callback;
     disconnect_context = context;
-    start_or_stop_listeners(kit);
+    return true;
 }
 
-void hotplug_events_class::stop_listeners() {
-    for (auto& listener : listeners) listener.reset();
-}
-
-void hotplug_events_class::start_or_stop_listeners(kit::kit_class* kit) {
-    if (connect_callback == nullptr && disconnect_callback == nullptr) {
-        stop_listeners();
-        return;
+hotplug_events_class::retired_listeners hotplug_events_class::retire_all_listeners() {
+    retired_listeners retired;
+    for (auto& listener : listeners) {
+        if (listener)
+            retired.push_back(std::move(listener));
     }
+    // Stopped at once; only the joins wait for the caller.
+    for (auto& listener : retired) listener->request_stop();
+    return retired;
+}
+
+hotplug_events_class::retired_listeners hotplug_events_class::retire_listeners(kit::kit_class* kit) {
+    if (!has_callback())
+        return retire_all_listeners();
+    retired_listeners retired;
     // Before the kit is opened there is no module to listen to; the enable
     // flags stay set for the first registration after it opens.
-    if (kit != nullptr)
-        start_listeners(*kit);
+    if (kit == nullptr)
+        return retired;
+    const auto& enabled = kit::kit_registry_class::instance().hotplug_listener_enabled;
+    for (std::size_t index = 0; index < families().size(); ++index) {
+        if (enabled.at(index).load() == 1 && listeners[index]) {
+            listeners[index]->request_stop();
+            retired.push_back(std::move(listeners[index]));
+        }
+    }
+    return retired;
 }
 
-void hotplug_events_class::start_listeners(kit::kit_class& kit) {
+void hotplug_events_class::start_listeners(kit::kit_class* kit) {
+    if (kit == nullptr || !has_callback())
+        return;
     auto& enabled = kit::kit_registry_class::instance().hotplug_listener_enabled;
-    kit::Device_module_manager* const manager = &kit.manager;
+    kit::Device_module_manager* const manager = &kit->manager;
     for (std::size_t index = 0; index < families().size(); ++index) {
-        if (enabled.at(index).exchange(0) != 1)
+        // A listener started by another registration while the old one was
+        // being joined has taken the flag already.
+        if (listeners[index] || enabled.at(index).exchange(0) != 1)
             continue;
         const std::string device_type = families()[index].device_type;
-        // The old listener goes first: two threads waiting on one module
-        // would take each other's events.
-        listeners[index].reset();
         listeners[index] = std::make_unique<hotplug_listener_class>(
             families()[index].listener_name,
             [manager, device_type](char* payload) {
@@ -121,7 +134,7 @@ void hotplug_events_class::report_connect(const std::string& device_type, const 
     camera_connect_callback callback = nullptr;
     void* context = nullptr;
     {
-        const auto guard = registry.lock_registry();
+        platform::scoped_lock_class guard(registry.mutex());
         kit::kit_class* kit = registry.kit();
         kit::check_pointer_set(kit, "The SDK is not open.");
         // Another device on an open camera would compete with the
@@ -148,7 +161,7 @@ void hotplug_events_class::report_disconnect(const std::string& camera_id) {
     camera_disconnect_callback callback = nullptr;
     void* context = nullptr;
     {
-        const auto guard = registry.lock_registry();
+        platform::scoped_lock_class guard(registry.mutex());
         callback = disconnect_callback;
         context = disconnect_context;
         if (callback == nullptr)
