@@ -16,9 +16,9 @@
 #include <string_view>
 #include <vector>
 
-#include "device_qv/module_entry_points.h"
+#include "base/checks.h"
+#include "device_qv/entry_points/module_entry_points.h"
 #include "fuzz_support.h"
-#include "kit/checks.h"
 #include "quendral_vko_camera_emulator.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "acquisition/frame_acquisition_class.h"
-#include "device_qv/frame_record_format.h"
+#include "base/frame_record_format.h"
 #include "fuzz_support.h"
 
 namespace {

@@ -18,7 +18,7 @@
 #include <cstring>
 #include <vector>
 
-#include "device_qv/frame_record_format.h"
+#include "base/frame_record_format.h"
 #include "device_qv/packet_assembler_class.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "camera/number_conversion.h"
+#include "base/number_conversion.h"
 #include "device_qv/reply_lexer.h"
 #include "fuzz_support.h"
 

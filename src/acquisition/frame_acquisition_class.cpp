@@ -9,13 +9,12 @@
 #include <system_error>
 #include <utility>
 
+#include "acquisition/acquisition_handle_port.h"
+#include "base/checks.h"
+#include "base/frame_record_format.h"
+#include "base/number_conversion.h"
+#include "base/stream_statistics_record.h"
 #include "camera/firmware_phrases.h"
-#include "camera/number_conversion.h"
-#include "device_qv/stream_statistics_record.h"
-#include "device_qv/frame_record_format.h"
-#include "kit/checks.h"
-#include "kit/kit_registry_class.h"
-#include "kit/qx_camera_handle_class.h"
 #include "platform/thread_name.h"
 
 namespace qx::acquisition {
@@ -91,7 +90,7 @@ frame_acquisition_class::~frame_acquisition_class() {
     stop_remaining_frame_loop();
 }
 
-void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer) {
+void frame_acquisition_class::arm(acquisition_handle_port& handle, int number_of_frames_to_buffer) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         // Arming restarts the frame loop, which the loop cannot do to itself.
         kit::check_false(called_from_frame_loop(), "A camera cannot be armed from its own frame callback.");
@@ -106,14 +105,14 @@ void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int numbe
 
         auto& channel = handle.channel();
         const data_text metadata_on("on");
-        channel.set_exchange("image_metadata", 15, metadata_on.bytes, data_text_size, handle.response,
-                             static_cast<std::int32_t>(kit::handle_response_size), false);
+        channel.set_exchange("image_metadata", 15, metadata_on.bytes, data_text_size, handle.reply_buffer(),
+                             static_cast<std::int32_t>(camera::handle_response_size), false);
 
         bool supported = true;
-        channel.get_exchange("acquisition_bytes_per_frame", 28, nullptr, 0, handle.response,
-                             kit::handle_response_size, true, supported);
+        channel.get_exchange("acquisition_bytes_per_frame", 28, nullptr, 0, handle.reply_buffer(),
+                             camera::handle_response_size, true, supported);
         kit::check_true(supported, not_supported_text);
-        const int bytes_per_frame = camera::to_int(handle.response);
+        const int bytes_per_frame = camera::to_int(handle.reply_buffer());
 
         const std::int64_t wanted = static_cast<std::int64_t>(number_of_frames_to_buffer) * bytes_per_frame;
         if (wanted <= 0 || wanted > INT32_MAX)
@@ -133,7 +132,8 @@ void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int numbe
         if (held_frames)
             held_frames->begin_arm();
         channel.set_exchange("arm", 4, frame_buffer.get(), static_cast<std::uint64_t>(frame_buffer_size),
-                             handle.response, static_cast<std::int32_t>(kit::handle_response_size), false);
+                             handle.reply_buffer(), static_cast<std::int32_t>(camera::handle_response_size),
+                             false);
 
         if (frame_loop)
             stop_frame_loop();
@@ -143,14 +143,14 @@ void frame_acquisition_class::arm(kit::qx_camera_handle_class& handle, int numbe
     });
 }
 
-void frame_acquisition_class::disarm(kit::qx_camera_handle_class& handle) {
+void frame_acquisition_class::disarm(acquisition_handle_port& handle) {
     std::unique_ptr<std::thread> running;
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         // Cleared before "stop" is sent, so a refused "stop" still leaves the
         // handle disarmed.
         armed = false;
-        handle.channel().set_exchange("stop", 5, nullptr, 0, handle.response,
-                                      static_cast<std::int32_t>(kit::handle_response_size), false);
+        handle.channel().set_exchange("stop", 5, nullptr, 0, handle.reply_buffer(),
+                                      static_cast<std::int32_t>(camera::handle_response_size), false);
         // From the callback the loop is only told to stop; it ends when the
         // callback returns and the next arm or the close joins it.
         if (called_from_frame_loop())
@@ -165,14 +165,14 @@ void frame_acquisition_class::disarm(kit::qx_camera_handle_class& handle) {
     }
 }
 
-void frame_acquisition_class::issue_software_trigger(kit::qx_camera_handle_class& handle) {
+void frame_acquisition_class::issue_software_trigger(acquisition_handle_port& handle) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
-        handle.channel().set_exchange("start", 6, nullptr, 0, handle.response,
-                                      static_cast<std::int32_t>(kit::handle_response_size), false);
+        handle.channel().set_exchange("start", 6, nullptr, 0, handle.reply_buffer(),
+                                      static_cast<std::int32_t>(camera::handle_response_size), false);
     });
 }
 
-void frame_acquisition_class::set_frame_available_callback(kit::qx_camera_handle_class& handle,
+void frame_acquisition_class::set_frame_available_callback(acquisition_handle_port& handle,
                                                            frame_available_callback new_callback,
                                                            void* context) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
@@ -182,7 +182,7 @@ void frame_acquisition_class::set_frame_available_callback(kit::qx_camera_handle
     });
 }
 
-void frame_acquisition_class::get_frame_available_callback(kit::qx_camera_handle_class& handle,
+void frame_acquisition_class::get_frame_available_callback(acquisition_handle_port& handle,
                                                            frame_available_callback* stored) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(stored, "pointer_to_pointer_to_frame_available_callback");
@@ -190,9 +190,9 @@ void frame_acquisition_class::get_frame_available_callback(kit::qx_camera_handle
     });
 }
 
-void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& handle,
-                                                unsigned short** image_data, int* frame_count,
-                                                unsigned char** metadata, int* metadata_size) {
+void frame_acquisition_class::get_pending_frame(acquisition_handle_port& handle, unsigned short** image_data,
+                                                int* frame_count, unsigned char** metadata,
+                                                int* metadata_size) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(image_data, "image_buffer_param");
         kit::check_argument(frame_count, "frame_count");
@@ -224,7 +224,7 @@ void frame_acquisition_class::get_pending_frame(kit::qx_camera_handle_class& han
     });
 }
 
-void frame_acquisition_class::set_image_poll_timeout(kit::qx_camera_handle_class& handle, int milliseconds) {
+void frame_acquisition_class::set_image_poll_timeout(acquisition_handle_port& handle, int milliseconds) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         const data_text value(std::to_string(milliseconds));
         char reply[reply_buffer_size] = {};
@@ -233,21 +233,21 @@ void frame_acquisition_class::set_image_poll_timeout(kit::qx_camera_handle_class
     });
 }
 
-void frame_acquisition_class::get_image_poll_timeout(kit::qx_camera_handle_class& handle, int* milliseconds) {
+void frame_acquisition_class::get_image_poll_timeout(acquisition_handle_port& handle, int* milliseconds) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(milliseconds, "image_poll_timeout_ms");
         *milliseconds = camera::to_int(handle.channel().get("image_poll_timeout_ms"));
     });
 }
 
-void frame_acquisition_class::get_is_armed(kit::qx_camera_handle_class& handle, int* is_armed) {
+void frame_acquisition_class::get_is_armed(acquisition_handle_port& handle, int* is_armed) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(is_armed, "is_armed__param");
         *is_armed = armed ? 1 : 0;
     });
 }
 
-void frame_acquisition_class::get_measured_frame_rate(kit::qx_camera_handle_class& handle,
+void frame_acquisition_class::get_measured_frame_rate(acquisition_handle_port& handle,
                                                       double* frames_per_second) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(frames_per_second, "measured_frames_per_second_param");
@@ -255,7 +255,7 @@ void frame_acquisition_class::get_measured_frame_rate(kit::qx_camera_handle_clas
     });
 }
 
-void frame_acquisition_class::get_stream_statistics(kit::qx_camera_handle_class& handle,
+void frame_acquisition_class::get_stream_statistics(acquisition_handle_port& handle,
                                                     qx_stream_statistics* statistics) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(statistics, "statistics");
@@ -283,7 +283,7 @@ void frame_acquisition_class::get_stream_statistics(kit::qx_camera_handle_class&
     });
 }
 
-void frame_acquisition_class::acquire_frame(kit::qx_camera_handle_class& handle, int timeout_ms,
+void frame_acquisition_class::acquire_frame(acquisition_handle_port& handle, int timeout_ms,
                                             qx_frame* frame) {
     handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(frame, "frame");
@@ -308,7 +308,7 @@ void frame_acquisition_class::acquire_frame(kit::qx_camera_handle_class& handle,
         if (slot == 0)
             return;
         if (!held_frames)
-            held_frames = std::make_shared<held_frame_ledger_class>(handle.device());
+            held_frames = std::make_shared<held_frame_ledger_class>(handle.held_frame_device());
         void* token = held_frames->hold(frame_buffer, reinterpret_cast<unsigned char*>(slot));
         const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(slot), slot_size);
         frame->frame_count = record.frame_count;
@@ -334,8 +334,8 @@ void frame_acquisition_class::forget_device() noexcept {
         held_frames->forget_device();
 }
 
-void frame_acquisition_class::start_frame_loop(kit::qx_camera_handle_class& handle) {
-    platform::scoped_lock_class registry(kit::kit_registry_class::instance().mutex());
+void frame_acquisition_class::start_frame_loop(acquisition_handle_port& handle) {
+    platform::scoped_lock_class registry(handle.registry_lock());
     kit::check_pointer_null(frame_loop.get(), "Acquisition thread is already running.");
     kit::check_pointer_set(reinterpret_cast<void*>(callback), "Expected a callback to be registered.");
     stop_requested.exchange(false);
@@ -384,7 +384,7 @@ bool frame_acquisition_class::called_from_frame_loop() const {
     return frame_loop_owner == this;
 }
 
-void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle, frame_loop_settings settings) {
+void frame_acquisition_class::run_frame_loop(acquisition_handle_port& handle, frame_loop_settings settings) {
     platform::name_current_thread("ACQUISITION FRAME LOOP");
     frame_loop_owner = this;
     {
@@ -410,8 +410,8 @@ void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle
             std::uint64_t frame = 0;
             frame_loop_reply[0] = '\0';
             static constexpr char wait_command[] = "image_wait_per_frame";
-            if (handle.device().get_data(wait_command, sizeof wait_command, &frame, 0, frame_loop_reply,
-                                         reply_buffer_size) != 0) {
+            if (handle.get_data(wait_command, sizeof wait_command, &frame, 0, frame_loop_reply,
+                                reply_buffer_size) != 0) {
                 throw std::runtime_error(
                     handle.channel().context_text(wait_command, sizeof wait_command, 0, reply_buffer_size) +
                     "Error getting data.");
@@ -433,7 +433,7 @@ void frame_acquisition_class::run_frame_loop(kit::qx_camera_handle_class& handle
                 return;
             const frame_record record =
                 scan_frame_record(reinterpret_cast<unsigned char*>(frame), settings.slot_size);
-            settings.callback(&handle, record.image_data, record.frame_count, record.metadata,
+            settings.callback(handle.identity(), record.image_data, record.frame_count, record.metadata,
                               record.metadata_size, settings.callback_context);
             ++frames;
         }

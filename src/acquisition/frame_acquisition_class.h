@@ -17,11 +17,9 @@
 #include "platform/condition_variable_class.h"
 #include "quendral_vko_camera_sdk.h"
 
-namespace qx::kit {
-class qx_camera_handle_class;
-}
-
 namespace qx::acquisition {
+
+class acquisition_handle_port;
 
 // What the frame record at a slot says about its frame.
 struct frame_record {
@@ -48,26 +46,25 @@ class frame_acquisition_class {
     frame_acquisition_class& operator=(const frame_acquisition_class&) = delete;
 
     // Each of these takes the handle mutex and validates the handle.
-    void arm(kit::qx_camera_handle_class& handle, int number_of_frames_to_buffer);
+    void arm(acquisition_handle_port& handle, int number_of_frames_to_buffer);
     // Clears the armed flag, sends "stop", then joins the frame loop outside
     // the handle mutex. From the frame callback the join is left to the
     // next arm or the close: the loop ends once the callback returns.
-    void disarm(kit::qx_camera_handle_class& handle);
-    void issue_software_trigger(kit::qx_camera_handle_class& handle);
-    void set_frame_available_callback(kit::qx_camera_handle_class& handle, frame_available_callback callback,
+    void disarm(acquisition_handle_port& handle);
+    void issue_software_trigger(acquisition_handle_port& handle);
+    void set_frame_available_callback(acquisition_handle_port& handle, frame_available_callback callback,
                                       void* context);
-    void get_frame_available_callback(kit::qx_camera_handle_class& handle,
-                                      frame_available_callback* callback);
-    void get_pending_frame(kit::qx_camera_handle_class& handle, unsigned short** image_data, int* frame_count,
+    void get_frame_available_callback(acquisition_handle_port& handle, frame_available_callback* callback);
+    void get_pending_frame(acquisition_handle_port& handle, unsigned short** image_data, int* frame_count,
                            unsigned char** metadata, int* metadata_size);
-    void set_image_poll_timeout(kit::qx_camera_handle_class& handle, int milliseconds);
-    void get_image_poll_timeout(kit::qx_camera_handle_class& handle, int* milliseconds);
-    void get_is_armed(kit::qx_camera_handle_class& handle, int* is_armed);
-    void get_measured_frame_rate(kit::qx_camera_handle_class& handle, double* frames_per_second);
-    void get_stream_statistics(kit::qx_camera_handle_class& handle, qx_stream_statistics* statistics);
+    void set_image_poll_timeout(acquisition_handle_port& handle, int milliseconds);
+    void get_image_poll_timeout(acquisition_handle_port& handle, int* milliseconds);
+    void get_is_armed(acquisition_handle_port& handle, int* is_armed);
+    void get_measured_frame_rate(acquisition_handle_port& handle, double* frames_per_second);
+    void get_stream_statistics(acquisition_handle_port& handle, qx_stream_statistics* statistics);
     // Waits up to `timeout_ms` for a frame and holds it (cameras without a
     // callback only); the frame keeps its buffer alive until released.
-    void acquire_frame(kit::qx_camera_handle_class& handle, int timeout_ms, qx_frame* frame);
+    void acquire_frame(acquisition_handle_port& handle, int timeout_ms, qx_frame* frame);
     // Gives a held frame back; needs no camera handle and works after close.
     static void release_frame(qx_frame* frame);
 
@@ -94,9 +91,9 @@ class frame_acquisition_class {
         std::int64_t slot_size;
     };
 
-    void start_frame_loop(kit::qx_camera_handle_class& handle) QX_REQUIRES(handle_mutex);
+    void start_frame_loop(acquisition_handle_port& handle) QX_REQUIRES(handle_mutex);
     void stop_frame_loop() QX_REQUIRES(handle_mutex);
-    void run_frame_loop(kit::qx_camera_handle_class& handle, frame_loop_settings settings);
+    void run_frame_loop(acquisition_handle_port& handle, frame_loop_settings settings);
 
     platform::recursive_mutex_class& handle_mutex;
     bool armed QX_GUARDED_BY(handle_mutex) = false;

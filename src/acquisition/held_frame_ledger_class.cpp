@@ -49,8 +49,8 @@ void held_frame_ledger_class::release(void* handed_back) {
     std::uint64_t address = reinterpret_cast<std::uintptr_t>(released->slot);
     static constexpr char release_command[] = "image_release";
     char reply[256] = {};
-    if (ledger.device_link.set_data(release_command, sizeof release_command, &address, sizeof address, reply,
-                                    sizeof reply) != 0)
+    if (ledger.device_link(release_command, sizeof release_command, &address, sizeof address, reply,
+                           sizeof reply) != 0)
         throw std::runtime_error("Error releasing a held frame.");
 }
 

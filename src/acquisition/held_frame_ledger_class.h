@@ -9,16 +9,22 @@
 // reaches the device). The handle mutex is never taken under the ledger mutex.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 
-#include "kit/device_handle_class.h"
 #include "platform/scoped_lock_class.h"
 
 namespace qx::acquisition {
 
+// A device module's setter for one camera (0 for success); it keeps the
+// module loaded for as long as it is kept.
+using device_setter =
+    std::function<int(const char* command, std::uint64_t command_size, const void* data,
+                      std::uint64_t data_size, char* response, std::uint64_t response_size)>;
+
 class held_frame_ledger_class : public std::enable_shared_from_this<held_frame_ledger_class> {
   public:
-    explicit held_frame_ledger_class(kit::device_handle_class device) : device_link(std::move(device)) {}
+    explicit held_frame_ledger_class(device_setter device) : device_link(std::move(device)) {}
 
     // A token for a slot just taken from the device, which the application
     // gives back through release(). The token is the caller's until then.
@@ -40,7 +46,7 @@ class held_frame_ledger_class : public std::enable_shared_from_this<held_frame_l
     struct token;
 
     platform::mutex_class mutex;
-    kit::device_handle_class device_link QX_GUARDED_BY(mutex);
+    device_setter device_link QX_GUARDED_BY(mutex);
     bool device_present QX_GUARDED_BY(mutex) = true;
     std::uint64_t arm_generation QX_GUARDED_BY(mutex) = 0;
     std::uint64_t held QX_GUARDED_BY(mutex) = 0;

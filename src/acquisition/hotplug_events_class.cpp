@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "kit/checks.h"
-#include "kit/kit_class.h"
-#include "kit/kit_registry_class.h"
-#include "kit/qx_camera_handle_class.h"
+#include "base/checks.h"
 #include "quendral_vko_device_module.h"
 
 namespace qx::acquisition {
@@ -63,6 +60,10 @@ bool hotplug_events_class::set_disconnect_callback(camera_disconnect_callback ca
     return true;
 }
 
+void hotplug_events_class::enable_listeners() {
+    for (auto& flag : listener_enabled) flag.exchange(1);
+}
+
 hotplug_events_class::retired_listeners hotplug_events_class::retire_all_listeners() {
     retired_listeners retired;
     for (auto& listener : listeners) {
@@ -74,17 +75,16 @@ hotplug_events_class::retired_listeners hotplug_events_class::retire_all_listene
     return retired;
 }
 
-hotplug_events_class::retired_listeners hotplug_events_class::retire_listeners(kit::kit_class* kit) {
+hotplug_events_class::retired_listeners hotplug_events_class::retire_listeners(const module_data_port* modules) {
     if (!has_callback())
         return retire_all_listeners();
     retired_listeners retired;
     // Before the kit is opened there is no module to listen to; the enable
     // flags stay set for the first registration after it opens.
-    if (kit == nullptr)
+    if (modules == nullptr)
         return retired;
-    const auto& enabled = kit::kit_registry_class::instance().hotplug_listener_enabled;
     for (std::size_t index = 0; index < families().size(); ++index) {
-        if (enabled.at(index).load() == 1 && listeners[index]) {
+        if (listener_enabled.at(index).load() == 1 && listeners[index]) {
             listeners[index]->request_stop();
             retired.push_back(std::move(listeners[index]));
         }
@@ -92,15 +92,14 @@ hotplug_events_class::retired_listeners hotplug_events_class::retire_listeners(k
     return retired;
 }
 
-void hotplug_events_class::start_listeners(kit::kit_class* kit) {
-    if (kit == nullptr || !has_callback())
+void hotplug_events_class::start_listeners(const module_data_port* modules) {
+    if (modules == nullptr || !has_callback())
         return;
-    auto& enabled = kit::kit_registry_class::instance().hotplug_listener_enabled;
-    kit::Device_module_manager* const manager = &kit->manager;
+    const module_data_port* const manager = modules;
     for (std::size_t index = 0; index < families().size(); ++index) {
-        // A listener started by another registration while the old one was
-        // being joined has taken the flag already.
-        if (listeners[index] || enabled.at(index).exchange(0) != 1)
+        // A registration made while the old listener was being joined may
+        // have started this family's listener and taken its flag already.
+        if (listeners[index] || listener_enabled.at(index).exchange(0) != 1)
             continue;
         const std::string device_type = families()[index].device_type;
         listeners[index] = std::make_unique<hotplug_listener_class>(
@@ -128,25 +127,15 @@ void hotplug_events_class::handle_payload(const std::string& device_type, std::s
 }
 
 void hotplug_events_class::report_connect(const std::string& device_type, const std::string& camera_id) {
-    auto& registry = kit::kit_registry_class::instance();
     std::string serial_number;
     int port_type = unknown_port_type;
     camera_connect_callback callback = nullptr;
     void* context = nullptr;
     {
-        platform::scoped_lock_class guard(registry.mutex());
-        kit::kit_class* kit = registry.kit();
-        kit::check_pointer_set(kit, "The SDK is not open.");
-        // Another device on an open camera would compete with the
-        // application's own for the camera.
-        kit::check_false(registry.is_device_id_open(camera_id), "Camera is already open.");
-        auto device = kit->manager.create_device(device_type, camera_id);
-        kit::check_true(device.has_value(), "Error opening camera.");
-        kit::qx_camera_handle_class camera(std::move(*device), camera_id);
-        // Only read from: its end destroys the device and sends nothing.
-        camera.abandon();
-        serial_number = camera.channel().get("sernum");
-        port_type = port_type_of(camera.channel().get("usb_speed"));
+        platform::scoped_lock_class guard(registry.registry_lock());
+        const arriving_camera arrived = registry.read_arriving_camera(device_type, camera_id);
+        serial_number = arrived.serial_number;
+        port_type = port_type_of(arrived.usb_speed);
         registry.remember_serial_number(camera_id, serial_number);
         callback = connect_callback;
         context = connect_context;
@@ -156,12 +145,11 @@ void hotplug_events_class::report_connect(const std::string& device_type, const 
 }
 
 void hotplug_events_class::report_disconnect(const std::string& camera_id) {
-    auto& registry = kit::kit_registry_class::instance();
     std::string serial_number;
     camera_disconnect_callback callback = nullptr;
     void* context = nullptr;
     {
-        platform::scoped_lock_class guard(registry.mutex());
+        platform::scoped_lock_class guard(registry.registry_lock());
         callback = disconnect_callback;
         context = disconnect_context;
         if (callback == nullptr)

@@ -7,17 +7,16 @@
 // callbacks are called with no lock held, on the listener threads.
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "acquisition/hotplug_listener_class.h"
+#include "acquisition/hotplug_registry_port.h"
+#include "acquisition/module_data_port.h"
 #include "quendral_vko_camera_sdk.h"
-
-namespace qx::kit {
-class kit_class;
-}
 
 namespace qx::acquisition {
 
@@ -29,6 +28,8 @@ struct hotplug_family {
 
 class hotplug_events_class {
   public:
+    explicit hotplug_events_class(hotplug_registry_port& registry) : registry(registry) {}
+
     static const std::array<hotplug_family, 2>& families();
 
     // Listeners taken out of service, stopping: destroying them joins
@@ -38,21 +39,25 @@ class hotplug_events_class {
     using retired_listeners = std::vector<std::unique_ptr<hotplug_listener_class>>;
 
     // The two setters store or clear a callback. The caller holds the
-    // registry mutex. True when the listeners are to be revised: the
-    // caller then retires them, joins them and starts them again.
+    // registry mutex. True when the listeners are to be revised: the caller
+    // then retires them, joins them and starts them again.
     bool set_connect_callback(camera_connect_callback callback, void* context);
     bool set_disconnect_callback(camera_disconnect_callback callback, void* context);
 
+    // Every opening of the kit lets each family's listener start once.
+    void enable_listeners();
+
     // Takes out the listeners that start_listeners would replace, or all of
-    // them when no callback is set. `kit` is the open kit or null.
-    retired_listeners retire_listeners(kit::kit_class* kit);
+    // them when no callback is set. `modules` are the open kit's modules,
+    // or null while the kit is closed.
+    retired_listeners retire_listeners(const module_data_port* modules);
     // Takes out both listeners.
     retired_listeners retire_all_listeners();
     // Starts a listener for every family whose enable flag is set, when a
-    // callback is set and the kit is open; the family's old listener must
-    // have been retired and joined first, since two threads waiting on one
-    // module would take each other's events.
-    void start_listeners(kit::kit_class* kit);
+    // callback is set and the kit is open. The family's old listener must
+    // have been retired and joined first: two threads waiting on one module
+    // would take each other's events.
+    void start_listeners(const module_data_port* modules);
 
     // Maps a connected camera's "usb_speed" text to the port type reported
     // to the application: 0 USB 1.0, 1 USB 2.0, 2 USB 3.0, 3 anything else.
@@ -64,6 +69,9 @@ class hotplug_events_class {
     void report_connect(const std::string& device_type, const std::string& camera_id);
     void report_disconnect(const std::string& camera_id);
 
+    hotplug_registry_port& registry;
+    // Set by every opening of the kit; indexed like families().
+    std::array<std::atomic<int>, 2> listener_enabled{};
     camera_connect_callback connect_callback = nullptr;
     void* connect_context = nullptr;
     camera_disconnect_callback disconnect_callback = nullptr;

@@ -8,8 +8,9 @@
 #include <utility>
 
 #include "api/last_error.h"
-#include "api/status_codes.h"
-#include "kit/checks.h"
+#include "base/checks.h"
+#include "base/status_codes.h"
+#include "kit/kit_registry_class.h"
 
 namespace qx::kit {
 class qx_camera_handle_class;
@@ -35,6 +36,10 @@ template <class Work>
 int run_camera_call(void* handle, Work&& work) {
     return run_kit_call([&] {
         kit::check_pointer_set(handle, "Camera handle is null.");
+        // Nothing of a pointer that is no open handle is read, not even
+        // its dispatch table; the work validates again under the handle
+        // mutex.
+        kit::kit_registry_class::instance().validate_handle(handle);
         std::forward<Work>(work)(*static_cast<kit::qx_camera_handle_class*>(handle));
     });
 }

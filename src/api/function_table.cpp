@@ -4,8 +4,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "api/status_codes.h"
-#include "device_qv/module_entry_points.h"
+#include "base/status_codes.h"
+#include "device_qv/entry_points/module_entry_points.h"
 #include "platform/shared_library.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string>
 
-#include "api/status_codes.h"
+#include "base/status_codes.h"
 
 namespace qx::api {
 

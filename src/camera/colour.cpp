@@ -5,11 +5,11 @@
 #include <cstring>
 #include <string>
 
+#include "base/checks.h"
+#include "base/number_conversion.h"
+#include "camera/camera_command_port.h"
 #include "camera/command_channel_class.h"
-#include "camera/number_conversion.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -24,9 +24,9 @@ constexpr std::string_view matrix_commands[] = {"color_correction_matrix", "defa
 
 }  // namespace
 
-void get_camera_sensor_type(kit::qx_camera_handle_class& handle, int* camera_sensor_type) {
+void get_camera_sensor_type(camera_command_port& handle, int* camera_sensor_type) {
     kit::check_argument(camera_sensor_type, "camera_sensor_type");
-    if (!handle.properties.has(feature::color)) {
+    if (!handle.camera_properties().has(feature::color)) {
         *camera_sensor_type = monochrome;
         return;
     }
@@ -38,7 +38,7 @@ void get_camera_sensor_type(kit::qx_camera_handle_class& handle, int* camera_sen
     }
 }
 
-void get_colour_matrix(kit::qx_camera_handle_class& handle, colour_matrix matrix_kind, float* matrix) {
+void get_colour_matrix(camera_command_port& handle, colour_matrix matrix_kind, float* matrix) {
     kit::check_argument(matrix, "matrix");
     const auto words =
         split_words(handle.channel().get(matrix_commands[static_cast<std::size_t>(matrix_kind)]));
@@ -48,7 +48,7 @@ void get_colour_matrix(kit::qx_camera_handle_class& handle, colour_matrix matrix
     std::copy_n(values.begin(), count, matrix);
 }
 
-void get_output_color_space(kit::qx_camera_handle_class& handle, char* output_color_space) {
+void get_output_color_space(camera_command_port& handle, char* output_color_space) {
     kit::check_argument(output_color_space, "output_color_space");
     const std::string reply = handle.channel().get("output_color_space");
     const std::size_t length = std::min(reply.size(), output_color_space_size - 1);

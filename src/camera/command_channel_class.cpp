@@ -4,9 +4,9 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "base/checks.h"
+#include "camera/camera_command_port.h"
 #include "camera/firmware_phrases.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -32,9 +32,10 @@ std::string command_channel_class::context_text(const char* command, std::uint64
     // The apostrophe before "response_size_bytes_up_to_1024" closes no quote;
     // callers match this text as it stands.
     std::ostringstream text;
-    text << "Error: qx_camera_handle=" << reinterpret_cast<std::uintptr_t>(&handle) << ", command='"
-         << (command == nullptr ? std::string_view()
-                                : std::string_view(command, strnlen(command, static_cast<std::size_t>(command_size))))
+    text << "Error: qx_camera_handle=" << reinterpret_cast<std::uintptr_t>(handle.identity()) << ", command='"
+         << (command == nullptr
+                 ? std::string_view()
+                 : std::string_view(command, strnlen(command, static_cast<std::size_t>(command_size))))
          << "', command_size_bytes_including_any_null_terminator = " << command_size
          << ", data_size_bytes = " << data_size << "', response_size_bytes_up_to_1024 = " << response_size
          << ": ";
@@ -45,8 +46,8 @@ void command_channel_class::get_exchange(const char* command, std::uint64_t comm
                                          std::uint64_t data_size, char* response, std::uint64_t response_size,
                                          bool response_required, bool& supported) {
     supported = true;
-    handle.response[0] = ' ';
-    handle.response[1] = '\0';
+    handle.reply_buffer()[0] = ' ';
+    handle.reply_buffer()[1] = '\0';
     if (command == nullptr)
         throw std::invalid_argument("command");
     if (response == nullptr)
@@ -60,7 +61,7 @@ void command_channel_class::get_exchange(const char* command, std::uint64_t comm
     const auto context = [&] {
         return context_text(command, command_size, data_size, static_cast<std::int64_t>(response_size));
     };
-    if (handle.device().get_data(command, command_size, data, data_size, response, response_size) != 0) {
+    if (handle.get_data(command, command_size, data, data_size, response, response_size) != 0) {
         throw std::runtime_error(context() + error_getting_data);
     }
     if (response_required && response[0] == '\0')
@@ -94,8 +95,8 @@ void command_channel_class::set_exchange(const char* command, std::uint64_t comm
 
         response[0] = '\0';
         const auto context = [&] { return context_text(command, command_size, data_size, response_size); };
-        if (handle.device().set_data(command, command_size, data, data_size, response,
-                                     static_cast<std::uint64_t>(response_size)) != 0) {
+        if (handle.set_data(command, command_size, data, data_size, response,
+                            static_cast<std::uint64_t>(response_size)) != 0) {
             throw std::runtime_error(context() + error_setting_data);
         }
         const std::string_view reply = reply_text(response, static_cast<std::uint64_t>(response_size));
@@ -112,11 +113,11 @@ void command_channel_class::set_exchange(const char* command, std::uint64_t comm
 void command_channel_class::read_string(const char* command, std::uint64_t command_size,
                                         bool response_required, char* destination, int destination_size) {
     bool supported = true;
-    get_exchange(command, command_size, nullptr, 0, handle.response, kit::handle_response_size,
+    get_exchange(command, command_size, nullptr, 0, handle.reply_buffer(), handle_response_size,
                  response_required, supported);
     const std::size_t size = static_cast<std::size_t>(destination_size);
-    std::strncpy(destination, handle.response, size);
-    if (strnlen(handle.response, kit::handle_response_size) > size) {
+    std::strncpy(destination, handle.reply_buffer(), size);
+    if (strnlen(handle.reply_buffer(), handle_response_size) > size) {
         destination[size - 1] = '\0';
         throw std::runtime_error(context_text(command, command_size, 0, destination_size) +
                                  response_too_small_text);
@@ -125,9 +126,9 @@ void command_channel_class::read_string(const char* command, std::uint64_t comma
 
 std::string command_channel_class::get(std::string_view command, bool& supported) {
     const std::string text(command);
-    get_exchange(text.c_str(), text.size() + 1, nullptr, 0, handle.response, kit::handle_response_size, true,
+    get_exchange(text.c_str(), text.size() + 1, nullptr, 0, handle.reply_buffer(), handle_response_size, true,
                  supported);
-    return std::string(reply_text(handle.response, kit::handle_response_size));
+    return std::string(reply_text(handle.reply_buffer(), handle_response_size));
 }
 
 std::string command_channel_class::get(std::string_view command) {
@@ -139,8 +140,8 @@ std::string command_channel_class::get(std::string_view command) {
 
 void command_channel_class::set(std::string_view command, bool response_required) {
     const std::string text(command);
-    set_exchange(text.c_str(), text.size() + 1, nullptr, 0, handle.response,
-                 static_cast<std::int32_t>(kit::handle_response_size), response_required);
+    set_exchange(text.c_str(), text.size() + 1, nullptr, 0, handle.reply_buffer(),
+                 static_cast<std::int32_t>(handle_response_size), response_required);
 }
 
 std::string build_command(std::string_view word, long long value) {

@@ -6,15 +6,13 @@
 #include <string>
 #include <string_view>
 
-namespace qx::kit {
-class qx_camera_handle_class;
-}
-
 namespace qx::camera {
+
+class camera_command_port;
 
 class command_channel_class {
   public:
-    explicit command_channel_class(kit::qx_camera_handle_class& owner) : handle(owner) {}
+    explicit command_channel_class(camera_command_port& owner) : handle(owner) {}
 
     // Sends a get command. Firmware phrases in the reply raise, except
     // "Invalid command", which only clears `supported`. The caller holds the
@@ -50,7 +48,7 @@ class command_channel_class {
                              std::int64_t response_size) const;
 
   private:
-    kit::qx_camera_handle_class& handle;
+    camera_command_port& handle;
 };
 
 // Command texts as setters build them: the word, then each argument after

@@ -3,12 +3,12 @@
 #include <climits>
 #include <stdexcept>
 
+#include "base/checks.h"
+#include "base/number_conversion.h"
+#include "camera/camera_command_port.h"
 #include "camera/command_channel_class.h"
-#include "camera/number_conversion.h"
 #include "camera/parameter_catalogue.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -28,7 +28,7 @@ int thousandths_cut_toward_zero(double frame_rate_fps) {
 
 }  // namespace
 
-void get_frame_rate_control_value(kit::qx_camera_handle_class& handle, double* frame_rate_fps) {
+void get_frame_rate_control_value(camera_command_port& handle, double* frame_rate_fps) {
     kit::check_argument(frame_rate_fps, "frame_rate_fps");
     require_feature(handle, frame_rate_control_need);
     const auto words = split_words(handle.channel().get(frame_rate_command));
@@ -38,7 +38,7 @@ void get_frame_rate_control_value(kit::qx_camera_handle_class& handle, double* f
     *frame_rate_fps = to_int_or_zero(words[1]) / thousandths_per_unit;
 }
 
-void set_frame_rate_control_value(kit::qx_camera_handle_class& handle, double frame_rate_fps) {
+void set_frame_rate_control_value(camera_command_port& handle, double frame_rate_fps) {
     require_feature(handle, frame_rate_control_need);
     // The bound applies to frames per second, before the multiplication.
     if (!(frame_rate_fps > 0.0 && frame_rate_fps <= 2147483647.0)) {
@@ -47,7 +47,7 @@ void set_frame_rate_control_value(kit::qx_camera_handle_class& handle, double fr
     handle.channel().set(build_command(frame_rate_command, thousandths_cut_toward_zero(frame_rate_fps)));
 }
 
-void get_frame_rate_control_value_range(kit::qx_camera_handle_class& handle, double* frame_rate_fps_min,
+void get_frame_rate_control_value_range(camera_command_port& handle, double* frame_rate_fps_min,
                                         double* frame_rate_fps_max) {
     const range_query query{frame_rate_command, reply_conversion::thousandths_to_units, "frame_rate_fps_min",
                             "frame_rate_fps_max", frame_rate_control_need};

@@ -3,10 +3,10 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "camera/number_conversion.h"
+#include "base/checks.h"
+#include "base/number_conversion.h"
+#include "camera/camera_command_port.h"
 #include "camera/parameter_catalogue.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -15,12 +15,12 @@ namespace {
 constexpr double tenths_per_decibel = 10.0;
 constexpr feature_need gain_need{feature::gain, "Camera does not support gain."};
 
-bool has_gain_table(const kit::qx_camera_handle_class& handle) {
-    return handle.properties.gain_table.size() > 1;
+bool has_gain_table(const camera_command_port& handle) {
+    return handle.camera_properties().gain_table.size() > 1;
 }
 
-double table_decibels(const kit::qx_camera_handle_class& handle, long long index) {
-    const auto& table = handle.properties.gain_table;
+double table_decibels(const camera_command_port& handle, long long index) {
+    const auto& table = handle.camera_properties().gain_table;
     if (index < 0 || index >= static_cast<long long>(table.size())) {
         throw std::out_of_range("Gain index is outside the gain table.");
     }
@@ -39,7 +39,7 @@ int linear_index(double decibels, int minimum, int maximum) {
 
 // Walks the table upward from the minimum; the first entry at or above the
 // decibels decides between itself and the previous, nearer one.
-int table_index(const kit::qx_camera_handle_class& handle, double decibels, int minimum, int maximum) {
+int table_index(const camera_command_port& handle, double decibels, int minimum, int maximum) {
     double previous = 0.0;
     for (long long index = minimum; index <= maximum; ++index) {
         const double value = table_decibels(handle, index);
@@ -58,13 +58,13 @@ int table_index(const kit::qx_camera_handle_class& handle, double decibels, int 
 
 }  // namespace
 
-void convert_gain_to_decibels(kit::qx_camera_handle_class& handle, int gain, double* decibels) {
+void convert_gain_to_decibels(camera_command_port& handle, int gain, double* decibels) {
     kit::check_argument(decibels, "decibels");
     require_feature(handle, gain_need);
     *decibels = has_gain_table(handle) ? table_decibels(handle, gain) : gain / tenths_per_decibel;
 }
 
-void convert_decibels_to_gain(kit::qx_camera_handle_class& handle, double decibels, int* index_to_gain) {
+void convert_decibels_to_gain(camera_command_port& handle, double decibels, int* index_to_gain) {
     kit::check_argument(index_to_gain, "index_to_gain");
     require_feature(handle, gain_need);
     if (std::isnan(decibels))

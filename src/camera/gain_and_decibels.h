@@ -5,18 +5,16 @@
 // to the decibel. Reading and writing the gain are catalogue rows. The
 // caller holds the handle mutex.
 
-namespace qx::kit {
-class qx_camera_handle_class;
-}
-
 namespace qx::camera {
 
+class camera_command_port;
+
 // An index outside the table fails with "Gain index is outside the gain table.".
-void convert_gain_to_decibels(kit::qx_camera_handle_class& handle, int gain, double* decibels);
+void convert_gain_to_decibels(camera_command_port& handle, int gain, double* decibels);
 // The index within the camera's gain range nearest to the decibels; a tie
 // goes to the higher index, the linear case rounds halves away from zero.
 // Nothing is written when the range's minimum exceeds its maximum. A
 // decibel value that is not a number is refused with "decibels".
-void convert_decibels_to_gain(kit::qx_camera_handle_class& handle, double decibels, int* index_to_gain);
+void convert_decibels_to_gain(camera_command_port& handle, double decibels, int* index_to_gain);
 
 }  // namespace qx::camera

@@ -1,10 +1,10 @@
 #include "camera/gain_table_loader.h"
 
-#include "kit/qx_camera_handle_class.h"
+#include "camera/camera_command_port.h"
 
 namespace qx::camera {
 
-void load_gain_table(kit::qx_camera_handle_class& handle) {
+void load_gain_table(camera_command_port& handle) {
     const std::string description = handle.channel().get("gain.disc");
     constexpr std::size_t shortest_table_description = 5;
     if (description.size() < shortest_table_description || description.find("table") == std::string::npos)
@@ -12,7 +12,7 @@ void load_gain_table(kit::qx_camera_handle_class& handle) {
 
     const std::string table = handle.channel().get("gain.table");
     if (table == "not applicable") {
-        handle.properties.gain_table.assign(1, "1");
+        handle.camera_properties().gain_table.assign(1, "1");
         return;
     }
     std::size_t start = 0;
@@ -22,7 +22,7 @@ void load_gain_table(kit::qx_camera_handle_class& handle) {
             end = table.size();
         // Runs of blanks separate entries; they do not make empty ones.
         if (end > start)
-            handle.properties.gain_table.push_back(table.substr(start, end - start));
+            handle.camera_properties().gain_table.push_back(table.substr(start, end - start));
         start = end + 1;
     }
 }

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "base/checks.h"
 #include "camera/colour.h"
 #include "camera/frame_rate_control.h"
 #include "camera/gain_and_decibels.h"
@@ -14,13 +15,12 @@
 #include "camera/region_of_interest.h"
 #include "camera/trigger_and_modes.h"
 #include "camera/user_memory.h"
-#include "kit/checks.h"
 
 namespace qx::camera {
 
 namespace {
 
-using handle_class = kit::qx_camera_handle_class;
+using handle_class = camera_command_port;
 
 // ---- Text to values and back ----------------------------------------------
 

@@ -18,11 +18,9 @@
 
 #include "camera/parameter_catalogue.h"
 
-namespace qx::kit {
-class qx_camera_handle_class;
-}
-
 namespace qx::camera {
+
+class camera_command_port;
 
 // The kinds of values, numbered as the public interface numbers them.
 enum class value_kind { integer = 0, real = 1, boolean = 2, text = 3, integer_list = 4 };
@@ -39,9 +37,9 @@ struct text_range {
     std::string maximum;
 };
 
-using text_reader = std::string (*)(kit::qx_camera_handle_class&, const named_parameter&);
-using text_writer = void (*)(kit::qx_camera_handle_class&, const named_parameter&, std::string_view);
-using range_reader = text_range (*)(kit::qx_camera_handle_class&, const named_parameter&);
+using text_reader = std::string (*)(camera_command_port&, const named_parameter&);
+using text_writer = void (*)(camera_command_port&, const named_parameter&, std::string_view);
+using range_reader = text_range (*)(camera_command_port&, const named_parameter&);
 
 struct named_parameter {
     const char* name;         // lower case, with its unit where it has one: "exposure_us"
@@ -64,9 +62,8 @@ int parameter_flags(const named_parameter& parameter);
 // The row of that name; an unknown name fails with a text naming it.
 const named_parameter& find_named_parameter(std::string_view name);
 
-std::string read_named_parameter(kit::qx_camera_handle_class& handle, std::string_view name);
-void write_named_parameter(kit::qx_camera_handle_class& handle, std::string_view name,
-                           std::string_view value);
-text_range read_named_parameter_range(kit::qx_camera_handle_class& handle, std::string_view name);
+std::string read_named_parameter(camera_command_port& handle, std::string_view name);
+void write_named_parameter(camera_command_port& handle, std::string_view name, std::string_view value);
+text_range read_named_parameter_range(camera_command_port& handle, std::string_view name);
 
 }  // namespace qx::camera

@@ -4,10 +4,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "camera/number_conversion.h"
+#include "base/checks.h"
+#include "base/number_conversion.h"
+#include "camera/camera_command_port.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -243,8 +243,8 @@ std::string argument_command(const scalar_parameter& row, long long value) {
 
 }  // namespace
 
-void require_feature(const kit::qx_camera_handle_class& handle, const feature_need& need) {
-    if (need.flag && !handle.properties.has(*need.flag))
+void require_feature(const camera_command_port& handle, const feature_need& need) {
+    if (need.flag && !handle.camera_properties().has(*need.flag))
         throw std::runtime_error(need.unsupported_text);
 }
 
@@ -279,14 +279,14 @@ Value convert_reply(reply_conversion conversion, std::string_view reply) {
 }
 
 template <class Value>
-void get_scalar(kit::qx_camera_handle_class& handle, scalar parameter, Value* output) {
+void get_scalar(camera_command_port& handle, scalar parameter, Value* output) {
     const scalar_parameter& row = scalar_row(parameter);
     kit::check_argument(output, row.output_name);
     require_feature(handle, row.need);
     *output = converted<Value>(row, handle.channel().get(row.command));
 }
 
-void set_scalar(kit::qx_camera_handle_class& handle, scalar parameter, long long value) {
+void set_scalar(camera_command_port& handle, scalar parameter, long long value) {
     const scalar_parameter& row = scalar_row(parameter);
     if (value < row.smallest_argument || value > row.largest_argument)
         kit::fail_argument(row.argument_name);
@@ -295,8 +295,7 @@ void set_scalar(kit::qx_camera_handle_class& handle, scalar parameter, long long
 }
 
 template <class Value>
-void get_range(kit::qx_camera_handle_class& handle, const range_query& query, Value* minimum,
-               Value* maximum) {
+void get_range(camera_command_port& handle, const range_query& query, Value* minimum, Value* maximum) {
     if (minimum == nullptr && maximum == nullptr) {
         throw std::invalid_argument("Pointer(s) for receiving the value(s) must be provided.");
     }
@@ -311,11 +310,11 @@ void get_range(kit::qx_camera_handle_class& handle, const range_query& query, Va
 }
 
 template <class Value>
-void get_scalar_range(kit::qx_camera_handle_class& handle, scalar parameter, Value* minimum, Value* maximum) {
+void get_scalar_range(camera_command_port& handle, scalar parameter, Value* minimum, Value* maximum) {
     get_range(handle, scalar_row(parameter).range, minimum, maximum);
 }
 
-void get_text(kit::qx_camera_handle_class& handle, text_parameter parameter, char* text, int text_size) {
+void get_text(camera_command_port& handle, text_parameter parameter, char* text, int text_size) {
     const text_parameter_row& row = text_rows.at(static_cast<std::size_t>(parameter));
     kit::check_argument(text, row.output_name);
     if (text_size <= 0)
@@ -324,18 +323,18 @@ void get_text(kit::qx_camera_handle_class& handle, text_parameter parameter, cha
     handle.channel().read_string(command.c_str(), command.size() + 1, true, text, text_size);
 }
 
-void get_text_length_range(kit::qx_camera_handle_class& handle, text_parameter parameter, int* minimum,
+void get_text_length_range(camera_command_port& handle, text_parameter parameter, int* minimum,
                            int* maximum) {
     get_range(handle, text_rows.at(static_cast<std::size_t>(parameter)).length_range, minimum, maximum);
 }
 
-void get_is_feature_supported(kit::qx_camera_handle_class& handle, feature_query query, int* is_supported) {
+void get_is_feature_supported(camera_command_port& handle, feature_query query, int* is_supported) {
     const feature_query_row& row = feature_query_rows.at(static_cast<std::size_t>(query));
     kit::check_argument(is_supported, row.output_name);
-    *is_supported = handle.properties.has(row.flag) ? 1 : 0;
+    *is_supported = handle.camera_properties().has(row.flag) ? 1 : 0;
 }
 
-void get_communication_interface(kit::qx_camera_handle_class& /*handle*/, int* communication_interface) {
+void get_communication_interface(camera_command_port& /*handle*/, int* communication_interface) {
     kit::check_argument(communication_interface, "communication_interface");
     constexpr int usb_interface = 2;
     *communication_interface = usb_interface;
@@ -344,13 +343,13 @@ void get_communication_interface(kit::qx_camera_handle_class& /*handle*/, int* c
 template int convert_reply<int>(reply_conversion, std::string_view);
 template long long convert_reply<long long>(reply_conversion, std::string_view);
 template double convert_reply<double>(reply_conversion, std::string_view);
-template void get_scalar<int>(kit::qx_camera_handle_class&, scalar, int*);
-template void get_scalar<long long>(kit::qx_camera_handle_class&, scalar, long long*);
-template void get_scalar<double>(kit::qx_camera_handle_class&, scalar, double*);
-template void get_range<int>(kit::qx_camera_handle_class&, const range_query&, int*, int*);
-template void get_range<long long>(kit::qx_camera_handle_class&, const range_query&, long long*, long long*);
-template void get_range<double>(kit::qx_camera_handle_class&, const range_query&, double*, double*);
-template void get_scalar_range<int>(kit::qx_camera_handle_class&, scalar, int*, int*);
-template void get_scalar_range<long long>(kit::qx_camera_handle_class&, scalar, long long*, long long*);
+template void get_scalar<int>(camera_command_port&, scalar, int*);
+template void get_scalar<long long>(camera_command_port&, scalar, long long*);
+template void get_scalar<double>(camera_command_port&, scalar, double*);
+template void get_range<int>(camera_command_port&, const range_query&, int*, int*);
+template void get_range<long long>(camera_command_port&, const range_query&, long long*, long long*);
+template void get_range<double>(camera_command_port&, const range_query&, double*, double*);
+template void get_scalar_range<int>(camera_command_port&, scalar, int*, int*);
+template void get_scalar_range<long long>(camera_command_port&, scalar, long long*, long long*);
 
 }  // namespace qx::camera

@@ -18,11 +18,9 @@
 
 #include "camera/camera_properties_class.h"
 
-namespace qx::kit {
-class qx_camera_handle_class;
-}
-
 namespace qx::camera {
+
+class camera_command_port;
 
 // A feature the camera must have listed in its "discover" reply, and the
 // failure when it did not. No flag: nothing is required.
@@ -35,7 +33,7 @@ inline constexpr feature_need frame_rate_control_need{feature::frame_rate_contro
                                                       "Camera does not support frame-rate control."};
 
 // Fails with the need's text when the camera lacks the feature.
-void require_feature(const kit::qx_camera_handle_class& handle, const feature_need& need);
+void require_feature(const camera_command_port& handle, const feature_need& need);
 
 // How a reply becomes a value.
 enum class reply_conversion {
@@ -120,17 +118,17 @@ const scalar_parameter& scalar_row(scalar parameter);
 
 // Getter: checks the output, the feature, sends the command and converts.
 template <class Value>
-void get_scalar(kit::qx_camera_handle_class& handle, scalar parameter, Value* output);
+void get_scalar(camera_command_port& handle, scalar parameter, Value* output);
 // Setter: checks the argument's bounds, then the feature, then sends.
-void set_scalar(kit::qx_camera_handle_class& handle, scalar parameter, long long value);
+void set_scalar(camera_command_port& handle, scalar parameter, long long value);
 // The parameter's ".min"/".max" pair.
 template <class Value>
-void get_scalar_range(kit::qx_camera_handle_class& handle, scalar parameter, Value* minimum, Value* maximum);
+void get_scalar_range(camera_command_port& handle, scalar parameter, Value* minimum, Value* maximum);
 
 // The shared ".min"/".max" routine: both outputs missing fail with one text,
 // one missing fails with its name; then both queries are sent.
 template <class Value>
-void get_range(kit::qx_camera_handle_class& handle, const range_query& query, Value* minimum, Value* maximum);
+void get_range(camera_command_port& handle, const range_query& query, Value* minimum, Value* maximum);
 
 // Converts a reply as the conversion says (not the word_position ones).
 template <class Value>
@@ -145,16 +143,15 @@ struct text_parameter_row {
 
 enum class text_parameter { firmware_version, model, serial_number, name, count };
 
-void get_text(kit::qx_camera_handle_class& handle, text_parameter parameter, char* text, int text_size);
-void get_text_length_range(kit::qx_camera_handle_class& handle, text_parameter parameter, int* minimum,
-                           int* maximum);
+void get_text(camera_command_port& handle, text_parameter parameter, char* text, int text_size);
+void get_text_length_range(camera_command_port& handle, text_parameter parameter, int* minimum, int* maximum);
 
 // Queries answered from the feature flags alone, without an exchange.
 enum class feature_query { cooling, eep, led, taps, count };
 
-void get_is_feature_supported(kit::qx_camera_handle_class& handle, feature_query query, int* is_supported);
+void get_is_feature_supported(camera_command_port& handle, feature_query query, int* is_supported);
 
 // The camera's communication interface: always 2 (USB), without an exchange.
-void get_communication_interface(kit::qx_camera_handle_class& handle, int* communication_interface);
+void get_communication_interface(camera_command_port& handle, int* communication_interface);
 
 }  // namespace qx::camera

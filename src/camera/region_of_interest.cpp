@@ -4,10 +4,10 @@
 #include <climits>
 #include <stdexcept>
 
+#include "base/checks.h"
+#include "camera/camera_command_port.h"
 #include "camera/command_channel_class.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -19,7 +19,7 @@ constexpr const char* corner_names[] = {"upper_left_x", "upper_left_y", "lower_r
 constexpr std::size_t lower_right_x_index = 2;
 constexpr std::size_t lower_right_y_index = 3;
 
-corners read_corners(kit::qx_camera_handle_class& handle, std::string_view command) {
+corners read_corners(camera_command_port& handle, std::string_view command) {
     const auto integers = read_integers(handle.channel().get(command));
     if (integers.size() < 4)
         throw std::runtime_error("ROI reply holds fewer than four integers.");
@@ -36,8 +36,7 @@ void store(const corners& values, const std::array<int*, 4>& outputs) {
 }
 
 // The largest region's lower-right corner, plus one, is the sensor's extent.
-void get_sensor_extent(kit::qx_camera_handle_class& handle, std::size_t corner, int* extent,
-                       const char* name) {
+void get_sensor_extent(camera_command_port& handle, std::size_t corner, int* extent, const char* name) {
     kit::check_argument(extent, name);
     const long long size = read_corners(handle, "roi.max")[corner] + 1LL;
     if (size > INT_MAX)
@@ -47,14 +46,14 @@ void get_sensor_extent(kit::qx_camera_handle_class& handle, std::size_t corner, 
 
 }  // namespace
 
-void get_roi(kit::qx_camera_handle_class& handle, int* upper_left_x, int* upper_left_y, int* lower_right_x,
+void get_roi(camera_command_port& handle, int* upper_left_x, int* upper_left_y, int* lower_right_x,
              int* lower_right_y) {
     const std::array<int*, 4> outputs = {upper_left_x, upper_left_y, lower_right_x, lower_right_y};
     check_outputs(outputs, corner_names);
     store(read_corners(handle, "roi"), outputs);
 }
 
-void set_roi(kit::qx_camera_handle_class& handle, int upper_left_x, int upper_left_y, int lower_right_x,
+void set_roi(camera_command_port& handle, int upper_left_x, int upper_left_y, int lower_right_x,
              int lower_right_y) {
     const long long values[] = {upper_left_x, upper_left_y, lower_right_x, lower_right_y};
     for (std::size_t index = 0; index < std::size(values); ++index) {
@@ -64,7 +63,7 @@ void set_roi(kit::qx_camera_handle_class& handle, int upper_left_x, int upper_le
     handle.channel().set(build_command("roi", values, static_cast<int>(std::size(values))));
 }
 
-void get_roi_range(kit::qx_camera_handle_class& handle, int* upper_left_x_min, int* upper_left_y_min,
+void get_roi_range(camera_command_port& handle, int* upper_left_x_min, int* upper_left_y_min,
                    int* lower_right_x_min, int* lower_right_y_min, int* upper_left_x_max,
                    int* upper_left_y_max, int* lower_right_x_max, int* lower_right_y_max) {
     static constexpr const char* minimum_names[] = {"upper_left_x_min", "upper_left_y_min",
@@ -83,11 +82,11 @@ void get_roi_range(kit::qx_camera_handle_class& handle, int* upper_left_x_min, i
     store(largest, maximum);
 }
 
-void get_sensor_width(kit::qx_camera_handle_class& handle, int* width_pixels) {
+void get_sensor_width(camera_command_port& handle, int* width_pixels) {
     get_sensor_extent(handle, lower_right_x_index, width_pixels, "width_pixels");
 }
 
-void get_sensor_height(kit::qx_camera_handle_class& handle, int* height_pixels) {
+void get_sensor_height(camera_command_port& handle, int* height_pixels) {
     get_sensor_extent(handle, lower_right_y_index, height_pixels, "height_pixels");
 }
 

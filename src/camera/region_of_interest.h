@@ -7,22 +7,20 @@
 // Binning and the image size are catalogue rows. The caller holds the handle
 // mutex.
 
-namespace qx::kit {
-class qx_camera_handle_class;
-}
-
 namespace qx::camera {
 
-void get_roi(kit::qx_camera_handle_class& handle, int* upper_left_x, int* upper_left_y, int* lower_right_x,
+class camera_command_port;
+
+void get_roi(camera_command_port& handle, int* upper_left_x, int* upper_left_y, int* lower_right_x,
              int* lower_right_y);
 // Each corner value must be 0 or more; ordering, evenness and limits are the
 // camera's to refuse.
-void set_roi(kit::qx_camera_handle_class& handle, int upper_left_x, int upper_left_y, int lower_right_x,
+void set_roi(camera_command_port& handle, int upper_left_x, int upper_left_y, int lower_right_x,
              int lower_right_y);
-void get_roi_range(kit::qx_camera_handle_class& handle, int* upper_left_x_min, int* upper_left_y_min,
+void get_roi_range(camera_command_port& handle, int* upper_left_x_min, int* upper_left_y_min,
                    int* lower_right_x_min, int* lower_right_y_min, int* upper_left_x_max,
                    int* upper_left_y_max, int* lower_right_x_max, int* lower_right_y_max);
-void get_sensor_width(kit::qx_camera_handle_class& handle, int* width_pixels);
-void get_sensor_height(kit::qx_camera_handle_class& handle, int* height_pixels);
+void get_sensor_width(camera_command_port& handle, int* width_pixels);
+void get_sensor_height(camera_command_port& handle, int* height_pixels);
 
 }  // namespace qx::camera

@@ -5,12 +5,12 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/checks.h"
+#include "base/number_conversion.h"
+#include "camera/camera_command_port.h"
 #include "camera/command_channel_class.h"
-#include "camera/number_conversion.h"
 #include "camera/parameter_catalogue.h"
 #include "camera/reply_words.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -24,7 +24,7 @@ struct trigger_state {
     int polarity;
 };
 
-trigger_state read_trigger_state(kit::qx_camera_handle_class& handle) {
+trigger_state read_trigger_state(camera_command_port& handle) {
     const auto words = split_words(handle.channel().get(trigger_command));
     if (words.size() != 2)
         throw std::runtime_error("hwtrig");
@@ -37,8 +37,7 @@ std::optional<std::string_view> polarity_word(int polarity) {
     return polarity_words[polarity];
 }
 
-void send_trigger(kit::qx_camera_handle_class& handle, std::string_view mode_word,
-                  std::string_view polarity) {
+void send_trigger(camera_command_port& handle, std::string_view mode_word, std::string_view polarity) {
     handle.channel().set(build_command(build_command(trigger_command, mode_word), polarity));
 }
 
@@ -63,8 +62,7 @@ const data_rate_row* data_rate_row_or_null(int data_rate) {
 }
 
 // Reads the command and finds the data rate whose camera value it answers.
-int read_data_rate(kit::qx_camera_handle_class& handle, std::string_view command,
-                   const char* unexpected_text) {
+int read_data_rate(camera_command_port& handle, std::string_view command, const char* unexpected_text) {
     const int camera_value = to_int(handle.channel().get(command));
     for (std::size_t index = 0; index < data_rate_rows.size(); ++index) {
         const data_rate_row& row = data_rate_rows[index];
@@ -76,19 +74,19 @@ int read_data_rate(kit::qx_camera_handle_class& handle, std::string_view command
 
 }  // namespace
 
-void get_trigger_polarity(kit::qx_camera_handle_class& handle, int* trigger_polarity_enum) {
+void get_trigger_polarity(camera_command_port& handle, int* trigger_polarity_enum) {
     kit::check_argument(trigger_polarity_enum, "trigger_polarity_enum");
     *trigger_polarity_enum = read_trigger_state(handle).polarity;
 }
 
-void set_trigger_polarity(kit::qx_camera_handle_class& handle, int trigger_polarity) {
+void set_trigger_polarity(camera_command_port& handle, int trigger_polarity) {
     const auto polarity = polarity_word(trigger_polarity);
     if (!polarity)
         kit::fail_argument("trigger_polarity");
     send_trigger(handle, read_trigger_state(handle).mode_word, *polarity);
 }
 
-void set_operation_mode(kit::qx_camera_handle_class& handle, int operation_mode) {
+void set_operation_mode(camera_command_port& handle, int operation_mode) {
     const auto mode_words = scalar_row(scalar::operation_mode).words;
     if (operation_mode < 0 || operation_mode >= static_cast<int>(mode_words.size())) {
         throw std::invalid_argument("Unknown operation mode.");
@@ -104,7 +102,7 @@ void set_operation_mode(kit::qx_camera_handle_class& handle, int operation_mode)
     send_trigger(handle, mode_word, *polarity);
 }
 
-void get_is_operation_mode_supported(kit::qx_camera_handle_class& handle, int operation_mode,
+void get_is_operation_mode_supported(camera_command_port& handle, int operation_mode,
                                      int* is_operation_mode_supported) {
     kit::check_argument(is_operation_mode_supported, "is_operation_mode_supported");
     if (operation_mode == 0) {
@@ -127,19 +125,19 @@ void get_is_operation_mode_supported(kit::qx_camera_handle_class& handle, int op
     }
 }
 
-void get_data_rate(kit::qx_camera_handle_class& handle, int* data_rate) {
+void get_data_rate(camera_command_port& handle, int* data_rate) {
     kit::check_argument(data_rate, "data_rate");
-    if (handle.properties.has(feature::fps)) {
+    if (handle.camera_properties().has(feature::fps)) {
         *data_rate = read_data_rate(handle, "fps", "Unexpected data rate.");
         return;
     }
-    if (!handle.properties.has(feature::readout_frequency)) {
+    if (!handle.camera_properties().has(feature::readout_frequency)) {
         throw std::runtime_error("Neither fps nor readout frequency is supported.");
     }
     *data_rate = read_data_rate(handle, "readout_frequency", "Unexpected readout frequency.");
 }
 
-void set_data_rate(kit::qx_camera_handle_class& handle, int data_rate) {
+void set_data_rate(camera_command_port& handle, int data_rate) {
     const data_rate_row* row = data_rate_row_or_null(data_rate);
     if (row == nullptr)
         throw std::invalid_argument("Unexpected data rate.");
@@ -147,10 +145,10 @@ void set_data_rate(kit::qx_camera_handle_class& handle, int data_rate) {
     handle.channel().set(build_command(row->command, row->camera_value));
 }
 
-void get_is_data_rate_supported(kit::qx_camera_handle_class& handle, int data_rate, int* is_supported) {
+void get_is_data_rate_supported(camera_command_port& handle, int data_rate, int* is_supported) {
     kit::check_argument(is_supported, "is_supported");
     const data_rate_row* row = data_rate_row_or_null(data_rate);
-    *is_supported = row != nullptr && handle.properties.has(*row->need.flag) ? 1 : 0;
+    *is_supported = row != nullptr && handle.camera_properties().has(*row->need.flag) ? 1 : 0;
 }
 
 }  // namespace qx::camera

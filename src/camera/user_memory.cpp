@@ -6,10 +6,10 @@
 #include <stdexcept>
 #include <string>
 
+#include "base/checks.h"
+#include "base/number_conversion.h"
+#include "camera/camera_command_port.h"
 #include "camera/command_channel_class.h"
-#include "camera/number_conversion.h"
-#include "kit/checks.h"
-#include "kit/qx_camera_handle_class.h"
 
 namespace qx::camera {
 
@@ -29,13 +29,13 @@ void check_range_addressable(long long size, long long offset) {
 
 }  // namespace
 
-void get_user_memory_maximum_size(kit::qx_camera_handle_class& handle, long long* maximum_size_bytes) {
+void get_user_memory_maximum_size(camera_command_port& handle, long long* maximum_size_bytes) {
     kit::check_argument(maximum_size_bytes, "maximum_size_bytes");
     *maximum_size_bytes = to_long_long(handle.channel().get("nvstor size"));
 }
 
-void get_user_memory(kit::qx_camera_handle_class& handle, unsigned char* destination_data_buffer,
-                     long long size, long long offset) {
+void get_user_memory(camera_command_port& handle, unsigned char* destination_data_buffer, long long size,
+                     long long offset) {
     kit::check_argument(destination_data_buffer, "destination_data_buffer");
     if (size < 0)
         throw std::invalid_argument("Number of bytes to read cannot be negative.");
@@ -51,23 +51,24 @@ void get_user_memory(kit::qx_camera_handle_class& handle, unsigned char* destina
         const std::string reply = handle.channel().get(command);
         if (reply.compare(0, command.size(), command) != 0)
             throw std::runtime_error(reply);
-        if (handle.response[command.size()] != ':') {
+        if (handle.reply_buffer()[command.size()] != ':') {
             throw std::runtime_error("Did not find a colon in the nvstor response string.");
         }
-        std::memcpy(destination_data_buffer + done, handle.response + command.size() + 1,
+        std::memcpy(destination_data_buffer + done, handle.reply_buffer() + command.size() + 1,
                     static_cast<std::size_t>(chunk));
         done += chunk;
     }
 }
 
-void set_user_memory(kit::qx_camera_handle_class& handle, const unsigned char* source_data_buffer,
-                     long long size, long long offset) {
+void set_user_memory(camera_command_port& handle, const unsigned char* source_data_buffer, long long size,
+                     long long offset) {
     kit::check_argument(source_data_buffer, "source_data_buffer");
     kit::check_true(size >= 0 && offset >= 0, "Parameters cannot be negative.");
     check_range_addressable(size, offset);
     const long long erase_arguments[] = {offset, size};
     handle.channel().set(build_command("nvstor erase", erase_arguments, 2), true);
-    const std::string erase_reply(handle.response, strnlen(handle.response, kit::handle_response_size));
+    const std::string erase_reply(handle.reply_buffer(),
+                                  strnlen(handle.reply_buffer(), handle_response_size));
     if (erase_reply.compare(0, 7, "Success") != 0)
         throw std::runtime_error(erase_reply);
 
@@ -88,7 +89,7 @@ void set_user_memory(kit::qx_camera_handle_class& handle, const unsigned char* s
     }
 }
 
-void set_name(kit::qx_camera_handle_class& handle, const char* name) {
+void set_name(camera_command_port& handle, const char* name) {
     kit::check_argument(name, "name");
     handle.channel().set("unlock dl");
     handle.channel().set(build_command("name", name));

@@ -10,9 +10,9 @@
 #include <set>
 #include <thread>
 
+#include "base/stream_statistics_record.h"
 #include "device_qv/frame_slot_queue_class.h"
 #include "device_qv/packet_assembler_class.h"
-#include "device_qv/stream_statistics_record.h"
 #include "platform/scoped_lock_class.h"
 
 namespace qx::device_qv {

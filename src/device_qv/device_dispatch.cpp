@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "camera/number_conversion.h"
+#include "base/checks.h"
+#include "base/number_conversion.h"
 #include "device_qv/qv_camera_class.h"
-#include "kit/checks.h"
 
 namespace qx::device_qv {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "device_qv/frame_record_format.h"
+#include "base/frame_record_format.h"
 #include "device_qv/pixel_unpacking.h"
 
 namespace qx::device_qv {

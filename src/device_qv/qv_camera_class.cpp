@@ -5,9 +5,9 @@
 #include <stdexcept>
 #include <vector>
 
+#include "base/checks.h"
 #include "device_qv/module_state_class.h"
 #include "device_qv/reply_lexer.h"
-#include "kit/checks.h"
 
 namespace qx::device_qv {
 

@@ -1,7 +1,7 @@
 #include "kit/device_handle_class.h"
 
-#include "api/status_codes.h"
-#include "kit/checks.h"
+#include "base/checks.h"
+#include "base/status_codes.h"
 #include "kit/module_obj.h"
 
 namespace qx::kit {

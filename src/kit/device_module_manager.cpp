@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "api/status_codes.h"
-#include "kit/checks.h"
+#include "base/checks.h"
+#include "base/status_codes.h"
 #include "platform/scoped_lock_class.h"
 #include "platform/shared_library.h"
 

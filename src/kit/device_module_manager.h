@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 
+#include "acquisition/module_data_port.h"
 #include "kit/device_handle_class.h"
 #include "kit/module_obj.h"
 
@@ -15,7 +16,7 @@ namespace qx::kit {
 
 class kit_class;
 
-class Device_module_manager {
+class Device_module_manager final : public acquisition::module_data_port {
   public:
     // Admits one library that is already loaded in the process, by its
     // (Windows) file name. Throws on every refusal; nothing is appended then.
@@ -25,9 +26,9 @@ class Device_module_manager {
     std::shared_ptr<module_obj> find_module(const std::string& module_name) const;
 
     int get_module_data(const std::string& module_name, const char* key, void* value,
-                        std::int32_t reserved) const;
+                        std::int32_t reserved) const override;
     int set_module_data(const std::string& module_name, const char* key, void* value,
-                        std::int32_t reserved) const;
+                        std::int32_t reserved) const override;
 
     // Gathers "<name>:<ids>." per module into the two caller buffers.
     // 0, or module code 8 when a module fails or a buffer is too small.

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "kit/qx_camera_handle_class.h"
 
 namespace qx::kit {
@@ -60,6 +60,10 @@ std::vector<std::string> entries_of_module(const std::string& gathered, const st
 
 }  // namespace
 
+const acquisition::module_data_port* kit_registry_class::open_modules() {
+    return kit_object ? &kit_object->manager : nullptr;
+}
+
 template <typename Store>
 void kit_registry_class::revise_listeners(Store store) {
     platform::scoped_lock_class guard(registry_mutex);
@@ -67,11 +71,11 @@ void kit_registry_class::revise_listeners(Store store) {
         return;
     // Joined without the registry mutex: the listener, or the application's
     // callback on its thread, may be waiting for it.
-    auto retired = hotplug_events.retire_listeners(kit_object.get());
+    auto retired = hotplug_events.retire_listeners(open_modules());
     guard.unlock();
     retired.clear();
     guard.lock();
-    hotplug_events.start_listeners(kit_object.get());
+    hotplug_events.start_listeners(open_modules());
 }
 
 void kit_registry_class::set_connect_callback(camera_connect_callback callback, void* context) {
@@ -91,13 +95,30 @@ bool kit_registry_class::is_device_id_open(const std::string& device_id) const {
                        [&](const qx_camera_handle_class* open) { return open->device_id() == device_id; });
 }
 
-std::string kit_registry_class::serial_number_of(const std::string& device_id) const {
+std::string kit_registry_class::serial_number_of(const std::string& device_id) {
     const auto entry = discovered_serials.find(device_id);
     return entry == discovered_serials.end() ? std::string() : entry->second;
 }
 
 void kit_registry_class::remember_serial_number(const std::string& device_id, const std::string& serial_number) {
     discovered_serials[device_id] = serial_number;
+}
+
+acquisition::arriving_camera kit_registry_class::read_arriving_camera(const std::string& device_type,
+                                                                      const std::string& device_id) {
+    check_pointer_set(kit_object.get(), "The SDK is not open.");
+    // Another device on an open camera would compete with the application's
+    // own for the camera.
+    check_false(is_device_id_open(device_id), "Camera is already open.");
+    auto device = kit_object->manager.create_device(device_type, device_id);
+    check_true(device.has_value(), "Error opening camera.");
+    qx_camera_handle_class camera(std::move(*device), device_id);
+    // Only read from: its end destroys the device and sends nothing.
+    camera.abandon();
+    acquisition::arriving_camera arrived;
+    arrived.serial_number = camera.channel().get("sernum");
+    arrived.usb_speed = camera.channel().get("usb_speed");
+    return arrived;
 }
 
 kit_registry_class& kit_registry_class::instance() {
@@ -114,7 +135,7 @@ kit_class& kit_registry_class::require_kit() {
 
 void kit_registry_class::open_sdk() {
     platform::scoped_lock_class guard(registry_mutex);
-    for (auto& flag : hotplug_listener_enabled) flag.exchange(1);
+    hotplug_events.enable_listeners();
     auto fresh = std::make_unique<kit_class>();
     // The listeners wait on the old kit's modules: they end before it, and
     // are joined without the registry mutex, which they may be waiting for.

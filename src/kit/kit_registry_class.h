@@ -20,13 +20,12 @@
 
 #include "acquisition/hotplug_events_class.h"
 #include "kit/kit_class.h"
-#include "platform/scoped_lock_class.h"
 
 namespace qx::kit {
 
 class qx_camera_handle_class;
 
-class kit_registry_class {
+class kit_registry_class final : public acquisition::hotplug_registry_port {
   public:
     static kit_registry_class& instance();
 
@@ -48,26 +47,30 @@ class kit_registry_class {
     void set_connect_callback(camera_connect_callback callback, void* context) QX_EXCLUDES(registry_mutex);
     void set_disconnect_callback(camera_disconnect_callback callback, void* context) QX_EXCLUDES(registry_mutex);
 
+    // The registry mutex, for scoped_lock_class.
+    platform::recursive_mutex_class& registry_lock() override QX_RETURN_CAPABILITY(registry_mutex) {
+        return registry_mutex;
+    }
+
     // Hot-plug bookkeeping; the caller holds the registry mutex.
     bool is_device_id_open(const std::string& device_id) const QX_REQUIRES(registry_mutex);
     // The serial number that discovery or an arrival recorded for a device
     // id; empty when none did.
-    std::string serial_number_of(const std::string& device_id) const QX_REQUIRES(registry_mutex);
-    void remember_serial_number(const std::string& device_id, const std::string& serial_number)
+    std::string serial_number_of(const std::string& device_id) override QX_REQUIRES(registry_mutex);
+    void remember_serial_number(const std::string& device_id, const std::string& serial_number) override
+        QX_REQUIRES(registry_mutex);
+    acquisition::arriving_camera read_arriving_camera(const std::string& device_type,
+                                                      const std::string& device_id) override
         QX_REQUIRES(registry_mutex);
 
-    // The registry mutex, for scoped_lock_class.
-    platform::recursive_mutex_class& mutex() QX_RETURN_CAPABILITY(registry_mutex) { return registry_mutex; }
     // The kit object; null while the kit is closed.
     kit_class* kit() QX_REQUIRES(registry_mutex) { return kit_object.get(); }
-
-    // Set by every open_sdk; each family's hot-plug listener starts once per
-    // opening of the kit. Indexed like hotplug_events_class::families().
-    std::array<std::atomic<int>, 2> hotplug_listener_enabled{};
 
   private:
     kit_registry_class() = default;
     kit_class& require_kit() QX_REQUIRES(registry_mutex);
+    // The open kit's modules, or null while the kit is closed.
+    const acquisition::module_data_port* open_modules() QX_REQUIRES(registry_mutex);
     // Stores a callback through `store` and, when it asks for it, stops the
     // listeners that are to be replaced, joins them without the registry
     // mutex and starts the new ones.
@@ -79,7 +82,7 @@ class kit_registry_class {
     std::list<qx_camera_handle_class*> open_handles QX_GUARDED_BY(registry_mutex);
     std::set<const qx_camera_handle_class*> closing_handles QX_GUARDED_BY(registry_mutex);
     std::map<std::string, std::string> discovered_serials QX_GUARDED_BY(registry_mutex);  // device id -> serial
-    acquisition::hotplug_events_class hotplug_events QX_GUARDED_BY(registry_mutex);
+    acquisition::hotplug_events_class hotplug_events QX_GUARDED_BY(registry_mutex){*this};
 };
 
 }  // namespace qx::kit

@@ -1,6 +1,6 @@
 #include "kit/module_obj.h"
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "kit/kit_class.h"
 
 namespace qx::kit {

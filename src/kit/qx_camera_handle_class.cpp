@@ -48,12 +48,35 @@ void qx_camera_handle_class::validate() const {
     kit_registry_class::instance().validate_handle(this);
 }
 
+int qx_camera_handle_class::get_data(const char* command, std::uint64_t command_size, const void* data,
+                                     std::uint64_t data_size, char* response, std::uint64_t response_size) {
+    return device_link.get_data(command, command_size, data, data_size, response, response_size);
+}
+
+int qx_camera_handle_class::set_data(const char* command, std::uint64_t command_size, const void* data,
+                                     std::uint64_t data_size, char* response, std::uint64_t response_size) {
+    return device_link.set_data(command, command_size, data, data_size, response, response_size);
+}
+
+platform::recursive_mutex_class& qx_camera_handle_class::registry_lock() {
+    return kit_registry_class::instance().registry_lock();
+}
+
+acquisition::device_setter qx_camera_handle_class::held_frame_device() {
+    // A copy of the device handle: it keeps the module loaded while frames
+    // are held after the camera closed.
+    return [device = device_link](const char* command, std::uint64_t command_size, const void* data,
+                                  std::uint64_t data_size, char* response, std::uint64_t response_size) {
+        return device.set_data(command, command_size, data, data_size, response, response_size);
+    };
+}
+
 void qx_camera_handle_class::disarm() {
     acquisition.disarm(*this);
 }
 
 void qx_camera_handle_class::initialise_after_open() {
-    run_locked([&] {
+    run_locked([&]() QX_REQUIRES(handle_mutex) {
         disarm();
         properties.set_features_from_discover_reply(command_channel.get("discover"));
         // Cameras with a gain control may map gain indexes through a table.

@@ -3,17 +3,19 @@
 
 #include <string>
 
+#include "acquisition/acquisition_handle_port.h"
 #include "acquisition/frame_acquisition_class.h"
 #include "camera/camera_properties_class.h"
 #include "camera/command_channel_class.h"
 #include "kit/device_handle_class.h"
-#include "platform/scoped_lock_class.h"
 
 namespace qx::kit {
 
-inline constexpr std::size_t handle_response_size = 1024;
+using camera::handle_response_size;
 
-class qx_camera_handle_class {
+// Seen through its ports, the handle is what the camera routines and
+// acquisition work on without knowing the kit.
+class qx_camera_handle_class final : public acquisition::acquisition_handle_port {
   public:
     qx_camera_handle_class(device_handle_class device, std::string device_id);
     // Disarms, unblocks a waiting frame read, destroys the device and leaves
@@ -23,25 +25,8 @@ class qx_camera_handle_class {
     qx_camera_handle_class(const qx_camera_handle_class&) = delete;
     qx_camera_handle_class& operator=(const qx_camera_handle_class&) = delete;
 
-    // The frame of every handle method: take the handle mutex, validate the
-    // handle against the open-handle list, run the work, release on every
-    // way out. The mutex is taken before validation on purpose: a closed
-    // handle is freed memory, and callers must not use it. Work that reads
-    // guarded members says so with QX_REQUIRES(<handle>.mutex()); the
-    // analysis cannot tie the work's captured handle to this object, so the
-    // call inside is the one place where it takes that on trust.
-    template <class Work>
-    decltype(auto) run_locked(Work&& work) QX_NO_THREAD_SAFETY_ANALYSIS {
-        platform::scoped_lock_class guard(handle_mutex);
-        validate();
-        return work();
-    }
-
-    // The handle mutex, for scoped_lock_class and annotations.
-    platform::recursive_mutex_class& mutex() QX_RETURN_CAPABILITY(handle_mutex) { return handle_mutex; }
-
     // Throws "Camera handle is invalid." unless this handle is open.
-    void validate() const;
+    void validate() const override;
 
     // Brings a freshly opened camera to its initial state: disarmed, feature
     // flags and static properties read, gain table loaded when needed.
@@ -55,16 +40,32 @@ class qx_camera_handle_class {
 
     const std::string& device_id() const { return id; }
     const device_handle_class& device() const { return device_link; }
-    camera::command_channel_class& channel() { return command_channel; }
+    camera::command_channel_class& channel() override { return command_channel; }
+
+    platform::recursive_mutex_class& handle_lock() override QX_RETURN_CAPABILITY(handle_mutex) {
+        return handle_mutex;
+    }
+    int get_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
+                 char* response, std::uint64_t response_size) override;
+    int set_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
+                 char* response, std::uint64_t response_size) override;
+    char* reply_buffer() override QX_REQUIRES(handle_mutex) { return response; }
+    camera::camera_properties_class& camera_properties() override QX_REQUIRES(handle_mutex) { return properties; }
+    const camera::camera_properties_class& camera_properties() const override QX_REQUIRES(handle_mutex) {
+        return properties;
+    }
+    void* identity() override { return this; }
+    platform::recursive_mutex_class& registry_lock() override;
+    acquisition::device_setter held_frame_device() override;
 
   private:
     // Lock order: handle_mutex, then the registry mutex, then any mutex of
-    // acquisition. The handle mutex comes first in the object on purpose.
+    // acquisition. The handle mutex is the first member on purpose.
     platform::recursive_mutex_class handle_mutex;
 
   public:
-    char response[handle_response_size] = {};    // guarded by handle_mutex
-    camera::camera_properties_class properties;  // guarded by handle_mutex
+    char response[handle_response_size] QX_GUARDED_BY(handle_mutex) = {};
+    camera::camera_properties_class properties QX_GUARDED_BY(handle_mutex);
     acquisition::frame_acquisition_class acquisition{handle_mutex};
 
   private:

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "usb/cypress_fx3_class.h"
 #include "usb/windows_driver_calls.h"
 

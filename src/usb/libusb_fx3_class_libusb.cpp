@@ -8,8 +8,8 @@
 #include <string>
 #include <utility>
 
-#include "api/status_codes.h"
-#include "kit/checks.h"
+#include "base/checks.h"
+#include "base/status_codes.h"
 #include "usb/libusb_fx3_class.h"
 #include "usb/libusb_session_class.h"
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "kit/checks.h"
+#include "base/checks.h"
 #include "platform/scoped_lock_class.h"
 
 namespace qx::usb {

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "api/last_error.h"
-#include "api/status_codes.h"
+#include "base/status_codes.h"
 
 namespace {
 

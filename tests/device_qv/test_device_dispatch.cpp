@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "device_qv/module_entry_points.h"
+#include "device_qv/entry_points/module_entry_points.h"
 #include "device_qv/qv_camera_class.h"
 #include "support/emulated_camera_fixture.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "device_qv/module_entry_points.h"
+#include "device_qv/entry_points/module_entry_points.h"
 #include "support/emulated_camera_fixture.h"
 #include "usb/device_enumerator_class.h"
 

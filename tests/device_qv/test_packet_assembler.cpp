@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "device_qv/frame_record_format.h"
+#include "base/frame_record_format.h"
 #include "device_qv/packet_assembler_class.h"
 
 namespace {

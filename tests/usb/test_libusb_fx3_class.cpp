@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "api/status_codes.h"
+#include "base/status_codes.h"
 #include "usb/device_enumerator_class.h"
 #include "usb/libusb_fx3_class.h"
 #include "usb/umockdev_fx3_camera_class.h"

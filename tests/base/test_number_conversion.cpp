@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "camera/number_conversion.h"
+#include "base/number_conversion.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "camera/number_conversion.h"
+#include "base/number_conversion.h"
 
 #include <cctype>
 #include <cerrno>

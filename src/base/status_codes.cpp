@@ -1,4 +1,4 @@
-#include "api/status_codes.h"
+#include "base/status_codes.h"
 
 #include <array>
 

@@ -1,7 +1,7 @@
 // The built-in family's device-module entry points. Every one returns 0 for
 // success and 1 for failure; no exception leaves the module.
 
-#include "device_qv/module_entry_points.h"
+#include "device_qv/entry_points/module_entry_points.h"
 
 #include <cstring>
 #include <memory>

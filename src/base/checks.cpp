@@ -1,4 +1,4 @@
-#include "kit/checks.h"
+#include "base/checks.h"
 
 #include <cctype>
 #include <stdexcept>
