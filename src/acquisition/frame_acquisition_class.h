@@ -91,7 +91,7 @@ class frame_acquisition_class {
         std::int64_t slot_size;
     };
 
-    void start_frame_loop(acquisition_handle_port& handle) QX_REQUIRES(handle_mutex);
+    void start_frame_loop(acquisition_handle_port& handle) QX_REQUIRES(handle_mutex) QX_EXCLUDES(handshake_mutex);
     void stop_frame_loop() QX_REQUIRES(handle_mutex);
     void run_frame_loop(acquisition_handle_port& handle, frame_loop_settings settings);
 

@@ -40,7 +40,7 @@ class hotplug_listener_class {
 
     // Sets the stop flag and releases the module's wait when the thread is
     // blocked in it; the thread then ends on its own. Never throws.
-    void request_stop();
+    void request_stop() QX_EXCLUDES(state->fetch_mutex);
 
     hotplug_listener_class(const hotplug_listener_class&) = delete;
     hotplug_listener_class& operator=(const hotplug_listener_class&) = delete;

@@ -86,10 +86,11 @@ class libusb_fx3_class final : public usb_driver_base {
     void claim_interface(const char* method);
     void make_record(transfer_record& record, std::size_t buffer_size);
     // Hands a record to libusb; a refusal is thrown.
-    void submit(transfer_record& record, const char* method);
+    void submit(transfer_record& record, const char* method) QX_EXCLUDES(completion_lock);
     // Submits a record and waits until libusb returns it; answers the result
     // as a libusb error code (LIBUSB_SUCCESS, LIBUSB_ERROR_TIMEOUT ...).
-    int submit_and_wait(transfer_record& record, std::uint32_t timeout_ms, const char* method);
+    int submit_and_wait(transfer_record& record, std::uint32_t timeout_ms, const char* method)
+        QX_EXCLUDES(completion_lock);
     // One bulk transfer of the command channel. The caller holds
     // transfer_lock.
     int transfer_command(bool is_in, unsigned char* bytes, std::uint32_t length, std::uint32_t timeout_ms,
@@ -103,11 +104,11 @@ class libusb_fx3_class final : public usb_driver_base {
     // Cancels every submitted image transfer and waits until libusb has
     // returned each one. The caller holds transfer_lock. Returns false when
     // some did not come back in time.
-    bool cancel_image_transfers() QX_REQUIRES(transfer_lock);
+    bool cancel_image_transfers() QX_REQUIRES(transfer_lock) QX_EXCLUDES(completion_lock);
     // Hands out a consumed record's data, or reports its failure through
     // the flags. The caller holds transfer_lock.
     void report_image_completion(transfer_record& record, void* destination, bool& failed, bool& stalled)
-        QX_REQUIRES(transfer_lock);
+        QX_REQUIRES(transfer_lock) QX_EXCLUDES(completion_lock);
 
     // Declared first, destroyed last: the context outlives the handle.
     std::shared_ptr<libusb_session_class> session;
