@@ -6,6 +6,11 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
+# ---- Layers: no folder includes a layer above its own (cmake/layers.txt) ----
+echo "== Include layers"
+/usr/bin/python3 scripts/check_layers.py
+# ---- end of the layer check ----
+
 scripts/install_dependencies.sh
 jobs="$(nproc)"
 
