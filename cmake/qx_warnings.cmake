@@ -11,6 +11,13 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   endif()
 endif()
 
+# Clang checks every lock against the annotations in
+# src/platform/thread_safety_annotations.h: guarded members, the locks each
+# function needs or must not hold, and the declared lock order (beta).
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  add_compile_options(-Wthread-safety -Wthread-safety-beta)
+endif()
+
 if(QX_SANITIZE)
   string(REPLACE ";" "," _qx_san "${QX_SANITIZE}")
   add_compile_options(-fsanitize=${_qx_san} -fno-omit-frame-pointer -fno-sanitize-recover=all)

@@ -46,6 +46,13 @@ run_suite tsan -L threaded
 test -f build/lib/gstreamer-1.0/libgstqxcamera.so || { echo "the qxcamera GStreamer plugin was not built" >&2; exit 1; }
 # ---- end of the GStreamer plugin step
 
+# ---- thread-safety analysis: the libraries and tools built by clang, where
+# -Wthread-safety -Werror checks every lock against its annotations ----
+echo "== Thread-safety analysis (clang preset)"
+cmake --preset clang >/dev/null
+cmake --build --preset clang -j"${jobs}"
+# ---- end of the thread-safety analysis ----
+
 # ---- fuzzing: every target for a short fixed time (clang, ASan + UBSan) ----
 echo "== Fuzzing: 15 s per target"
 cmake --preset fuzz >/dev/null

@@ -4,10 +4,9 @@
 // mutex, and a way to the device that held frames keep after the handle is
 // gone. The kit's handle class implements it.
 
-#include <mutex>
-
 #include "acquisition/held_frame_ledger_class.h"
 #include "camera/camera_command_port.h"
+#include "platform/scoped_lock_class.h"
 
 namespace qx::acquisition {
 
@@ -15,7 +14,7 @@ class acquisition_handle_port : public camera::camera_command_port {
   public:
     // The registry mutex (recursive): taken after the handle mutex, before
     // any mutex of acquisition.
-    virtual std::recursive_mutex& registry_lock() = 0;
+    virtual platform::recursive_mutex_class& registry_lock() = 0;
     // The device module's setter for this camera, usable after the handle
     // is closed: held frames go back to the device through it.
     virtual device_setter held_frame_device() = 0;

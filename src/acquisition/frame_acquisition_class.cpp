@@ -91,12 +91,17 @@ frame_acquisition_class::~frame_acquisition_class() {
 }
 
 void frame_acquisition_class::arm(acquisition_handle_port& handle, int number_of_frames_to_buffer) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         // Arming restarts the frame loop, which the loop cannot do to itself.
         kit::check_false(called_from_frame_loop(), "A camera cannot be armed from its own frame callback.");
         if (number_of_frames_to_buffer < 2)
             throw std::invalid_argument("number_of_frames_to_buffer");
         kit::check_false(armed, "Camera is already armed.");
+        // A loop still running (after a disarm from its own callback, or a
+        // refused "stop") hands out no more frames: this arm holds the
+        // handle mutex until it has joined that loop.
+        if (frame_loop)
+            stop_requested.exchange(true);
 
         auto& channel = handle.channel();
         const data_text metadata_on("on");
@@ -140,7 +145,7 @@ void frame_acquisition_class::arm(acquisition_handle_port& handle, int number_of
 
 void frame_acquisition_class::disarm(acquisition_handle_port& handle) {
     std::unique_ptr<std::thread> running;
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         // Cleared before "stop" is sent, so a refused "stop" still leaves the
         // handle disarmed.
         armed = false;
@@ -161,7 +166,7 @@ void frame_acquisition_class::disarm(acquisition_handle_port& handle) {
 }
 
 void frame_acquisition_class::issue_software_trigger(acquisition_handle_port& handle) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         handle.channel().set_exchange("start", 6, nullptr, 0, handle.reply_buffer(),
                                       static_cast<std::int32_t>(camera::handle_response_size), false);
     });
@@ -170,7 +175,7 @@ void frame_acquisition_class::issue_software_trigger(acquisition_handle_port& ha
 void frame_acquisition_class::set_frame_available_callback(acquisition_handle_port& handle,
                                                            frame_available_callback new_callback,
                                                            void* context) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_false(armed, "Callback cannot be set while the camera is armed.");
         callback = new_callback;
         callback_context = context;
@@ -179,7 +184,7 @@ void frame_acquisition_class::set_frame_available_callback(acquisition_handle_po
 
 void frame_acquisition_class::get_frame_available_callback(acquisition_handle_port& handle,
                                                            frame_available_callback* stored) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(stored, "pointer_to_pointer_to_frame_available_callback");
         *stored = callback;
     });
@@ -188,7 +193,7 @@ void frame_acquisition_class::get_frame_available_callback(acquisition_handle_po
 void frame_acquisition_class::get_pending_frame(acquisition_handle_port& handle, unsigned short** image_data,
                                                 int* frame_count, unsigned char** metadata,
                                                 int* metadata_size) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(image_data, "image_buffer_param");
         kit::check_argument(frame_count, "frame_count");
         kit::check_argument(metadata, "metadata");
@@ -220,7 +225,7 @@ void frame_acquisition_class::get_pending_frame(acquisition_handle_port& handle,
 }
 
 void frame_acquisition_class::set_image_poll_timeout(acquisition_handle_port& handle, int milliseconds) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         const data_text value(std::to_string(milliseconds));
         char reply[reply_buffer_size] = {};
         handle.channel().set_exchange("image_poll_timeout_ms", 22, value.bytes, data_text_size, reply,
@@ -229,14 +234,14 @@ void frame_acquisition_class::set_image_poll_timeout(acquisition_handle_port& ha
 }
 
 void frame_acquisition_class::get_image_poll_timeout(acquisition_handle_port& handle, int* milliseconds) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(milliseconds, "image_poll_timeout_ms");
         *milliseconds = camera::to_int(handle.channel().get("image_poll_timeout_ms"));
     });
 }
 
 void frame_acquisition_class::get_is_armed(acquisition_handle_port& handle, int* is_armed) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(is_armed, "is_armed__param");
         *is_armed = armed ? 1 : 0;
     });
@@ -244,7 +249,7 @@ void frame_acquisition_class::get_is_armed(acquisition_handle_port& handle, int*
 
 void frame_acquisition_class::get_measured_frame_rate(acquisition_handle_port& handle,
                                                       double* frames_per_second) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(frames_per_second, "measured_frames_per_second_param");
         *frames_per_second = measured_frame_rate.load();
     });
@@ -252,7 +257,7 @@ void frame_acquisition_class::get_measured_frame_rate(acquisition_handle_port& h
 
 void frame_acquisition_class::get_stream_statistics(acquisition_handle_port& handle,
                                                     qx_stream_statistics* statistics) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(statistics, "statistics");
         device_qv::stream_statistics_record record{};
         bool supported = true;
@@ -280,7 +285,7 @@ void frame_acquisition_class::get_stream_statistics(acquisition_handle_port& han
 
 void frame_acquisition_class::acquire_frame(acquisition_handle_port& handle, int timeout_ms,
                                             qx_frame* frame) {
-    handle.run_locked([&] {
+    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
         kit::check_argument(frame, "frame");
         if (frame->size < sizeof(qx_frame))
             throw std::invalid_argument("frame->size");
@@ -324,22 +329,25 @@ void frame_acquisition_class::release_frame(qx_frame* frame) {
 }
 
 void frame_acquisition_class::forget_device() noexcept {
+    platform::scoped_lock_class guard(handle_mutex);
     if (held_frames)
         held_frames->forget_device();
 }
 
 void frame_acquisition_class::start_frame_loop(acquisition_handle_port& handle) {
-    std::lock_guard<std::recursive_mutex> registry(handle.registry_lock());
+    platform::scoped_lock_class registry(handle.registry_lock());
     kit::check_pointer_null(frame_loop.get(), "Acquisition thread is already running.");
     kit::check_pointer_set(reinterpret_cast<void*>(callback), "Expected a callback to be registered.");
     stop_requested.exchange(false);
+    const frame_loop_settings settings{callback, callback_context, slot_size};
     try {
-        frame_loop = std::make_unique<std::thread>([this, &handle] { run_frame_loop(handle); });
+        frame_loop =
+            std::make_unique<std::thread>([this, &handle, settings] { run_frame_loop(handle, settings); });
     } catch (const std::system_error&) {
         throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
     }
-    std::unique_lock<std::mutex> waiting(handshake_mutex);
-    handshake.wait(waiting, [&] { return loop_started; });
+    platform::scoped_lock_class waiting(handshake_mutex);
+    handshake.wait(waiting, [&]() QX_REQUIRES(handshake_mutex) { return loop_started; });
     loop_started = false;
 }
 
@@ -354,15 +362,19 @@ void frame_acquisition_class::stop_frame_loop() {
 
 void frame_acquisition_class::stop_remaining_frame_loop() noexcept {
     try {
-        if (!frame_loop)
+        std::unique_ptr<std::thread> running;
+        {
+            platform::scoped_lock_class guard(handle_mutex);
+            running = std::move(frame_loop);
+        }
+        if (!running)
             return;
         stop_requested.exchange(true);
-        if (frame_loop->get_id() == std::this_thread::get_id()) {
-            frame_loop->detach();
-        } else if (frame_loop->joinable()) {
-            frame_loop->join();
+        if (running->get_id() == std::this_thread::get_id()) {
+            running->detach();
+        } else if (running->joinable()) {
+            running->join();
         }
-        frame_loop.reset();
     } catch (...) {
         // Closing never fails.
     }
@@ -372,11 +384,11 @@ bool frame_acquisition_class::called_from_frame_loop() const {
     return frame_loop_owner == this;
 }
 
-void frame_acquisition_class::run_frame_loop(acquisition_handle_port& handle) {
+void frame_acquisition_class::run_frame_loop(acquisition_handle_port& handle, frame_loop_settings settings) {
     platform::name_current_thread("ACQUISITION FRAME LOOP");
     frame_loop_owner = this;
     {
-        std::lock_guard<std::mutex> guard(handshake_mutex);
+        platform::scoped_lock_class guard(handshake_mutex);
         loop_started = true;
     }
     handshake.notify_all();
@@ -414,24 +426,15 @@ void frame_acquisition_class::run_frame_loop(acquisition_handle_port& handle) {
             }
             if (frame == 0)
                 continue;
-
-            // Wait for the handle, but give way to a stop: an arm or a close
-            // may hold the handle while it waits for this loop to end.
-            std::unique_lock<std::recursive_mutex> guard(handle.handle_lock(), std::defer_lock);
-            while (!guard.try_lock()) {
-                if (stop_requested.load())
-                    return;
-                std::this_thread::sleep_for(std::chrono::microseconds(200));
-            }
-            const frame_available_callback current = callback;
-            if (current == nullptr)
-                continue;
-            const frame_record record = scan_frame_record(reinterpret_cast<unsigned char*>(frame), slot_size);
-            void* context = callback_context;
-            guard.unlock();
-
-            current(handle.identity(), record.image_data, record.frame_count, record.metadata,
-                    record.metadata_size, context);
+            // No handle mutex here: an arm or a close holds it while it joins
+            // this loop, and the settings were handed over when it started.
+            // A stop that came during the wait is honoured before the frame.
+            if (stop_requested.load())
+                return;
+            const frame_record record =
+                scan_frame_record(reinterpret_cast<unsigned char*>(frame), settings.slot_size);
+            settings.callback(handle.identity(), record.image_data, record.frame_count, record.metadata,
+                              record.metadata_size, settings.callback_context);
             ++frames;
         }
     } catch (const std::exception& failure) {

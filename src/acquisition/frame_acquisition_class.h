@@ -4,17 +4,17 @@
 // and the measured frame rate.
 //
 // Locks, in the order they nest: the handle mutex, then the registry mutex
-// (starting the frame loop), then handshake_mutex.
+// (starting the frame loop), then handshake_mutex. The frame loop takes
+// none of them for a frame: what it reads is handed to it when it starts.
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <climits>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 #include "acquisition/held_frame_ledger_class.h"
+#include "platform/condition_variable_class.h"
 #include "quendral_vko_camera_sdk.h"
 
 namespace qx::acquisition {
@@ -37,7 +37,8 @@ frame_record scan_frame_record(unsigned char* slot, std::int64_t slot_size = INT
 
 class frame_acquisition_class {
   public:
-    frame_acquisition_class() = default;
+    // `handle_mutex` is the owning handle's mutex, which guards this state.
+    explicit frame_acquisition_class(platform::recursive_mutex_class& handle_mutex) : handle_mutex(handle_mutex) {}
     // Frees the frame buffer; the frame loop must already be stopped.
     ~frame_acquisition_class();
 
@@ -69,36 +70,46 @@ class frame_acquisition_class {
 
     // The camera is closing: held frames stay valid, but their release no
     // longer reaches the device. Never throws.
-    void forget_device() noexcept;
+    void forget_device() noexcept QX_EXCLUDES(handle_mutex);
 
     // Stops a frame loop that is still running (closing a handle). Never throws.
-    void stop_remaining_frame_loop() noexcept;
+    void stop_remaining_frame_loop() noexcept QX_EXCLUDES(handle_mutex);
 
-    bool is_armed() const { return armed; }
+    bool is_armed() const QX_REQUIRES(handle_mutex) { return armed; }
 
     // True on this camera's own frame-loop thread, that is inside its frame
     // callback: the one thread that can neither join the loop nor free it.
     bool called_from_frame_loop() const;
 
   private:
-    void start_frame_loop(acquisition_handle_port& handle);
-    void stop_frame_loop();
-    void run_frame_loop(acquisition_handle_port& handle);
+    // What the frame loop reads for every frame, handed to it at its start:
+    // the callback cannot change while the camera is armed, and every arm
+    // starts a new loop.
+    struct frame_loop_settings {
+        frame_available_callback callback;
+        void* callback_context;
+        std::int64_t slot_size;
+    };
 
-    bool armed = false;                             // guarded by the handle mutex
+    void start_frame_loop(acquisition_handle_port& handle) QX_REQUIRES(handle_mutex) QX_EXCLUDES(handshake_mutex);
+    void stop_frame_loop() QX_REQUIRES(handle_mutex);
+    void run_frame_loop(acquisition_handle_port& handle, frame_loop_settings settings);
+
+    platform::recursive_mutex_class& handle_mutex;
+    bool armed QX_GUARDED_BY(handle_mutex) = false;
     // Shared with held frames, which keep it alive past a re-arm or close.
-    std::shared_ptr<unsigned char[]> frame_buffer;  // guarded by the handle mutex
-    std::int32_t frame_buffer_size = 0;             // guarded by the handle mutex
-    std::int64_t slot_size = INT64_MAX;             // guarded by the handle mutex: bytes per frame at arm
-    std::shared_ptr<held_frame_ledger_class> held_frames;  // guarded by the handle mutex; made on first use
-    frame_available_callback callback = nullptr;    // guarded by the handle mutex
-    void* callback_context = nullptr;               // guarded by the handle mutex
+    std::shared_ptr<unsigned char[]> frame_buffer QX_GUARDED_BY(handle_mutex);
+    std::int32_t frame_buffer_size QX_GUARDED_BY(handle_mutex) = 0;
+    std::int64_t slot_size QX_GUARDED_BY(handle_mutex) = INT64_MAX;  // bytes per frame at arm
+    std::shared_ptr<held_frame_ledger_class> held_frames QX_GUARDED_BY(handle_mutex);  // made on first use
+    frame_available_callback callback QX_GUARDED_BY(handle_mutex) = nullptr;
+    void* callback_context QX_GUARDED_BY(handle_mutex) = nullptr;
 
-    std::unique_ptr<std::thread> frame_loop;  // guarded by the handle mutex
+    std::unique_ptr<std::thread> frame_loop QX_GUARDED_BY(handle_mutex);
     std::atomic<bool> stop_requested{false};
-    std::mutex handshake_mutex;
-    std::condition_variable handshake;
-    bool loop_started = false;  // guarded by handshake_mutex
+    platform::mutex_class handshake_mutex;
+    platform::condition_variable_class handshake;
+    bool loop_started QX_GUARDED_BY(handshake_mutex) = false;
     std::atomic<double> measured_frame_rate{0.0};
 };
 

@@ -16,33 +16,33 @@ namespace {
 
 // Every token handed out and not yet released, so that a token given back
 // twice, or one never issued, is refused instead of freed twice.
-std::mutex live_tokens_mutex;
-std::set<const void*> live_tokens;  // guarded by live_tokens_mutex
+platform::mutex_class live_tokens_mutex;
+std::set<const void*> live_tokens QX_GUARDED_BY(live_tokens_mutex);
 
 }  // namespace
 
 void* held_frame_ledger_class::hold(std::shared_ptr<unsigned char[]> buffer, unsigned char* slot) {
     std::uint64_t generation = 0;
     {
-        std::lock_guard<std::mutex> guard(mutex);
+        platform::scoped_lock_class guard(mutex);
         generation = arm_generation;
         ++held;
     }
     auto* issued = new token{shared_from_this(), std::move(buffer), slot, generation};
-    std::lock_guard<std::mutex> guard(live_tokens_mutex);
+    platform::scoped_lock_class guard(live_tokens_mutex);
     live_tokens.insert(issued);
     return issued;
 }
 
 void held_frame_ledger_class::release(void* handed_back) {
     {
-        std::lock_guard<std::mutex> guard(live_tokens_mutex);
+        platform::scoped_lock_class guard(live_tokens_mutex);
         if (live_tokens.erase(handed_back) == 0)
             throw std::invalid_argument("Frame is not held.");
     }
     std::unique_ptr<token> released(static_cast<token*>(handed_back));
     held_frame_ledger_class& ledger = *released->ledger;
-    std::lock_guard<std::mutex> guard(ledger.mutex);
+    platform::scoped_lock_class guard(ledger.mutex);
     --ledger.held;
     if (!ledger.device_present || released->generation != ledger.arm_generation)
         return;
@@ -55,17 +55,17 @@ void held_frame_ledger_class::release(void* handed_back) {
 }
 
 void held_frame_ledger_class::begin_arm() {
-    std::lock_guard<std::mutex> guard(mutex);
+    platform::scoped_lock_class guard(mutex);
     ++arm_generation;
 }
 
 bool held_frame_ledger_class::has_held_frames() {
-    std::lock_guard<std::mutex> guard(mutex);
+    platform::scoped_lock_class guard(mutex);
     return held > 0;
 }
 
 void held_frame_ledger_class::forget_device() {
-    std::lock_guard<std::mutex> guard(mutex);
+    platform::scoped_lock_class guard(mutex);
     device_present = false;
 }
 

@@ -11,7 +11,8 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
+
+#include "platform/scoped_lock_class.h"
 
 namespace qx::acquisition {
 
@@ -27,7 +28,7 @@ class held_frame_ledger_class : public std::enable_shared_from_this<held_frame_l
 
     // A token for a slot just taken from the device, which the application
     // gives back through release(). The token is the caller's until then.
-    void* hold(std::shared_ptr<unsigned char[]> buffer, unsigned char* slot);
+    void* hold(std::shared_ptr<unsigned char[]> buffer, unsigned char* slot) QX_EXCLUDES(mutex);
 
     // Gives a held frame back. Throws "Frame is not held." for anything
     // that is not a live token. Safe after the camera was closed.
@@ -35,20 +36,20 @@ class held_frame_ledger_class : public std::enable_shared_from_this<held_frame_l
 
     // An arm begins: frames held from now on belong to it; earlier ones are
     // only freed when released.
-    void begin_arm();
-    bool has_held_frames();
+    void begin_arm() QX_EXCLUDES(mutex);
+    bool has_held_frames() QX_EXCLUDES(mutex);
 
     // The camera is closing: later releases never reach its device.
-    void forget_device();
+    void forget_device() QX_EXCLUDES(mutex);
 
   private:
     struct token;
 
-    std::mutex mutex;
-    device_setter device_link;             // guarded by mutex
-    bool device_present = true;            // guarded by mutex
-    std::uint64_t arm_generation = 0;      // guarded by mutex
-    std::uint64_t held = 0;                // guarded by mutex
+    platform::mutex_class mutex;
+    device_setter device_link QX_GUARDED_BY(mutex);
+    bool device_present QX_GUARDED_BY(mutex) = true;
+    std::uint64_t arm_generation QX_GUARDED_BY(mutex) = 0;
+    std::uint64_t held QX_GUARDED_BY(mutex) = 0;
 };
 
 }  // namespace qx::acquisition

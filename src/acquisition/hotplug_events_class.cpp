@@ -36,60 +36,72 @@ int hotplug_events_class::port_type_of(std::string_view usb_speed) {
     return word == std::end(port_type_words) ? unknown_port_type : word->port_type;
 }
 
-void hotplug_events_class::set_connect_callback(camera_connect_callback callback, void* context,
-                                                const module_data_port* modules) {
+bool hotplug_events_class::set_connect_callback(camera_connect_callback callback, void* context) {
     if (callback == nullptr) {
         connect_callback = nullptr;
         connect_context = nullptr;
-        return;
+        return false;
     }
     connect_callback = callback;
     connect_context = context;
-    start_or_stop_listeners(modules);
+    return true;
 }
 
-void hotplug_events_class::set_disconnect_callback(camera_disconnect_callback callback, void* context,
-                                                   const module_data_port* modules) {
+bool hotplug_events_class::set_disconnect_callback(camera_disconnect_callback callback, void* context) {
     if (callback == nullptr) {
         // The context goes to the connect callback: applications register
         // one context for both and clear the disconnect side with it.
         disconnect_callback = nullptr;
         connect_context = context;
-        return;
+        return false;
     }
     disconnect_callback = callback;
     disconnect_context = context;
-    start_or_stop_listeners(modules);
+    return true;
 }
 
 void hotplug_events_class::enable_listeners() {
     for (auto& flag : listener_enabled) flag.exchange(1);
 }
 
-void hotplug_events_class::stop_listeners() {
-    for (auto& listener : listeners) listener.reset();
+hotplug_events_class::retired_listeners hotplug_events_class::retire_all_listeners() {
+    retired_listeners retired;
+    for (auto& listener : listeners) {
+        if (listener)
+            retired.push_back(std::move(listener));
+    }
+    // Stopped at once; only the joins wait for the caller.
+    for (auto& listener : retired) listener->request_stop();
+    return retired;
 }
 
-void hotplug_events_class::start_or_stop_listeners(const module_data_port* modules) {
-    if (connect_callback == nullptr && disconnect_callback == nullptr) {
-        stop_listeners();
-        return;
-    }
+hotplug_events_class::retired_listeners hotplug_events_class::retire_listeners(const module_data_port* modules) {
+    if (!has_callback())
+        return retire_all_listeners();
+    retired_listeners retired;
     // Before the kit is opened there is no module to listen to; the enable
     // flags stay set for the first registration after it opens.
-    if (modules != nullptr)
-        start_listeners(*modules);
+    if (modules == nullptr)
+        return retired;
+    for (std::size_t index = 0; index < families().size(); ++index) {
+        if (listener_enabled.at(index).load() == 1 && listeners[index]) {
+            listeners[index]->request_stop();
+            retired.push_back(std::move(listeners[index]));
+        }
+    }
+    return retired;
 }
 
-void hotplug_events_class::start_listeners(const module_data_port& modules) {
-    const module_data_port* const manager = &modules;
+void hotplug_events_class::start_listeners(const module_data_port* modules) {
+    if (modules == nullptr || !has_callback())
+        return;
+    const module_data_port* const manager = modules;
     for (std::size_t index = 0; index < families().size(); ++index) {
-        if (listener_enabled.at(index).exchange(0) != 1)
+        // A registration made while the old listener was being joined may
+        // have started this family's listener and taken its flag already.
+        if (listeners[index] || listener_enabled.at(index).exchange(0) != 1)
             continue;
         const std::string device_type = families()[index].device_type;
-        // The old listener goes first: two threads waiting on one module
-        // would take each other's events.
-        listeners[index].reset();
         listeners[index] = std::make_unique<hotplug_listener_class>(
             families()[index].listener_name,
             [manager, device_type](char* payload) {
@@ -120,7 +132,7 @@ void hotplug_events_class::report_connect(const std::string& device_type, const 
     camera_connect_callback callback = nullptr;
     void* context = nullptr;
     {
-        const auto guard = registry.lock_registry();
+        platform::scoped_lock_class guard(registry.registry_lock());
         const arriving_camera arrived = registry.read_arriving_camera(device_type, camera_id);
         serial_number = arrived.serial_number;
         port_type = port_type_of(arrived.usb_speed);
@@ -137,7 +149,7 @@ void hotplug_events_class::report_disconnect(const std::string& camera_id) {
     camera_disconnect_callback callback = nullptr;
     void* context = nullptr;
     {
-        const auto guard = registry.lock_registry();
+        platform::scoped_lock_class guard(registry.registry_lock());
         callback = disconnect_callback;
         context = disconnect_context;
         if (callback == nullptr)

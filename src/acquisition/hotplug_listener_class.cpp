@@ -8,10 +8,6 @@
 
 namespace qx::acquisition {
 
-namespace {
-thread_local const std::atomic<bool>* listener_stop_flag = nullptr;
-}  // namespace
-
 hotplug_listener_class::hotplug_listener_class(std::string name, fetch_function fetch,
                                                event_function on_event, release_function release_waiter)
     : state(std::make_shared<shared_state>()), release(std::move(release_waiter)) {
@@ -19,11 +15,13 @@ hotplug_listener_class::hotplug_listener_class(std::string name, fetch_function 
                          std::move(on_event));
 }
 
-hotplug_listener_class::~hotplug_listener_class() {
+void hotplug_listener_class::request_stop() {
     bool blocked = false;
     {
-        std::lock_guard<std::mutex> guard(state->fetch_mutex);
-        state->stop.store(true);
+        platform::scoped_lock_class guard(state->fetch_mutex);
+        // Once only: a second release would stay in the module's event.
+        if (state->stop.exchange(true))
+            return;
         blocked = state->in_fetch;
     }
     if (blocked && release) {
@@ -32,6 +30,10 @@ hotplug_listener_class::~hotplug_listener_class() {
         } catch (...) {
         }
     }
+}
+
+hotplug_listener_class::~hotplug_listener_class() {
+    request_stop();
     if (!thread.joinable())
         return;
     if (thread.get_id() == std::this_thread::get_id()) {
@@ -41,18 +43,13 @@ hotplug_listener_class::~hotplug_listener_class() {
     }
 }
 
-const std::atomic<bool>* hotplug_listener_class::current_stop_flag() {
-    return listener_stop_flag;
-}
-
 void hotplug_listener_class::run_loop(std::shared_ptr<shared_state> state, std::string name,
                                       fetch_function fetch, event_function on_event) {
     platform::name_current_thread(name.c_str());
-    listener_stop_flag = &state->stop;
     std::array<char, hotplug_payload_size> payload{};
     for (;;) {
         {
-            std::lock_guard<std::mutex> guard(state->fetch_mutex);
+            platform::scoped_lock_class guard(state->fetch_mutex);
             if (state->stop.load())
                 break;
             state->in_fetch = true;
@@ -64,7 +61,7 @@ void hotplug_listener_class::run_loop(std::shared_ptr<shared_state> state, std::
         } catch (...) {
         }
         {
-            std::lock_guard<std::mutex> guard(state->fetch_mutex);
+            platform::scoped_lock_class guard(state->fetch_mutex);
             state->in_fetch = false;
         }
         if (status != 0) {
@@ -81,7 +78,6 @@ void hotplug_listener_class::run_loop(std::shared_ptr<shared_state> state, std::
             // is still heard.
         }
     }
-    listener_stop_flag = nullptr;
 }
 
 }  // namespace qx::acquisition

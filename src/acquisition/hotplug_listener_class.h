@@ -8,10 +8,11 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
+
+#include "platform/scoped_lock_class.h"
 
 namespace qx::acquisition {
 
@@ -37,13 +38,12 @@ class hotplug_listener_class {
     // on its own).
     ~hotplug_listener_class();
 
+    // Sets the stop flag and releases the module's wait when the thread is
+    // blocked in it; the thread then ends on its own. Never throws.
+    void request_stop() QX_EXCLUDES(state->fetch_mutex);
+
     hotplug_listener_class(const hotplug_listener_class&) = delete;
     hotplug_listener_class& operator=(const hotplug_listener_class&) = delete;
-
-    // The stop flag of the listener running on the calling thread; null on
-    // any other thread. Lets kit calls made from a callback give way to a
-    // stop instead of waiting for the thread that stops them.
-    static const std::atomic<bool>* current_stop_flag();
 
   private:
     // Shared with the thread, so that a listener destroyed from its own
@@ -53,8 +53,8 @@ class hotplug_listener_class {
         // A release is sent only to a fetch that is blocked: one sent at any
         // other moment would stay in the module's event and hand a stale
         // payload to the family's next listener.
-        std::mutex fetch_mutex;
-        bool in_fetch = false;  // guarded by fetch_mutex
+        platform::mutex_class fetch_mutex;
+        bool in_fetch QX_GUARDED_BY(fetch_mutex) = false;
     };
     static void run_loop(std::shared_ptr<shared_state> state, std::string name, fetch_function fetch,
                          event_function on_event);

@@ -3,8 +3,9 @@
 // numbers the registry keeps, and a look at an arriving camera. The kit's
 // registry implements it.
 
-#include <mutex>
 #include <string>
+
+#include "platform/scoped_lock_class.h"
 
 namespace qx::acquisition {
 
@@ -16,21 +17,22 @@ struct arriving_camera {
 
 class hotplug_registry_port {
   public:
-    // Takes the registry mutex. On a hot-plug listener's thread it gives way
-    // when that listener is being stopped.
-    virtual std::unique_lock<std::recursive_mutex> lock_registry() = 0;
+    // The registry mutex (recursive), for scoped_lock_class. No thread
+    // holds it while it waits for a listener to end.
+    virtual platform::recursive_mutex_class& registry_lock() = 0;
 
     // Reads the serial number and USB speed of an arriving camera through a
     // device made for this alone and destroyed again. The caller holds the
     // registry mutex. Throws "The SDK is not open.", "Camera is already
     // open." or "Error opening camera.".
-    virtual arriving_camera read_arriving_camera(const std::string& device_type,
-                                                 const std::string& device_id) = 0;
+    virtual arriving_camera read_arriving_camera(const std::string& device_type, const std::string& device_id)
+        QX_REQUIRES(registry_lock()) = 0;
 
     // The serial number that discovery or an arrival recorded for a device
     // id; empty when none did. The caller holds the registry mutex.
-    virtual std::string serial_number_of(const std::string& device_id) const = 0;
-    virtual void remember_serial_number(const std::string& device_id, const std::string& serial_number) = 0;
+    virtual std::string serial_number_of(const std::string& device_id) QX_REQUIRES(registry_lock()) = 0;
+    virtual void remember_serial_number(const std::string& device_id, const std::string& serial_number)
+        QX_REQUIRES(registry_lock()) = 0;
 
   protected:
     hotplug_registry_port() = default;

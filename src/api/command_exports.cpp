@@ -40,7 +40,7 @@ QX_CAMERA_API int _internal_command(void* handle, char* command, int command_siz
 
 QX_CAMERA_API int _set_image_size_overrides(void* handle, int width, int height) {
     return qx::api::run_camera_call(handle, [&](qx_camera_handle_class& camera) {
-        camera.run_locked([&] {
+        camera.run_locked([&]() QX_REQUIRES(camera.handle_lock()) {
             if (width < 1)
                 throw std::invalid_argument("width");
             if (height < 1)

@@ -6,10 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
-
 #include "camera/camera_properties_class.h"
 #include "camera/command_channel_class.h"
+#include "platform/scoped_lock_class.h"
 
 namespace qx::camera {
 
@@ -21,16 +20,19 @@ class camera_command_port {
     // The frame of every handle method: take the handle mutex, validate the
     // handle against the open-handle list, run the work, release on every
     // way out. The mutex is taken before validation on purpose: a closed
-    // handle is freed memory, and callers must not use it.
+    // handle is freed memory, and callers must not use it. Work that reads
+    // what the handle mutex guards says so with QX_REQUIRES; the analysis
+    // cannot tie the work's captured names to this object, so the call
+    // inside is the one place where it takes that on trust.
     template <class Work>
-    decltype(auto) run_locked(Work&& work) {
-        std::lock_guard<std::recursive_mutex> guard(handle_lock());
+    decltype(auto) run_locked(Work&& work) QX_NO_THREAD_SAFETY_ANALYSIS {
+        platform::scoped_lock_class guard(handle_lock());
         validate();
         return work();
     }
 
     // The handle mutex (recursive): the first lock of every camera method.
-    virtual std::recursive_mutex& handle_lock() = 0;
+    virtual platform::recursive_mutex_class& handle_lock() = 0;
     // Throws "Camera handle is invalid." unless this handle is open.
     virtual void validate() const = 0;
 

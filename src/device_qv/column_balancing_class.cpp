@@ -218,11 +218,11 @@ bool column_balancing_class::load_tables(qv_camera_class& camera) {
     return true;
 }
 
-void column_balancing_class::adapt_tables(qv_camera_class& camera) {
+void column_balancing_class::adapt_tables(qv_camera_class& camera, std::int32_t& cached_gain) {
     const std::uint32_t gain = first_integer(camera.query("gain"));
     if (gain > static_cast<std::uint32_t>(column_gain_sets - 1))
         throw std::runtime_error("Gain out of range.");
-    camera.cached_gain = static_cast<std::int32_t>(gain);
+    cached_gain = static_cast<std::int32_t>(gain);
 
     const auto binning = static_cast<std::int32_t>(first_integer(camera.query("hbin")));
     const std::string region = camera.query("roi");

@@ -28,8 +28,8 @@ class column_balancing_class {
 
     // Cuts and bins the working table to the camera's current region and
     // binning, and makes the camera's current gain its cached gain (the
-    // active gain set). The caller holds the command lock.
-    void adapt_tables(qv_camera_class& camera);
+    // active gain set, `cached_gain`). The caller holds the command lock.
+    void adapt_tables(qv_camera_class& camera, std::int32_t& cached_gain);
 
     // Applies the working table of gain set `gain_set` to one frame slot of
     // width x height 16-bit pixels starting 56 bytes into the slot.
@@ -39,7 +39,7 @@ class column_balancing_class {
     // their own; the correction then expects frames `count` pixels wide.
     void set_working_row(int set, const float* factors, int count);
 
-    bool enabled = false;  // guarded by the camera's command lock
+    bool enabled = false;
     bool tables_loaded = false;
 
     // Inspectable for tests and diagnostics.

@@ -24,30 +24,35 @@ constexpr auto failed_read_pause = std::chrono::milliseconds(10);
 
 }  // namespace
 
+device_acquisition_class::device_acquisition_class(qv_camera_class& owner)
+    : camera(owner),
+      command_lock(owner.command_mutex()),
+      packet_loop_lock(owner.packet_loop_mutex()),
+      acquisition_lock(owner.acquisition_mutex()) {}
+
 device_acquisition_class::~device_acquisition_class() {
     shut_down();
 }
 
 std::shared_ptr<frame_slot_queue_class> device_acquisition_class::free_queue() {
-    std::lock_guard<std::mutex> guard(queues_mutex);
+    platform::scoped_lock_class guard(queues_mutex);
     return free_slots;
 }
 
 std::shared_ptr<frame_slot_queue_class> device_acquisition_class::pending_queue() {
-    std::lock_guard<std::mutex> guard(queues_mutex);
+    platform::scoped_lock_class guard(queues_mutex);
     return pending_slots;
 }
 
 void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
-    std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+    platform::scoped_lock_class commands(command_lock);
     if (buffer == nullptr || size <= 0)
         throw std::runtime_error("A frame buffer must be provided to arm.");
 
     const int new_bit_depth = std::atoi(camera.query("pixel_bit_depth", query_copy_length).c_str());
     const int new_width = std::atoi(camera.query("image_width", query_copy_length).c_str());
     const int new_height = std::atoi(camera.query("image_height", query_copy_length).c_str());
-    if (camera.column_balancing.enabled)
-        camera.column_balancing.adapt_tables(camera);
+    camera.adapt_column_correction();
 
     const std::int64_t new_pixel_bytes = static_cast<std::int64_t>(new_width) * new_height * 2;
     // Such a frame could never be assembled whole: refuse it rather than
@@ -69,13 +74,13 @@ void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
     {
         // Under the packet loop's lock no slot of the old buffer is being
         // filled, so none is written once the queues are replaced.
-        std::lock_guard<std::recursive_mutex> packet_loop_guard(camera.packet_loop_lock);
+        platform::scoped_lock_class packet_loop_guard(packet_loop_lock);
         if (auto old_free = free_queue())
             old_free->mark_complete();
         if (auto old_pending = pending_queue())
             old_pending->mark_complete();
 
-        std::lock_guard<std::recursive_mutex> acquisition(camera.acquisition_lock);
+        platform::scoped_lock_class acquisition(acquisition_lock);
         auto fresh_free = std::make_shared<frame_slot_queue_class>("free");
         auto fresh_pending = std::make_shared<frame_slot_queue_class>("pending");
         for (std::int64_t slot = 0; slot < slot_count; ++slot)
@@ -89,7 +94,8 @@ void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
         buffer_last = buffer + size - 1;
         geometry = assembly_geometry{new_width, new_height, new_bit_depth, metadata};
         geometry_changed.store(true);
-        std::lock_guard<std::mutex> guard(queues_mutex);
+        arm_generation.fetch_add(1);
+        platform::scoped_lock_class guard(queues_mutex);
         free_slots = std::move(fresh_free);
         pending_slots = std::move(fresh_pending);
     }
@@ -107,7 +113,7 @@ void device_acquisition_class::arm(unsigned char* buffer, std::int64_t size) {
 
 void device_acquisition_class::stop() {
     {
-        std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+        platform::scoped_lock_class commands(command_lock);
         char reply[reply_area_size] = {};
         camera.send_command("stop", 5, reply, reply_area_size);
     }
@@ -128,7 +134,6 @@ void device_acquisition_class::wake_frame_waiters() {
 }
 
 unsigned char* device_acquisition_class::hand_over(unsigned char* slot) {
-    std::lock_guard<std::recursive_mutex> commands(camera.command_lock, std::adopt_lock);
     if (held_slot != nullptr) {
         if (auto free = free_queue())
             free->push(held_slot);
@@ -139,8 +144,8 @@ unsigned char* device_acquisition_class::hand_over(unsigned char* slot) {
 }
 
 void device_acquisition_class::correct(unsigned char* slot) {
-    if (slot != nullptr && camera.column_balancing.enabled)
-        camera.column_balancing.correct_frame(slot, width, height, camera.cached_gain);
+    if (slot != nullptr)
+        camera.correct_columns(slot, width, height);
 }
 
 unsigned char* device_acquisition_class::acquire_frame(std::int64_t timeout_ms) {
@@ -153,7 +158,7 @@ unsigned char* device_acquisition_class::acquire_frame(std::int64_t timeout_ms) 
     unsigned char* slot = pending->pop(timeout_ms, timed_out);
     if (slot == nullptr)
         return nullptr;
-    std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+    platform::scoped_lock_class commands(command_lock);
     // An arm between the pop and here replaced the buffer: the slot is not
     // this arm's to hold.
     if (slot < buffer_start || slot > buffer_last)
@@ -164,7 +169,7 @@ unsigned char* device_acquisition_class::acquire_frame(std::int64_t timeout_ms) 
 }
 
 void device_acquisition_class::release_frame(unsigned char* slot) {
-    std::lock_guard<std::recursive_mutex> commands(camera.command_lock);
+    platform::scoped_lock_class commands(command_lock);
     if (acquired_slots.erase(slot) == 0)
         return;
     if (auto free = free_queue())
@@ -179,37 +184,41 @@ stream_statistics_record device_acquisition_class::statistics() const {
 }
 
 unsigned char* device_acquisition_class::wait_for_frame() {
-    std::lock_guard<std::recursive_mutex> acquisition(camera.acquisition_lock);
-    if (abort_requested.load())
-        return nullptr;
-    for (;;) {
-        const auto pending = pending_queue();
-        if (!pending)
-            return nullptr;
-        bool timed_out = false;
-        // Once stopped, only frames already pending are handed out: nothing
-        // more will come, so the wait does not linger.
-        unsigned char* slot = pending->pop(stopped.load() ? 0 : pending_wait_step_ms, timed_out);
-        if (slot == nullptr && stopped.load())
-            return nullptr;
+    unsigned char* slot = nullptr;
+    std::uint64_t popped_in_arm = 0;
+    {
+        platform::scoped_lock_class acquisition(acquisition_lock);
         if (abort_requested.load())
             return nullptr;
-        if (slot == nullptr) {
+        for (;;) {
+            const auto pending = pending_queue();
+            if (!pending)
+                return nullptr;
+            popped_in_arm = arm_generation.load();
+            bool timed_out = false;
+            // Once stopped, only frames already pending are handed out:
+            // nothing more will come, so the wait does not linger.
+            slot = pending->pop(stopped.load() ? 0 : pending_wait_step_ms, timed_out);
+            if (slot == nullptr && stopped.load())
+                return nullptr;
+            if (abort_requested.load())
+                return nullptr;
+            if (slot != nullptr)
+                break;
             // A completed queue answers at once; give an arm in progress its turn.
             if (!timed_out)
                 std::this_thread::yield();
-            continue;
         }
-        // Arming holds the command lock while it waits for this thread's
-        // acquisition lock; it raises the abort flag first, so give way to it
-        // instead of blocking on the command lock.
-        while (!camera.command_lock.try_lock()) {
-            if (abort_requested.load())
-                return nullptr;
-            std::this_thread::yield();
-        }
-        return hand_over(slot);
     }
+    // The hand-over takes the command lock only after the acquisition lock
+    // is released: arming holds the command lock while it takes the
+    // acquisition lock, so the two are never waited for the other way round.
+    // An arm that ran in between replaced the queues and the slots; the slot
+    // popped before it is not handed out.
+    platform::scoped_lock_class commands(command_lock);
+    if (abort_requested.load() || arm_generation.load() != popped_in_arm)
+        return nullptr;
+    return hand_over(slot);
 }
 
 unsigned char* device_acquisition_class::poll_frame() {
@@ -219,7 +228,7 @@ unsigned char* device_acquisition_class::poll_frame() {
         bool timed_out = false;
         slot = pending->pop(static_cast<std::int64_t>(camera.image_poll_timeout_ms.load()), timed_out);
     }
-    camera.command_lock.lock();
+    platform::scoped_lock_class commands(command_lock);
     return hand_over(slot);
 }
 
@@ -227,7 +236,7 @@ void device_acquisition_class::shut_down() noexcept {
     try {
         stopped.exchange(true);
         abort_requested.exchange(true);
-        std::lock_guard<std::recursive_mutex> acquisition(camera.acquisition_lock);
+        platform::scoped_lock_class acquisition(acquisition_lock);
         if (packet_loop.joinable()) {
             loop_stop_requested.exchange(true);
             // The loop may be waiting on a read: end it now rather than
@@ -239,7 +248,7 @@ void device_acquisition_class::shut_down() noexcept {
                 packet_loop.join();
             }
         }
-        std::lock_guard<std::mutex> guard(queues_mutex);
+        platform::scoped_lock_class guard(queues_mutex);
         free_slots.reset();
         pending_slots.reset();
     } catch (...) {
@@ -266,7 +275,7 @@ void device_acquisition_class::run_packet_loop() {
             // The packet is handled under the loop's lock, so that arming
             // never replaces the queues or the geometry in the middle of it;
             // the read itself waits outside, so arming never waits for it.
-            std::lock_guard<std::recursive_mutex> pass(camera.packet_loop_lock);
+            platform::scoped_lock_class pass(packet_loop_lock);
             if (loop_stop_requested.load())
                 break;
             if (geometry_changed.exchange(false))

@@ -7,13 +7,13 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <thread>
 
 #include "base/stream_statistics_record.h"
 #include "device_qv/frame_slot_queue_class.h"
 #include "device_qv/packet_assembler_class.h"
+#include "platform/scoped_lock_class.h"
 
 namespace qx::device_qv {
 
@@ -24,7 +24,7 @@ inline constexpr std::uint32_t packet_timeout_ms = 2000;
 
 class device_acquisition_class {
   public:
-    explicit device_acquisition_class(qv_camera_class& owner) : camera(owner) {}
+    explicit device_acquisition_class(qv_camera_class& owner);
     // Stops and joins the packet loop. Never throws.
     ~device_acquisition_class();
 
@@ -33,7 +33,7 @@ class device_acquisition_class {
 
     // Cuts the kit's buffer into slots, replaces both queues, starts the
     // packet loop once, and sends "arm" to the camera. Holds the command lock.
-    void arm(unsigned char* buffer, std::int64_t size);
+    void arm(unsigned char* buffer, std::int64_t size) QX_EXCLUDES(queues_mutex);
 
     // Sends "stop" to the camera and marks acquisition stopped.
     void stop();
@@ -41,8 +41,9 @@ class device_acquisition_class {
     // Releases a waiting frame read for good (until the next arm).
     void unblock();
 
-    // The next frame slot, or null when aborted, stopped or unarmed. Holds
-    // the acquisition lock.
+    // The next frame slot, or null when aborted, stopped, unarmed or armed
+    // anew meanwhile. Holds the acquisition lock while it waits, and hands
+    // the slot over under the command lock after releasing it.
     unsigned char* wait_for_frame();
 
     // The next frame slot within the poll time-out, or null.
@@ -75,15 +76,20 @@ class device_acquisition_class {
     void hand_off_frame(packet_assembler_class& assembler);
     // Hands the held slot back to "free" and holds `slot` instead; applies
     // column correction to it. Holds the command lock.
-    unsigned char* hand_over(unsigned char* slot);
+    unsigned char* hand_over(unsigned char* slot) QX_REQUIRES(command_lock);
     // Applies column correction to a slot about to reach the kit. Holds the
     // command lock.
-    void correct(unsigned char* slot);
-    std::shared_ptr<frame_slot_queue_class> free_queue();
-    std::shared_ptr<frame_slot_queue_class> pending_queue();
+    void correct(unsigned char* slot) QX_REQUIRES(command_lock);
+    std::shared_ptr<frame_slot_queue_class> free_queue() QX_EXCLUDES(queues_mutex);
+    std::shared_ptr<frame_slot_queue_class> pending_queue() QX_EXCLUDES(queues_mutex);
     void wake_frame_waiters();
 
     qv_camera_class& camera;
+    // The camera's own locks (their order is declared there): the command
+    // lock, the packet loop lock, the acquisition lock.
+    platform::recursive_mutex_class& command_lock;
+    platform::recursive_mutex_class& packet_loop_lock;
+    platform::recursive_mutex_class& acquisition_lock;
 
     // Geometry and buffer, written by arm under the command lock and the
     // packet loop lock.
@@ -99,7 +105,7 @@ class device_acquisition_class {
     std::atomic<bool> loop_stop_requested{false};
     std::atomic<bool> loop_running{false};
     std::thread packet_loop;  // started by the first arm, joined at shut-down
-    assembly_geometry geometry;                 // guarded by the packet loop lock
+    assembly_geometry geometry QX_GUARDED_BY(packet_loop_lock);
     std::atomic<bool> geometry_changed{false};  // the packet loop takes `geometry` anew
 
     struct counters {
@@ -112,12 +118,16 @@ class device_acquisition_class {
         std::atomic<std::uint64_t> packets_received{0};
     } counted;
 
-    std::mutex queues_mutex;                                // a leaf lock: nothing is taken while it is held
-    std::shared_ptr<frame_slot_queue_class> free_slots;     // guarded by queues_mutex
-    std::shared_ptr<frame_slot_queue_class> pending_slots;  // guarded by queues_mutex
+    // A leaf lock: nothing is taken while it is held.
+    platform::mutex_class queues_mutex QX_ACQUIRED_AFTER(acquisition_lock);
+    std::shared_ptr<frame_slot_queue_class> free_slots QX_GUARDED_BY(queues_mutex);
+    std::shared_ptr<frame_slot_queue_class> pending_slots QX_GUARDED_BY(queues_mutex);
+    // Counts arms; a wait hands over a slot only from the arm it popped it in.
+    std::atomic<std::uint64_t> arm_generation{0};
 
-    unsigned char* held_slot = nullptr;        // guarded by the camera's command lock
-    std::set<unsigned char*> acquired_slots;  // held by acquire_frame; guarded by the command lock
+    unsigned char* held_slot QX_GUARDED_BY(command_lock) = nullptr;
+    // Held by acquire_frame.
+    std::set<unsigned char*> acquired_slots QX_GUARDED_BY(command_lock);
 };
 
 }  // namespace qx::device_qv

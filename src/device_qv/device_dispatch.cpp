@@ -57,7 +57,7 @@ void pass_through(const dispatch_call& call) {
 }
 
 void read_gain(const dispatch_call& call, const std::string&) {
-    std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+    platform::scoped_lock_class guard(call.camera.command_mutex());
     const int gain = camera::to_int(call.camera.query("gain"));
     call.camera.cached_gain = gain;
     write_reply(call, std::to_string(gain));
@@ -68,17 +68,17 @@ void write_gain(const dispatch_call& call, const std::string& trimmed_command) {
     const int gain = camera::to_int(std::string_view(trimmed_command).substr(prefix_length));
     const std::string command = "gain " + std::to_string(gain);
     {
-        std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+        platform::scoped_lock_class guard(call.camera.command_mutex());
         char reply[reply_area_size] = {};
         call.camera.send_command(command.c_str(), static_cast<std::uint32_t>(command.size() + 1), reply,
                                  reply_area_size);
     }
-    std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+    platform::scoped_lock_class guard(call.camera.command_mutex());
     call.camera.cached_gain = gain;
 }
 
 void frame_size(const dispatch_call& call, const std::string&) {
-    std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+    platform::scoped_lock_class guard(call.camera.command_mutex());
     const auto width = static_cast<std::uint32_t>(
         camera::to_int_or_zero(call.camera.query("image_width", size_query_copy_length)));
     const auto height = static_cast<std::uint32_t>(
@@ -152,7 +152,7 @@ const dispatch_row get_rows[] = {
      }},
     {"usb_speed", true,
      [](const dispatch_call& call, const std::string&) {
-         std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+         platform::scoped_lock_class guard(call.camera.command_mutex());
          const std::string speed = call.camera.transport()->get_usb_port_speed();
          // NUL-padded, and unterminated when the text fills the buffer.
          if (call.reply != nullptr)
@@ -160,7 +160,7 @@ const dispatch_row get_rows[] = {
      }},
     {"image_metadata", false,
      [](const dispatch_call& call, const std::string&) {
-         std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+         platform::scoped_lock_class guard(call.camera.command_mutex());
          write_reply(call, call.camera.metadata_enabled.load() ? "on" : "off");
      }},
     {"acquisition_bytes_per_frame", false, frame_size},
@@ -168,13 +168,13 @@ const dispatch_row get_rows[] = {
     {"stream_statistics", false, stream_statistics},
     {"ccon", false,
      [](const dispatch_call& call, const std::string&) {
-         std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+         platform::scoped_lock_class guard(call.camera.command_mutex());
          call.camera.column_balancing.enabled = true;
          write_reply(call, "on");
      }},
     {"ccoff", false,
      [](const dispatch_call& call, const std::string&) {
-         std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+         platform::scoped_lock_class guard(call.camera.command_mutex());
          call.camera.column_balancing.enabled = false;
          write_reply(call, "off");
      }},
@@ -199,7 +199,7 @@ const dispatch_row set_rows[] = {
     {"stop", false, stop_acquisition},
     {"image_metadata", false,
      [](const dispatch_call& call, const std::string&) {
-         std::lock_guard<std::recursive_mutex> guard(call.camera.command_lock);
+         platform::scoped_lock_class guard(call.camera.command_mutex());
          call.camera.metadata_enabled.store(data_text(call) == "on");
      }},
     {"gain ", true, write_gain},

@@ -10,8 +10,8 @@ void frame_slot_queue_class::push(unsigned char* slot) {
     if (complete.load())
         throw std::runtime_error("Queue is marked complete, so no additional items can be queued.");
     {
-        std::lock_guard<std::mutex> waiters(waiter_mutex);
-        std::lock_guard<std::mutex> guard(items_mutex);
+        platform::scoped_lock_class waiters(waiter_mutex);
+        platform::scoped_lock_class guard(items_mutex);
         items.push_back(slot);
     }
     item_arrived.notify_one();
@@ -29,17 +29,17 @@ unsigned char* frame_slot_queue_class::pop(std::int64_t timeout_ms, bool& timed_
     constexpr std::int64_t longest_wait_ms = 100LL * 365 * 24 * 3600 * 1000;
     const auto deadline = clock::now() + std::chrono::milliseconds(std::min(timeout_ms, longest_wait_ms));
 
-    std::unique_lock<std::mutex> waiters(waiter_mutex);
+    platform::scoped_lock_class waiters(waiter_mutex);
     const std::uint64_t generation = wake_generation;
-    const bool arrived = item_arrived.wait_until(waiters, deadline, [&] {
+    const bool arrived = item_arrived.wait_until(waiters, deadline, [&]() QX_REQUIRES(waiter_mutex) {
         if (complete.load() || wake_generation != generation)
             return true;
-        std::lock_guard<std::mutex> guard(items_mutex);
+        platform::scoped_lock_class guard(items_mutex);
         return !items.empty();
     });
     if (complete.load())
         return nullptr;
-    std::lock_guard<std::mutex> guard(items_mutex);
+    platform::scoped_lock_class guard(items_mutex);
     if (!arrived || items.empty()) {
         timed_out = true;
         return nullptr;
@@ -51,7 +51,7 @@ unsigned char* frame_slot_queue_class::pop(std::int64_t timeout_ms, bool& timed_
 
 void frame_slot_queue_class::mark_complete() {
     {
-        std::lock_guard<std::mutex> waiters(waiter_mutex);
+        platform::scoped_lock_class waiters(waiter_mutex);
         complete.store(true);
     }
     item_arrived.notify_all();
@@ -59,14 +59,14 @@ void frame_slot_queue_class::mark_complete() {
 
 void frame_slot_queue_class::wake_waiters() {
     {
-        std::lock_guard<std::mutex> waiters(waiter_mutex);
+        platform::scoped_lock_class waiters(waiter_mutex);
         ++wake_generation;
     }
     item_arrived.notify_all();
 }
 
 std::size_t frame_slot_queue_class::size() {
-    std::lock_guard<std::mutex> guard(items_mutex);
+    platform::scoped_lock_class guard(items_mutex);
     return items.size();
 }
 

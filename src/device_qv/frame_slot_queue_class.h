@@ -3,11 +3,11 @@
 // packet loop, "pending" slots for the kit.
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 #include <string>
+
+#include "platform/condition_variable_class.h"
 
 namespace qx::device_qv {
 
@@ -17,30 +17,30 @@ class frame_slot_queue_class {
 
     // Appends a slot and wakes one waiter. Throws "Queue is marked complete,
     // so no additional items can be queued." once the queue is complete.
-    void push(unsigned char* slot);
+    void push(unsigned char* slot) QX_EXCLUDES(waiter_mutex, items_mutex);
 
     // The front slot, waiting up to `timeout_ms`; null with `timed_out` set
     // when none came. A complete queue answers null at once. A negative
     // time-out throws "Timeout must be 0 or more milliseconds.".
-    unsigned char* pop(std::int64_t timeout_ms, bool& timed_out);
+    unsigned char* pop(std::int64_t timeout_ms, bool& timed_out) QX_EXCLUDES(waiter_mutex, items_mutex);
 
     // Ends the queue: every waiter returns and later pops answer null.
-    void mark_complete();
+    void mark_complete() QX_EXCLUDES(waiter_mutex);
 
     // Ends the pops waiting now, as time-outs, so that their callers look at
     // their stop flags at once; later pops wait as usual.
-    void wake_waiters();
+    void wake_waiters() QX_EXCLUDES(waiter_mutex);
 
     const std::string& queue_name() const { return name; }
-    std::size_t size();
+    std::size_t size() QX_EXCLUDES(items_mutex);
 
   private:
     std::string name;
-    std::mutex waiter_mutex;
-    std::condition_variable item_arrived;
-    std::uint64_t wake_generation = 0;  // guarded by waiter_mutex
-    std::mutex items_mutex;            // taken inside waiter_mutex
-    std::deque<unsigned char*> items;  // guarded by items_mutex
+    platform::mutex_class waiter_mutex QX_ACQUIRED_BEFORE(items_mutex);
+    platform::condition_variable_class item_arrived;
+    std::uint64_t wake_generation QX_GUARDED_BY(waiter_mutex) = 0;
+    platform::mutex_class items_mutex;
+    std::deque<unsigned char*> items QX_GUARDED_BY(items_mutex);
     std::atomic<bool> complete{false};
 };
 

@@ -59,7 +59,7 @@ int module_state_class::initialize(qx_hotplug_record* host) {
     std::copy(std::begin(qv_product_ids), std::end(qv_product_ids), identity_filter.product_ids.begin());
     initialised = true;
     {
-        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        platform::scoped_lock_class guard(hotplug_mutex);
         if (initialisation_count++ == 0)
             hotplug_event = std::make_shared<platform::auto_reset_event_class>();
     }
@@ -74,7 +74,7 @@ int module_state_class::initialize(qx_hotplug_record* host) {
 int module_state_class::uninitialize() {
     std::shared_ptr<platform::auto_reset_event_class> closing;
     {
-        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        platform::scoped_lock_class guard(hotplug_mutex);
         if (initialisation_count > 0 && --initialisation_count == 0) {
             // The stored event is cleared before it is closed, so that no new
             // wait starts on a closed event.
@@ -90,12 +90,12 @@ int module_state_class::uninitialize() {
 }
 
 std::shared_ptr<platform::auto_reset_event_class> module_state_class::current_hotplug_event() {
-    std::lock_guard<std::mutex> guard(hotplug_mutex);
+    platform::scoped_lock_class guard(hotplug_mutex);
     return hotplug_event;
 }
 
 void module_state_class::remember_device(const std::string& camera_id, const std::string& device_path) {
-    std::lock_guard<std::mutex> guard(device_paths_mutex);
+    platform::scoped_lock_class guard(device_paths_mutex);
     for (auto entry = device_paths.begin(); entry != device_paths.end(); ++entry) {
         if (entry->first == camera_id || entry->second == device_path) {
             device_paths.erase(entry);
@@ -148,25 +148,25 @@ int module_state_class::get_device_ids(char* device_ids, int device_ids_size, ch
 }
 
 std::string module_state_class::device_path_of(const std::string& camera_id) const {
-    std::lock_guard<std::mutex> guard(device_paths_mutex);
+    platform::scoped_lock_class guard(device_paths_mutex);
     const auto entry = device_paths.find(camera_id);
     return entry == device_paths.end() ? std::string() : entry->second;
 }
 
 void module_state_class::add_open_camera(qv_camera_class* camera) {
-    std::lock_guard<std::mutex> guard(open_cameras_mutex);
+    platform::scoped_lock_class guard(open_cameras_mutex);
     open_cameras.push_back(camera);
 }
 
 void module_state_class::remove_open_camera(qv_camera_class* camera) {
-    std::lock_guard<std::mutex> guard(open_cameras_mutex);
+    platform::scoped_lock_class guard(open_cameras_mutex);
     const auto entry = std::find(open_cameras.begin(), open_cameras.end(), camera);
     if (entry != open_cameras.end())
         open_cameras.erase(entry);
 }
 
 std::size_t module_state_class::open_camera_count() {
-    std::lock_guard<std::mutex> guard(open_cameras_mutex);
+    platform::scoped_lock_class guard(open_cameras_mutex);
     return open_cameras.size();
 }
 
@@ -188,7 +188,8 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
             // empty id; the kit's listener refuses it.
         }
         {
-            const auto guard = take_handover();
+            platform::scoped_lock_class guard(hotplug_mutex);
+            wait_for_handover(guard);
             pending_event_code = 1;
             std::memset(event_camera_id, 0, sizeof event_camera_id);
             std::strncpy(event_camera_id, camera_id.c_str(), sizeof event_camera_id - 1);
@@ -201,8 +202,9 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
     if (event_code == QX_HOTPLUG_EVENT_DEPARTURE) {
         log_line("usb_hotplug_callback() - HOTPLUG_DISCONNECT path:%s\n", path.c_str());
         {
-            const auto guard = take_handover();
-            std::lock_guard<std::mutex> paths_guard(device_paths_mutex);
+            platform::scoped_lock_class guard(hotplug_mutex);
+            wait_for_handover(guard);
+            platform::scoped_lock_class paths_guard(device_paths_mutex);
             payload_unread = true;
             pending_event_code = 2;
             std::memset(event_camera_id, 0, sizeof event_camera_id);
@@ -219,24 +221,24 @@ void module_state_class::on_hotplug_event(int event_code, const char* device_pat
         return;
     }
     {
-        const auto guard = take_handover();
+        platform::scoped_lock_class guard(hotplug_mutex);
+        wait_for_handover(guard);
         pending_event_code = 0;
         std::memset(event_camera_id, 0, sizeof event_camera_id);
     }
     log_line("usb_hotplug_callback() - UNKNOWN EVENT (0x%08x)\n", static_cast<unsigned int>(event_code));
 }
 
-std::unique_lock<std::mutex> module_state_class::take_handover() {
-    std::unique_lock<std::mutex> guard(hotplug_mutex);
+void module_state_class::wait_for_handover(platform::scoped_lock_class<platform::mutex_class>& guard) {
     // Bounded: a listener held up in the application's callback for longer
     // loses the older event rather than stalling the monitor.
-    payload_fetched.wait_for(guard, handover_wait, [&] { return !payload_unread || !listener_attached; });
-    return guard;
+    payload_fetched.wait_for(guard, handover_wait,
+                             [&]() QX_REQUIRES(hotplug_mutex) { return !payload_unread || !listener_attached; });
 }
 
 int module_state_class::wait_for_hotplug_payload(char* payload) {
     {
-        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        platform::scoped_lock_class guard(hotplug_mutex);
         listener_attached = true;
     }
     auto event = current_hotplug_event();
@@ -246,7 +248,7 @@ int module_state_class::wait_for_hotplug_payload(char* payload) {
         return 1;
     char written[hotplug_payload_capacity] = {};
     {
-        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        platform::scoped_lock_class guard(hotplug_mutex);
         if (pending_event_code == 1)
             stbsp_snprintf(written, sizeof written, "1,%s", event_camera_id);
         if (pending_event_code == 2)
@@ -269,7 +271,7 @@ void module_state_class::release_hotplug_waiter() {
 
 void module_state_class::detach_listener() {
     {
-        std::lock_guard<std::mutex> guard(hotplug_mutex);
+        platform::scoped_lock_class guard(hotplug_mutex);
         listener_attached = false;
     }
     payload_fetched.notify_all();

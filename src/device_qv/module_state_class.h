@@ -4,12 +4,10 @@
 // list of open cameras, and the hand-over of hot-plug events.
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "platform/auto_reset_event_class.h"
@@ -74,32 +72,33 @@ class module_state_class {
     usb::device_enumerator_class enumerator;
     // Hot-plug departures prune the map from the monitor's thread while the
     // kit lists and creates cameras on its own threads.
-    mutable std::mutex device_paths_mutex;
-    std::map<std::string, std::string> device_paths;  // guarded by device_paths_mutex
+    mutable platform::mutex_class device_paths_mutex;
+    std::map<std::string, std::string> device_paths QX_GUARDED_BY(device_paths_mutex);
 
-    std::mutex open_cameras_mutex;
-    std::list<qv_camera_class*> open_cameras;  // guarded by open_cameras_mutex
+    platform::mutex_class open_cameras_mutex;
+    std::list<qv_camera_class*> open_cameras QX_GUARDED_BY(open_cameras_mutex);
 
-    std::shared_ptr<platform::auto_reset_event_class> current_hotplug_event();
+    std::shared_ptr<platform::auto_reset_event_class> current_hotplug_event() QX_EXCLUDES(hotplug_mutex);
 
     void log_line(const char* format, ...);
 
     bool initialised = false;
     std::atomic<log_sink> hotplug_log_sink{nullptr};
-    std::mutex hotplug_mutex;
-    int initialisation_count = 0;                                     // guarded by hotplug_mutex
-    std::shared_ptr<platform::auto_reset_event_class> hotplug_event;  // guarded by hotplug_mutex
-    std::int32_t pending_event_code = 0;                              // guarded by hotplug_mutex
-    char event_camera_id[hotplug_id_capacity] = {};                   // guarded by hotplug_mutex
+    platform::mutex_class hotplug_mutex QX_ACQUIRED_BEFORE(device_paths_mutex);
+    int initialisation_count QX_GUARDED_BY(hotplug_mutex) = 0;
+    std::shared_ptr<platform::auto_reset_event_class> hotplug_event QX_GUARDED_BY(hotplug_mutex);
+    std::int32_t pending_event_code QX_GUARDED_BY(hotplug_mutex) = 0;
+    char event_camera_id[hotplug_id_capacity] QX_GUARDED_BY(hotplug_mutex) = {};
     // While a listener fetches events, a new event waits (boundedly) until
     // the last one has been fetched instead of overwriting it: a camera that
     // is unplugged and plugged again at once must give two events.
-    bool listener_attached = false;  // guarded by hotplug_mutex
-    bool payload_unread = false;     // guarded by hotplug_mutex
-    std::condition_variable payload_fetched;
-    // Takes the hand-over for a new event: waits while the last one is unread.
-    std::unique_lock<std::mutex> take_handover();
-    void detach_listener();
+    bool listener_attached QX_GUARDED_BY(hotplug_mutex) = false;
+    bool payload_unread QX_GUARDED_BY(hotplug_mutex) = false;
+    platform::condition_variable_class payload_fetched;
+    // Waits, under the hot-plug mutex, for the hand-over of a new event:
+    // while the last one is unread.
+    void wait_for_handover(platform::scoped_lock_class<platform::mutex_class>& guard) QX_REQUIRES(hotplug_mutex);
+    void detach_listener() QX_EXCLUDES(hotplug_mutex);
 };
 
 }  // namespace qx::device_qv

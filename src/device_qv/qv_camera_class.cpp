@@ -45,7 +45,8 @@ qv_camera_class::qv_camera_class(usb::usb_driver_base* transport) : usb_transpor
 qv_camera_class::~qv_camera_class() {
     acquisition.shut_down();
     try {
-        std::scoped_lock ordered(packet_loop_lock, acquisition_lock);
+        platform::scoped_lock_class packet_loop_guard(packet_loop_lock);
+        platform::scoped_lock_class acquisition_guard(acquisition_lock);
         module_state_class::instance().remove_open_camera(this);
     } catch (...) {
         // Destruction never fails.
@@ -54,7 +55,7 @@ qv_camera_class::~qv_camera_class() {
 
 void qv_camera_class::send_command(const char* command, std::uint32_t length, char* caller_buffer,
                                    std::uint32_t copy_length, std::uint32_t timeout_ms) {
-    std::lock_guard<std::recursive_mutex> guard(command_lock);
+    platform::scoped_lock_class guard(command_lock);
     bool gain_update_failed = false;
     for (int attempt = 1; attempt <= attempt_limit; ++attempt) {
         gain_update_failed = false;
@@ -105,6 +106,18 @@ void qv_camera_class::send_command(const char* command, std::uint32_t length, ch
         column_balancing.enabled = false;
     throw std::runtime_error("After " + std::to_string(attempt_limit) +
                              " attempts, failed to do a Cypress FX3 write + readback.");
+}
+
+void qv_camera_class::adapt_column_correction() {
+    platform::scoped_lock_class guard(command_lock);
+    if (column_balancing.enabled)
+        column_balancing.adapt_tables(*this, cached_gain);
+}
+
+void qv_camera_class::correct_columns(unsigned char* slot, int width, int height) {
+    platform::scoped_lock_class guard(command_lock);
+    if (column_balancing.enabled)
+        column_balancing.correct_frame(slot, width, height, cached_gain);
 }
 
 std::string qv_camera_class::query(const std::string& command, std::uint32_t copy_length) {

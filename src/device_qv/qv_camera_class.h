@@ -2,18 +2,18 @@
 // One opened camera of the built-in family: the object that the module's
 // create returns and every other entry point receives.
 //
-// Locks, in the order they nest: command_lock, then acquisition_lock
-// (arming); acquisition_lock, then command_lock (waiting for a frame);
-// packet_loop_lock is taken alone by the packet loop. The module-wide camera
-// list mutex comes last.
+// Locks, in the order they nest: command_lock, then packet_loop_lock, then
+// acquisition_lock (arming takes all three); the packet loop takes
+// packet_loop_lock alone, a wait for a frame acquisition_lock alone. The
+// module-wide camera list mutex and the transport's locks come last.
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 #include "device_qv/column_balancing_class.h"
 #include "device_qv/device_acquisition_class.h"
+#include "platform/scoped_lock_class.h"
 #include "usb/usb_driver_base.h"
 
 namespace qx::device_qv {
@@ -41,6 +41,13 @@ class qv_camera_class {
     void send_command(const char* command, std::uint32_t length, char* caller_buffer,
                       std::uint32_t copy_length, std::uint32_t timeout_ms = command_timeout_ms);
 
+    // Fits the column-correction tables to the geometry just read, when
+    // correction is on. Takes the command lock.
+    void adapt_column_correction();
+    // Applies column correction to a frame slot when correction is on.
+    // Takes the command lock.
+    void correct_columns(unsigned char* slot, int width, int height);
+
     // Convenience: sends a text command and returns its reply text.
     std::string query(const std::string& command, std::uint32_t copy_length = reply_area_size);
 
@@ -48,18 +55,29 @@ class qv_camera_class {
     const std::string& id() const { return camera_id; }
     const std::string& serial_number() const { return camera_serial; }
 
-    std::recursive_mutex command_lock;
-    std::recursive_mutex acquisition_lock;
-    std::recursive_mutex packet_loop_lock;
+    // The camera's locks, for scoped_lock_class: the command lock
+    // serialises every camera text command and the camera's state; the
+    // acquisition lock serialises arming, stopping and waits; the packet
+    // loop holds its lock while it handles one packet.
+    platform::recursive_mutex_class& command_mutex() QX_RETURN_CAPABILITY(command_lock) { return command_lock; }
+    platform::recursive_mutex_class& acquisition_mutex() QX_RETURN_CAPABILITY(acquisition_lock) {
+        return acquisition_lock;
+    }
+    platform::recursive_mutex_class& packet_loop_mutex() QX_RETURN_CAPABILITY(packet_loop_lock) {
+        return packet_loop_lock;
+    }
 
     std::atomic<std::uint32_t> image_poll_timeout_ms{100};
     // Whether each frame slot begins with the metadata record; set by the
     // kit before it arms, read by the packet loop.
     std::atomic<bool> metadata_enabled{false};
-    std::int32_t cached_gain = 0;             // guarded by command_lock; the active column-gain set
-    column_balancing_class column_balancing;  // guarded by command_lock
+    std::int32_t cached_gain QX_GUARDED_BY(command_lock) = 0;  // the active column-gain set
+    column_balancing_class column_balancing QX_GUARDED_BY(command_lock);
 
   private:
+    platform::recursive_mutex_class command_lock QX_ACQUIRED_BEFORE(packet_loop_lock, acquisition_lock);
+    platform::recursive_mutex_class packet_loop_lock QX_ACQUIRED_BEFORE(acquisition_lock);
+    platform::recursive_mutex_class acquisition_lock;
     usb::usb_driver_base* usb_transport;
     std::string camera_id;
     std::string camera_serial;

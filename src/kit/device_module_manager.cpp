@@ -6,6 +6,7 @@
 
 #include "base/checks.h"
 #include "base/status_codes.h"
+#include "platform/scoped_lock_class.h"
 #include "platform/shared_library.h"
 
 namespace qx::kit {
@@ -16,8 +17,8 @@ constexpr std::size_t device_id_buffer_size = 2048;
 
 // Device creation is serialised process-wide: modules may assume one create
 // at a time.
-std::mutex& creation_mutex() {
-    static std::mutex mutex;
+platform::mutex_class& creation_mutex() {
+    static platform::mutex_class mutex;
     return mutex;
 }
 
@@ -130,7 +131,7 @@ int Device_module_manager::get_device_ids(char* device_ids, int device_ids_size,
 
 std::optional<device_handle_class> Device_module_manager::create_device(const std::string& module_name,
                                                                         const std::string& device_id) const {
-    std::lock_guard<std::mutex> creating(creation_mutex());
+    platform::scoped_lock_class creating(creation_mutex());
     const auto module = find_module(module_name);
     if (!module || module->create == nullptr)
         return std::nullopt;

@@ -1,8 +1,6 @@
 #include "kit/kit_registry_class.h"
 
 #include <algorithm>
-#include <chrono>
-#include <thread>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -62,27 +60,34 @@ std::vector<std::string> entries_of_module(const std::string& gathered, const st
 
 }  // namespace
 
-std::unique_lock<std::recursive_mutex> kit_registry_class::lock_registry() {
-    const std::atomic<bool>* stop = acquisition::hotplug_listener_class::current_stop_flag();
-    if (stop == nullptr)
-        return std::unique_lock<std::recursive_mutex>(registry_mutex);
-    std::unique_lock<std::recursive_mutex> guard(registry_mutex, std::defer_lock);
-    while (!guard.try_lock()) {
-        if (stop->load())
-            fail_condition_is_true("The hot-plug listener is stopping.");
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
-    }
-    return guard;
+const acquisition::module_data_port* kit_registry_class::open_modules() {
+    return kit_object ? &kit_object->manager : nullptr;
+}
+
+template <typename Store>
+void kit_registry_class::revise_listeners(Store store) {
+    platform::scoped_lock_class guard(registry_mutex);
+    if (!store())
+        return;
+    // Joined without the registry mutex: the listener, or the application's
+    // callback on its thread, may be waiting for it.
+    auto retired = hotplug_events.retire_listeners(open_modules());
+    guard.unlock();
+    retired.clear();
+    guard.lock();
+    hotplug_events.start_listeners(open_modules());
 }
 
 void kit_registry_class::set_connect_callback(camera_connect_callback callback, void* context) {
-    const auto guard = lock_registry();
-    hotplug_events.set_connect_callback(callback, context, kit_object ? &kit_object->manager : nullptr);
+    revise_listeners([&]() QX_REQUIRES(registry_mutex) {
+        return hotplug_events.set_connect_callback(callback, context);
+    });
 }
 
 void kit_registry_class::set_disconnect_callback(camera_disconnect_callback callback, void* context) {
-    const auto guard = lock_registry();
-    hotplug_events.set_disconnect_callback(callback, context, kit_object ? &kit_object->manager : nullptr);
+    revise_listeners([&]() QX_REQUIRES(registry_mutex) {
+        return hotplug_events.set_disconnect_callback(callback, context);
+    });
 }
 
 bool kit_registry_class::is_device_id_open(const std::string& device_id) const {
@@ -90,7 +95,7 @@ bool kit_registry_class::is_device_id_open(const std::string& device_id) const {
                        [&](const qx_camera_handle_class* open) { return open->device_id() == device_id; });
 }
 
-std::string kit_registry_class::serial_number_of(const std::string& device_id) const {
+std::string kit_registry_class::serial_number_of(const std::string& device_id) {
     const auto entry = discovered_serials.find(device_id);
     return entry == discovered_serials.end() ? std::string() : entry->second;
 }
@@ -129,24 +134,33 @@ kit_class& kit_registry_class::require_kit() {
 }
 
 void kit_registry_class::open_sdk() {
-    const auto guard = lock_registry();
+    platform::scoped_lock_class guard(registry_mutex);
     hotplug_events.enable_listeners();
     auto fresh = std::make_unique<kit_class>();
-    // The listeners wait on the old kit's modules: they end with it.
-    hotplug_events.stop_listeners();
+    // The listeners wait on the old kit's modules: they end before it, and
+    // are joined without the registry mutex, which they may be waiting for.
+    auto retired = hotplug_events.retire_all_listeners();
     std::swap(kit_object, fresh);
+    guard.unlock();
+    retired.clear();
+    guard.lock();
     // The old kit object, if any, is destroyed here, after the new one works.
 }
 
 void kit_registry_class::close_sdk() {
-    const auto guard = lock_registry();
+    platform::scoped_lock_class guard(registry_mutex);
     check_true(open_handles.empty(), "Cameras must be closed before closing the SDK.");
-    hotplug_events.stop_listeners();
-    kit_object.reset();
+    // As in open_sdk: the listeners are joined without the registry mutex
+    // and before their kit is destroyed.
+    auto retired = hotplug_events.retire_all_listeners();
+    const std::unique_ptr<kit_class> closed = std::move(kit_object);
+    guard.unlock();
+    retired.clear();
+    guard.lock();
 }
 
 void kit_registry_class::discover_cameras(char* serial_numbers, int size) {
-    const auto guard = lock_registry();
+    platform::scoped_lock_class guard(registry_mutex);
     kit_class& kit = require_kit();
 
     std::vector<char> ids(device_id_list_size, '\0');
@@ -179,7 +193,7 @@ void kit_registry_class::discover_cameras(char* serial_numbers, int size) {
 void* kit_registry_class::open_camera(const char* serial_number) {
     qx_camera_handle_class* handle = nullptr;
     {
-        const auto guard = lock_registry();
+        platform::scoped_lock_class guard(registry_mutex);
         if (serial_number == nullptr)
             throw std::invalid_argument("camera_serial_number");
 
@@ -201,7 +215,7 @@ void* kit_registry_class::open_camera(const char* serial_number) {
 
         // A handle being closed may have destroyed its device already, and
         // the new device may then sit at the freed address.
-        const auto holds_device = [&](const qx_camera_handle_class* open) {
+        const auto holds_device = [&](const qx_camera_handle_class* open) QX_REQUIRES(registry_mutex) {
             return closing_handles.count(open) == 0 && open->device().device() == device->device();
         };
         if (std::any_of(open_handles.begin(), open_handles.end(), holds_device)) {
@@ -229,7 +243,7 @@ void kit_registry_class::close_camera(void* handle) {
     std::string failures;
     auto* camera = static_cast<qx_camera_handle_class*>(handle);
     try {
-        const auto guard = lock_registry();
+        platform::scoped_lock_class guard(registry_mutex);
         validate_handle(handle);
         // The frame loop would free the handle it runs on and join itself.
         check_false(camera->acquisition.called_from_frame_loop(),
@@ -249,7 +263,7 @@ void kit_registry_class::close_camera(void* handle) {
 }
 
 void kit_registry_class::validate_handle(const void* handle) {
-    const auto guard = lock_registry();
+    platform::scoped_lock_class guard(registry_mutex);
     for (const auto* open : open_handles) {
         if (open == handle)
             return;
@@ -258,8 +272,7 @@ void kit_registry_class::validate_handle(const void* handle) {
 }
 
 void kit_registry_class::remove_handle(const qx_camera_handle_class* handle) {
-    // A plain lock: a handle's destruction never throws.
-    std::lock_guard<std::recursive_mutex> guard(registry_mutex);
+    platform::scoped_lock_class guard(registry_mutex);
     open_handles.remove(const_cast<qx_camera_handle_class*>(handle));
     closing_handles.erase(handle);
 }

@@ -58,8 +58,8 @@ int qx_camera_handle_class::set_data(const char* command, std::uint64_t command_
     return device_link.set_data(command, command_size, data, data_size, response, response_size);
 }
 
-std::recursive_mutex& qx_camera_handle_class::registry_lock() {
-    return kit_registry_class::instance().mutex();
+platform::recursive_mutex_class& qx_camera_handle_class::registry_lock() {
+    return kit_registry_class::instance().registry_lock();
 }
 
 acquisition::device_setter qx_camera_handle_class::held_frame_device() {
@@ -76,7 +76,7 @@ void qx_camera_handle_class::disarm() {
 }
 
 void qx_camera_handle_class::initialise_after_open() {
-    run_locked([&] {
+    run_locked([&]() QX_REQUIRES(handle_mutex) {
         disarm();
         properties.set_features_from_discover_reply(command_channel.get("discover"));
         // Cameras with a gain control may map gain indexes through a table.

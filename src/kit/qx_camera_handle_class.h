@@ -1,7 +1,6 @@
 #pragma once
 // The camera handle that callers hold as an opaque void*.
 
-#include <mutex>
 #include <string>
 
 #include "acquisition/acquisition_handle_port.h"
@@ -43,24 +42,31 @@ class qx_camera_handle_class final : public acquisition::acquisition_handle_port
     const device_handle_class& device() const { return device_link; }
     camera::command_channel_class& channel() override { return command_channel; }
 
-    std::recursive_mutex& handle_lock() override { return handle_mutex; }
+    platform::recursive_mutex_class& handle_lock() override QX_RETURN_CAPABILITY(handle_mutex) {
+        return handle_mutex;
+    }
     int get_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
                  char* response, std::uint64_t response_size) override;
     int set_data(const char* command, std::uint64_t command_size, const void* data, std::uint64_t data_size,
                  char* response, std::uint64_t response_size) override;
-    char* reply_buffer() override { return response; }
-    camera::camera_properties_class& camera_properties() override { return properties; }
-    const camera::camera_properties_class& camera_properties() const override { return properties; }
+    char* reply_buffer() override QX_REQUIRES(handle_mutex) { return response; }
+    camera::camera_properties_class& camera_properties() override QX_REQUIRES(handle_mutex) { return properties; }
+    const camera::camera_properties_class& camera_properties() const override QX_REQUIRES(handle_mutex) {
+        return properties;
+    }
     void* identity() override { return this; }
-    std::recursive_mutex& registry_lock() override;
+    platform::recursive_mutex_class& registry_lock() override;
     acquisition::device_setter held_frame_device() override;
 
+  private:
     // Lock order: handle_mutex, then the registry mutex, then any mutex of
     // acquisition. The handle mutex is the first member on purpose.
-    std::recursive_mutex handle_mutex;
-    char response[handle_response_size] = {};    // guarded by handle_mutex
-    camera::camera_properties_class properties;  // guarded by handle_mutex
-    acquisition::frame_acquisition_class acquisition;
+    platform::recursive_mutex_class handle_mutex;
+
+  public:
+    char response[handle_response_size] QX_GUARDED_BY(handle_mutex) = {};
+    camera::camera_properties_class properties QX_GUARDED_BY(handle_mutex);
+    acquisition::frame_acquisition_class acquisition{handle_mutex};
 
   private:
     bool abandoned = false;

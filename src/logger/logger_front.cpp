@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <new>
 #include <utility>
 
 #include "logger/logger_class.h"
+#include "platform/scoped_lock_class.h"
 #include "quendral_vko_logging.h"
 
 namespace {
@@ -24,8 +24,8 @@ struct logger_registry {
     // t_free_logger from one thread at a time; the mutex only keeps the map
     // intact when that is not so. Loggers are built and destroyed outside it
     // (they load and unload a library).
-    std::mutex registry_mutex;
-    std::map<logger_key, std::unique_ptr<qx::logger_class>> loggers;  // guarded by registry_mutex
+    qx::platform::mutex_class registry_mutex;
+    std::map<logger_key, std::unique_ptr<qx::logger_class>> loggers QX_GUARDED_BY(registry_mutex);
 };
 
 // Static storage that is never destroyed: at process exit the logging
@@ -57,7 +57,7 @@ QX_CAMERA_API void* t_get_logger(const char* module_name, const char* group_name
     try {
         auto built = std::make_unique<qx::logger_class>(module_name, group_name);
         auto& registry = get_registry();
-        std::lock_guard<std::mutex> lock(registry.registry_mutex);
+        qx::platform::scoped_lock_class lock(registry.registry_mutex);
         auto [position, inserted] = registry.loggers.try_emplace(make_key(module_name, group_name), nullptr);
         if (inserted)
             position->second = std::move(built);
@@ -74,7 +74,7 @@ QX_CAMERA_API int t_free_logger(const char* module_name, const char* group_name)
     std::unique_ptr<qx::logger_class> removed;
     {
         auto& registry = get_registry();
-        std::lock_guard<std::mutex> lock(registry.registry_mutex);
+        qx::platform::scoped_lock_class lock(registry.registry_mutex);
         const auto found = registry.loggers.find(make_key(module_name, group_name));
         if (found == registry.loggers.end())
             return 0;

@@ -62,7 +62,9 @@ class cypress_fx3_class final : public usb_driver_base {
         std::uint32_t buffer_size = 0;
         std::uint32_t transfer_size = 0;
         std::vector<std::unique_ptr<transfer_record>> records;
-        std::deque<transfer_record*> queue;  // guarded by transfer_lock
+        // Guarded by transfer_lock; the analysis cannot name the owner's
+        // lock from a member of a nested record.
+        std::deque<transfer_record*> queue;
     };
 
     void make_channels();
@@ -88,7 +90,7 @@ class cypress_fx3_class final : public usb_driver_base {
     // A request header and the largest data stage, for endpoint status
     // queries.
     std::array<unsigned char, transfer_header_size + cypress::control_data_capacity>
-        control_scratch{};  // guarded by control_lock
+        control_scratch QX_GUARDED_BY(control_lock){};
     windows_driver_calls& driver;  // every request to the USB driver goes through it
     void* device;                  // the opened driver file (a HANDLE)
     // An auto-reset event (a HANDLE) that ends the image reader's wait; it

@@ -147,7 +147,7 @@ void cypress_fx3_class::make_channels() {
 }
 
 bool cypress_fx3_class::submit_bulk_transfer(transfer_record& record, unsigned long& error) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     kit::check_false(record.pending, "cypress_fx3_class: the transfer record is still held by the driver");
     const HANDLE event = record.overlapped.hEvent;
     record.overlapped = OVERLAPPED{};
@@ -166,7 +166,7 @@ bool cypress_fx3_class::submit_bulk_transfer(transfer_record& record, unsigned l
 }
 
 void cypress_fx3_class::cancel_transfer(transfer_record& record) noexcept {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     if (!record.pending)
         return;
     driver.cancel_io(device, &record.overlapped);
@@ -178,7 +178,7 @@ void cypress_fx3_class::cancel_transfer(transfer_record& record) noexcept {
 
 bool cypress_fx3_class::send_control_request(std::uint32_t code, void* input, std::uint32_t input_size,
                                              void* output, std::uint32_t output_size) {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     // The device is open for overlapped I/O, so even a request the driver
     // answers at once needs an overlapped block; the wait is the driver's.
     control_event event;
@@ -196,7 +196,7 @@ bool cypress_fx3_class::send_control_request(std::uint32_t code, void* input, st
 
 void cypress_fx3_class::write(std::uint32_t length, const void* bytes, std::uint32_t timeout_ms,
                               bool& timed_out, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     timed_out = false;
     stalled = false;
     channel_descriptor& channel = channels[command_channel];
@@ -245,7 +245,7 @@ void cypress_fx3_class::write(std::uint32_t length, const void* bytes, std::uint
 
 void cypress_fx3_class::read__blocking(std::uint32_t, void* destination, std::uint32_t timeout_ms,
                                        bool& timed_out, bool& failed, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     timed_out = false;
     failed = false;
     stalled = false;
@@ -289,7 +289,7 @@ void cypress_fx3_class::read__blocking(std::uint32_t, void* destination, std::ui
 }
 
 bool cypress_fx3_class::get_is_endpoint_stalled(int channel, bool is_in) {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     const T_USB_TRANSFER_HEADER_STRUCT_PACKED request =
         endpoint_status_request(endpoint_address(channel, is_in));
     std::memcpy(control_scratch.data(), &request, sizeof request);
@@ -320,20 +320,21 @@ void cypress_fx3_class::reset_pipe(int channel, bool is_in) {
 }
 
 void cypress_fx3_class::unstall_endpoint(int channel, bool is_in) {
-    std::scoped_lock both(control_lock, transfer_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
+    platform::scoped_lock_class controls(control_lock);
     abort_pipe(channel, is_in);
     reset_pipe(channel, is_in);
 }
 
 void cypress_fx3_class::reset_parent_port() {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     if (!send_control_request(cypress::reset_parent_port_code, nullptr, 0, nullptr, 0)) {
         throw std::runtime_error("cypress_fx3_class::parent_reset DeviceIoControl error.");
     }
 }
 
 std::string cypress_fx3_class::get_usb_port_speed() {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     std::uint32_t speed = 0;
     if (!send_control_request(cypress::usb_speed_code, &speed, sizeof speed, &speed, sizeof speed)) {
         throw std::runtime_error("Error getting USB-port speed.");
@@ -342,7 +343,7 @@ std::string cypress_fx3_class::get_usb_port_speed() {
 }
 
 void cypress_fx3_class::queue_packet(transfer_record& record) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     channels[image_channel].queue.push_back(&record);
     unsigned long error = 0;
     if (!submit_bulk_transfer(record, error) && error != ERROR_IO_PENDING) {
@@ -352,8 +353,8 @@ void cypress_fx3_class::queue_packet(transfer_record& record) {
 
 void cypress_fx3_class::prime_image_channel() {
     // The image lock keeps a reader from seeing the queue while it turns.
-    std::lock_guard<std::recursive_mutex> reading(image_lock);
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class reading(image_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     channel_descriptor& channel = channels[image_channel];
     for (std::size_t turn = channel.queue.size(); turn > 0; --turn) {
         transfer_record& record = *channel.queue.front();
@@ -372,8 +373,8 @@ void cypress_fx3_class::prime_image_channel() {
 
 void cypress_fx3_class::read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out,
                                         bool& failed, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> reading(image_lock);
-    std::unique_lock<std::recursive_mutex> transfer(transfer_lock);
+    platform::scoped_lock_class reading(image_lock);
+    platform::scoped_lock_class transfer(transfer_lock);
     timed_out = false;
     failed = false;
     stalled = false;
@@ -430,8 +431,8 @@ void cypress_fx3_class::read_image_data(void* destination, std::uint32_t timeout
             transfer.unlock();
         }
     } catch (...) {
-        if (transfer.owns_lock())
-            transfer.unlock();
+        // Every throw above comes with the transfer lock held.
+        transfer.unlock();
         if (completed) {
             try {
                 queue_packet(record);

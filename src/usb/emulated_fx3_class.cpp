@@ -31,7 +31,7 @@ void emulated_fx3_class::throw_if_gone(int status, const char* method) const {
 
 void emulated_fx3_class::write(std::uint32_t length, const void* bytes, std::uint32_t timeout_ms,
                                bool& timed_out, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     timed_out = false;
     stalled = false;
     const int status = qx_emu_device_write(device, bytes, length, timeout_ms);
@@ -46,7 +46,7 @@ void emulated_fx3_class::write(std::uint32_t length, const void* bytes, std::uin
 
 void emulated_fx3_class::read__blocking(std::uint32_t, void* destination, std::uint32_t timeout_ms,
                                         bool& timed_out, bool& failed, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     timed_out = false;
     failed = false;
     stalled = false;
@@ -78,7 +78,7 @@ void emulated_fx3_class::read__blocking(std::uint32_t, void* destination, std::u
 }
 
 std::string emulated_fx3_class::get_usb_port_speed() {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     const int speed = qx_emu_device_get_speed(device);
     if (speed < 0)
         throw std::runtime_error("Error getting USB-port speed.");
@@ -88,7 +88,7 @@ std::string emulated_fx3_class::get_usb_port_speed() {
 
 void emulated_fx3_class::read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out,
                                          bool& failed, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> reading(image_lock);
+    platform::scoped_lock_class reading(image_lock);
     timed_out = false;
     failed = false;
     stalled = false;
@@ -121,7 +121,7 @@ void emulated_fx3_class::prime_image_channel() {
 }
 
 bool emulated_fx3_class::get_is_endpoint_stalled(int channel, bool is_in) {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     int stalled = 0;
     const int status = qx_emu_device_get_endpoint_stalled(device, endpoint_address(channel, is_in), &stalled);
     if (status != QX_EMU_OK)
@@ -130,14 +130,15 @@ bool emulated_fx3_class::get_is_endpoint_stalled(int channel, bool is_in) {
 }
 
 void emulated_fx3_class::unstall_endpoint(int channel, bool is_in) {
-    std::scoped_lock both(control_lock, transfer_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
+    platform::scoped_lock_class controls(control_lock);
     if (qx_emu_device_clear_stall(device, endpoint_address(channel, is_in)) != QX_EMU_OK) {
         throw std::runtime_error("emulated_fx3_class::unstall_endpoint failed.");
     }
 }
 
 void emulated_fx3_class::reset_parent_port() {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     if (qx_emu_device_reset_port(device) != QX_EMU_OK) {
         throw std::runtime_error("emulated_fx3_class::parent_reset failed.");
     }

@@ -18,13 +18,12 @@
 // which the event thread takes in the completion callback and which is never
 // held while calling into libusb.
 
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <vector>
 
+#include "platform/condition_variable_class.h"
 #include "usb/usb_driver_base.h"
 
 struct libusb_device_handle;
@@ -73,9 +72,11 @@ class libusb_fx3_class final : public usb_driver_base {
         libusb_fx3_class* owner = nullptr;
         std::unique_ptr<libusb_transfer, transfer_deleter> transfer;
         std::vector<unsigned char> buffer;
-        transfer_state state = transfer_state::idle;  // guarded by completion_lock
-        int status = 0;                               // guarded by completion_lock: a libusb_transfer_status
-        int actual_length = 0;                        // guarded by completion_lock
+        // Guarded by the owner's completion_lock, which the analysis cannot
+        // name from here: libusb hands the record back through a pointer.
+        transfer_state state = transfer_state::idle;
+        int status = 0;  // a libusb_transfer_status
+        int actual_length = 0;
     };
 
     static void transfer_completed(libusb_transfer* transfer);
@@ -85,27 +86,29 @@ class libusb_fx3_class final : public usb_driver_base {
     void claim_interface(const char* method);
     void make_record(transfer_record& record, std::size_t buffer_size);
     // Hands a record to libusb; a refusal is thrown.
-    void submit(transfer_record& record, const char* method);
+    void submit(transfer_record& record, const char* method) QX_EXCLUDES(completion_lock);
     // Submits a record and waits until libusb returns it; answers the result
     // as a libusb error code (LIBUSB_SUCCESS, LIBUSB_ERROR_TIMEOUT ...).
-    int submit_and_wait(transfer_record& record, std::uint32_t timeout_ms, const char* method);
+    int submit_and_wait(transfer_record& record, std::uint32_t timeout_ms, const char* method)
+        QX_EXCLUDES(completion_lock);
     // One bulk transfer of the command channel. The caller holds
     // transfer_lock.
     int transfer_command(bool is_in, unsigned char* bytes, std::uint32_t length, std::uint32_t timeout_ms,
-                         const char* method);
+                         const char* method) QX_REQUIRES(transfer_lock);
     // Runs transfer_command and reports its outcome through the flags. A
     // write passes no `failed` flag: it reports time-outs and stalls, and
     // throws on any other failure.
     void exchange_on_command_channel(bool is_in, unsigned char* bytes, std::uint32_t length,
                                      std::uint32_t timeout_ms, bool& timed_out, bool* failed, bool& stalled,
-                                     const char* method);
+                                     const char* method) QX_REQUIRES(transfer_lock);
     // Cancels every submitted image transfer and waits until libusb has
     // returned each one. The caller holds transfer_lock. Returns false when
     // some did not come back in time.
-    bool cancel_image_transfers();
+    bool cancel_image_transfers() QX_REQUIRES(transfer_lock) QX_EXCLUDES(completion_lock);
     // Hands out a consumed record's data, or reports its failure through
     // the flags. The caller holds transfer_lock.
-    void report_image_completion(transfer_record& record, void* destination, bool& failed, bool& stalled);
+    void report_image_completion(transfer_record& record, void* destination, bool& failed, bool& stalled)
+        QX_REQUIRES(transfer_lock) QX_EXCLUDES(completion_lock);
 
     // Declared first, destroyed last: the context outlives the handle.
     std::shared_ptr<libusb_session_class> session;
@@ -113,15 +116,16 @@ class libusb_fx3_class final : public usb_driver_base {
     // closed first: a transfer that never came back is then forgotten by
     // libusb before its memory is freed.
     std::vector<transfer_record> image_ring;  // fixed size once made
-    std::deque<std::size_t> image_queue;  // guarded by transfer_lock: ring indexes, oldest submission first
-    transfer_record command_transfer;     // guarded by transfer_lock (its state by completion_lock)
-    transfer_record control_transfer;     // guarded by control_lock (its state by completion_lock)
+    std::deque<std::size_t> image_queue QX_GUARDED_BY(transfer_lock);  // ring indexes, oldest submission first
+    transfer_record command_transfer QX_GUARDED_BY(transfer_lock);  // its state by completion_lock
+    transfer_record control_transfer QX_GUARDED_BY(control_lock);   // its state by completion_lock
     std::unique_ptr<libusb_device_handle, handle_closer> handle;
-    bool interface_claimed = false;  // guarded by control_lock
+    bool interface_claimed QX_GUARDED_BY(control_lock) = false;
 
-    std::mutex completion_lock;
-    std::condition_variable completion_changed;  // a record's state changed, or the reader was woken
-    bool image_reader_woken = false;             // guarded by completion_lock; kept until a read consumes it
+    // The leaf: nothing is taken while it is held.
+    platform::mutex_class completion_lock QX_ACQUIRED_AFTER(control_lock);
+    platform::condition_variable_class completion_changed;  // a record's state changed, or the reader was woken
+    bool image_reader_woken QX_GUARDED_BY(completion_lock) = false;  // kept until a read consumes it
 };
 
 }  // namespace qx::usb

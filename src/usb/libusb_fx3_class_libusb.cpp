@@ -137,7 +137,8 @@ libusb_fx3_class::libusb_fx3_class(std::string device_path)
 }
 
 libusb_fx3_class::~libusb_fx3_class() {
-    std::scoped_lock both(control_lock, transfer_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
+    platform::scoped_lock_class controls(control_lock);
     // A transfer that does not come back in time is forgotten by libusb when
     // the handle closes, before the records' memory is freed.
     cancel_image_transfers();
@@ -170,7 +171,7 @@ void libusb_fx3_class::open_device_at_path() {
 }
 
 void libusb_fx3_class::claim_interface(const char* method) {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     const int active = libusb_kernel_driver_active(handle.get(), camera_interface);
     if (active == 1) {
         const int code = libusb_detach_kernel_driver(handle.get(), camera_interface);
@@ -198,7 +199,7 @@ void libusb_fx3_class::make_record(transfer_record& record, std::size_t buffer_s
 void libusb_fx3_class::transfer_completed(libusb_transfer* transfer) {
     auto& record = *static_cast<transfer_record*>(transfer->user_data);
     libusb_fx3_class& owner = *record.owner;
-    std::lock_guard<std::mutex> completion(owner.completion_lock);
+    platform::scoped_lock_class completion(owner.completion_lock);
     record.status = transfer->status;
     record.actual_length = transfer->actual_length;
     record.state = transfer_state::completed;
@@ -207,13 +208,13 @@ void libusb_fx3_class::transfer_completed(libusb_transfer* transfer) {
 
 void libusb_fx3_class::submit(transfer_record& record, const char* method) {
     {
-        std::lock_guard<std::mutex> completion(completion_lock);
+        platform::scoped_lock_class completion(completion_lock);
         record.state = transfer_state::in_flight;
     }
     const int code = libusb_submit_transfer(record.transfer.get());
     if (code != LIBUSB_SUCCESS) {
         {
-            std::lock_guard<std::mutex> completion(completion_lock);
+            platform::scoped_lock_class completion(completion_lock);
             record.state = transfer_state::idle;
         }
         throw_libusb_failure(method, "libusb_submit_transfer", code);
@@ -222,8 +223,8 @@ void libusb_fx3_class::submit(transfer_record& record, const char* method) {
 
 int libusb_fx3_class::submit_and_wait(transfer_record& record, std::uint32_t timeout_ms, const char* method) {
     submit(record, method);
-    const auto returned = [&] { return record.state != transfer_state::in_flight; };
-    std::unique_lock<std::mutex> completion(completion_lock);
+    const auto returned = [&]() QX_REQUIRES(completion_lock) { return record.state != transfer_state::in_flight; };
+    platform::scoped_lock_class completion(completion_lock);
     // libusb ends the transfer at its time-out; the wait only guards against
     // a transfer that libusb never returns.
     if (!completion_changed.wait_for(completion, std::chrono::milliseconds(timeout_ms) + cancellation_limit,
@@ -262,7 +263,7 @@ int libusb_fx3_class::transfer_command(bool is_in, unsigned char* bytes, std::ui
 
 void libusb_fx3_class::write(std::uint32_t length, const void* bytes, std::uint32_t timeout_ms,
                              bool& timed_out, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     timed_out = false;
     stalled = false;
     if (bytes == nullptr && length != 0)
@@ -274,7 +275,7 @@ void libusb_fx3_class::write(std::uint32_t length, const void* bytes, std::uint3
 
 void libusb_fx3_class::read__blocking(std::uint32_t, void* destination, std::uint32_t timeout_ms,
                                       bool& timed_out, bool& failed, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     timed_out = false;
     failed = false;
     stalled = false;
@@ -315,7 +316,7 @@ void libusb_fx3_class::exchange_on_command_channel(bool is_in, unsigned char* by
 }
 
 std::string libusb_fx3_class::get_usb_port_speed() {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     const int speed = libusb_get_device_speed(libusb_get_device(handle.get()));
     for (const auto& row : speed_texts) {
         if (row.speed == speed)
@@ -325,12 +326,12 @@ std::string libusb_fx3_class::get_usb_port_speed() {
 }
 
 void libusb_fx3_class::prime_image_channel() {
-    std::lock_guard<std::recursive_mutex> guard(transfer_lock);
+    platform::scoped_lock_class guard(transfer_lock);
     for (const std::size_t index : image_queue) {
         transfer_record& record = image_ring[index];
         bool idle = false;
         {
-            std::lock_guard<std::mutex> completion(completion_lock);
+            platform::scoped_lock_class completion(completion_lock);
             idle = record.state == transfer_state::idle;
         }
         if (idle)
@@ -340,8 +341,8 @@ void libusb_fx3_class::prime_image_channel() {
 
 void libusb_fx3_class::read_image_data(void* destination, std::uint32_t timeout_ms, bool& timed_out,
                                        bool& failed, bool& stalled) {
-    std::lock_guard<std::recursive_mutex> reading(image_lock);
-    std::unique_lock<std::recursive_mutex> transfers(transfer_lock);
+    platform::scoped_lock_class reading(image_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
     timed_out = false;
     failed = false;
     stalled = false;
@@ -360,8 +361,8 @@ void libusb_fx3_class::read_image_data(void* destination, std::uint32_t timeout_
     bool came_back = false;
     bool woken = false;
     {
-        std::unique_lock<std::mutex> completion(completion_lock);
-        completion_changed.wait_for(completion, std::chrono::milliseconds(timeout_ms), [&] {
+        platform::scoped_lock_class completion(completion_lock);
+        completion_changed.wait_for(completion, std::chrono::milliseconds(timeout_ms), [&]() QX_REQUIRES(completion_lock) {
             return record.state != transfer_state::in_flight || image_reader_woken;
         });
         came_back = record.state != transfer_state::in_flight;
@@ -406,7 +407,7 @@ void libusb_fx3_class::report_image_completion(transfer_record& record, void* de
     int status = LIBUSB_TRANSFER_ERROR;
     int actual_length = 0;
     {
-        std::lock_guard<std::mutex> completion(completion_lock);
+        platform::scoped_lock_class completion(completion_lock);
         state = record.state;
         status = record.status;
         actual_length = record.actual_length;
@@ -438,7 +439,7 @@ void libusb_fx3_class::report_image_completion(transfer_record& record, void* de
 
 void libusb_fx3_class::wake_image_reader() noexcept {
     {
-        std::lock_guard<std::mutex> completion(completion_lock);
+        platform::scoped_lock_class completion(completion_lock);
         image_reader_woken = true;
     }
     completion_changed.notify_all();
@@ -448,7 +449,7 @@ bool libusb_fx3_class::cancel_image_transfers() {
     for (transfer_record& record : image_ring) {
         bool in_flight = false;
         {
-            std::lock_guard<std::mutex> completion(completion_lock);
+            platform::scoped_lock_class completion(completion_lock);
             in_flight = record.state == transfer_state::in_flight;
         }
         // Nothing submits meanwhile (the caller holds transfer_lock); a
@@ -456,8 +457,8 @@ bool libusb_fx3_class::cancel_image_transfers() {
         if (in_flight)
             libusb_cancel_transfer(record.transfer.get());
     }
-    std::unique_lock<std::mutex> completion(completion_lock);
-    return completion_changed.wait_for(completion, cancellation_limit, [&] {
+    platform::scoped_lock_class completion(completion_lock);
+    return completion_changed.wait_for(completion, cancellation_limit, [&]() QX_REQUIRES(completion_lock) {
         return std::none_of(image_ring.begin(), image_ring.end(), [](const transfer_record& record) {
             return record.state == transfer_state::in_flight;
         });
@@ -465,7 +466,7 @@ bool libusb_fx3_class::cancel_image_transfers() {
 }
 
 bool libusb_fx3_class::get_is_endpoint_stalled(int channel, bool is_in) {
-    std::lock_guard<std::recursive_mutex> guard(control_lock);
+    platform::scoped_lock_class guard(control_lock);
     transfer_record& record = control_transfer;
     libusb_fill_control_setup(record.buffer.data(), endpoint_status_request_type, LIBUSB_REQUEST_GET_STATUS,
                               0, endpoint_address(channel, is_in), endpoint_status_size);
@@ -482,7 +483,8 @@ bool libusb_fx3_class::get_is_endpoint_stalled(int channel, bool is_in) {
 }
 
 void libusb_fx3_class::unstall_endpoint(int channel, bool is_in) {
-    std::scoped_lock both(control_lock, transfer_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
+    platform::scoped_lock_class controls(control_lock);
     const std::string endpoint_detail =
         ", channel_index_0_for_comm_1_for_image_data=" + std::to_string(channel) +
         ", is_in_not_out=" + std::to_string(is_in ? 1 : 0);
@@ -497,7 +499,8 @@ void libusb_fx3_class::unstall_endpoint(int channel, bool is_in) {
 }
 
 void libusb_fx3_class::reset_parent_port() {
-    std::scoped_lock both(control_lock, transfer_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
+    platform::scoped_lock_class controls(control_lock);
     // A reset ends every transfer; cancelling them first has each come back
     // in order, as a failed read.
     if (!cancel_image_transfers()) {

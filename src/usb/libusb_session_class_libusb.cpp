@@ -1,10 +1,10 @@
 #include <libusb.h>
 #include <sys/time.h>
 
-#include <mutex>
 #include <stdexcept>
 #include <string>
 
+#include "platform/scoped_lock_class.h"
 #include "platform/thread_name.h"
 #include "usb/libusb_session_class.h"
 #include "usb/usb_device_path.h"
@@ -17,14 +17,14 @@ namespace {
 // also interrupts the wait, so this only bounds a lost wake-up.
 constexpr suseconds_t event_wait_us = 200000;
 
-// The session in use, if any; guarded by current_session_lock.
-std::mutex current_session_lock;
-std::weak_ptr<libusb_session_class> current_session;
+platform::mutex_class current_session_lock;
+// The session in use, if any.
+std::weak_ptr<libusb_session_class> current_session QX_GUARDED_BY(current_session_lock);
 
 }  // namespace
 
 std::shared_ptr<libusb_session_class> libusb_session_class::acquire() {
-    std::lock_guard<std::mutex> guard(current_session_lock);
+    platform::scoped_lock_class guard(current_session_lock);
     if (auto session = current_session.lock())
         return session;
     libusb_context* context = nullptr;

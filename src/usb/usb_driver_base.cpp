@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "base/checks.h"
+#include "platform/scoped_lock_class.h"
 
 namespace qx::usb {
 
@@ -25,7 +26,8 @@ void usb_driver_base::check_finite_timeout(std::uint32_t timeout_ms) {
 }
 
 void usb_driver_base::parent_reset(bool force) {
-    std::scoped_lock both(control_lock, transfer_lock);
+    platform::scoped_lock_class transfers(transfer_lock);
+    platform::scoped_lock_class controls(control_lock);
     struct endpoint {
         int channel;
         bool is_in;

@@ -5,14 +5,16 @@
 // implementation per platform driver: the Windows Cypress driver, libusb, and
 // the camera emulator.
 //
-// Locks, in the order they may nest: image_lock, then transfer_lock.
-// control_lock and transfer_lock are taken together (without a fixed order,
-// through std::scoped_lock's deadlock avoidance) by endpoint recovery.
+// Locks, in the order they nest: image_lock, then transfer_lock, then
+// control_lock. A command or image read that finds its endpoint stalled asks
+// the control channel while it holds transfer_lock, so endpoint recovery
+// takes the two in that same order.
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
+
+#include "platform/scoped_lock_class.h"
 
 namespace qx::usb {
 
@@ -98,9 +100,11 @@ class usb_driver_base {
     // infinite time-out 0xFFFFFFFF.
     static void check_finite_timeout(std::uint32_t timeout_ms);
 
-    std::recursive_mutex control_lock;
-    std::recursive_mutex transfer_lock;
-    std::recursive_mutex image_lock;
+    // Protected, not private: each platform's transport takes them around
+    // its own driver calls.
+    platform::recursive_mutex_class image_lock QX_ACQUIRED_BEFORE(transfer_lock);
+    platform::recursive_mutex_class transfer_lock QX_ACQUIRED_BEFORE(control_lock);
+    platform::recursive_mutex_class control_lock;
 
   private:
     std::string path;

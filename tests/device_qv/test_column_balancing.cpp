@@ -85,15 +85,15 @@ TEST_F(column_balancing, implausible_table_dimensions_refuse_the_camera) {
 
 TEST_F(column_balancing, adaptation_cuts_to_the_region_and_averages_bins) {
     ASSERT_EQ(open(camera_with_tables()), "");
-    std::lock_guard<std::recursive_mutex> guard(camera->command_lock);
+    qx::platform::scoped_lock_class guard(camera->command_mutex());
     send("roi 8 0 39 7");
-    camera->column_balancing.adapt_tables(*camera);
+    camera->column_balancing.adapt_tables(*camera, camera->cached_gain);
     EXPECT_EQ(camera->column_balancing.column_correction_max(), 32);
     for (int column = 0; column < 32; ++column) {
         EXPECT_EQ(camera->column_balancing.working_entry(0, column), ramp(0.5f, 1.5f, 8 + column)) << column;
     }
     send("hbin 2");
-    camera->column_balancing.adapt_tables(*camera);
+    camera->column_balancing.adapt_tables(*camera, camera->cached_gain);
     EXPECT_EQ(camera->column_balancing.column_correction_max(), 16);
     for (int column = 0; column < 16; ++column) {
         const float sum = ramp(0.5f, 1.5f, 8 + 2 * column) + ramp(0.5f, 1.5f, 9 + 2 * column);
@@ -103,9 +103,9 @@ TEST_F(column_balancing, adaptation_cuts_to_the_region_and_averages_bins) {
 
 TEST_F(column_balancing, adaptation_refuses_a_gain_beyond_the_tables) {
     ASSERT_EQ(open(camera_with_tables(R"("replies":{"gain":"5"})")), "");
-    std::lock_guard<std::recursive_mutex> guard(camera->command_lock);
+    qx::platform::scoped_lock_class guard(camera->command_mutex());
     try {
-        camera->column_balancing.adapt_tables(*camera);
+        camera->column_balancing.adapt_tables(*camera, camera->cached_gain);
         ADD_FAILURE() << "gain 5 was accepted";
     } catch (const std::exception& failure) {
         EXPECT_STREQ(failure.what(), "Gain out of range.");

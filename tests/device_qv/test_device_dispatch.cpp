@@ -97,7 +97,7 @@ TEST_F(device_dispatch, frame_size_counts_two_bytes_per_pixel_plus_the_metadata_
 TEST_F(device_dispatch, column_correction_switches_and_unimplemented_words_fail) {
     auto& camera = *static_cast<qx::device_qv::qv_camera_class*>(device);
     const auto correcting = [&camera] {
-        std::lock_guard<std::recursive_mutex> guard(camera.command_lock);
+        qx::platform::scoped_lock_class guard(camera.command_mutex());
         return camera.column_balancing.enabled;
     };
     EXPECT_EQ(reply_to("ccon"), "on");
