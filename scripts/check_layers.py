@@ -31,8 +31,13 @@ def read_table(path):
             if not words:
                 continue
             kind, folder, below = words[0], words[1] if len(words) > 1 else None, set(words[2:])
-            if kind == "layer" and folder and not below:
-                allowed[folder] = set(stack)
+            if kind == "layer" and folder and (not below or words[2] == "on"):
+                # A layer stands on the row before it, or on the layers its
+                # row names after "on", and sees all that those see.
+                bases = set(words[3:]) if below else set(stack[-1:])
+                if not bases <= set(stack):
+                    sys.exit(f"{path}:{number}: {folder} stands on unknown layers {sorted(bases - set(stack))}")
+                allowed[folder] = set().union(*({base} | allowed[base] for base in bases)) if bases else set()
                 stack.append(folder)
             elif kind == "beside" and folder:
                 allowed[folder] = below
