@@ -10,8 +10,6 @@
 // holding it: listeners are stopped under the registry mutex and joined
 // after it is released.
 
-#include <array>
-#include <atomic>
 #include <list>
 #include <map>
 #include <memory>
