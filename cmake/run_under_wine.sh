@@ -82,4 +82,20 @@ if [ "${server_running}" = no ]; then
 else
   "${wine_server}" -p60 </dev/null >/dev/null 2>&1 || true
 fi
-exec "${wine_loader}" "$@"
+# Every test program prints before it does anything else, so a run that
+# fails without a byte of output never reached the program's main: Wine
+# could not start it (seen rarely while the server is busy with other
+# programs). That run, and only that one, is made once more.
+output="$(mktemp)"
+errors="$(mktemp)"
+trap 'rm -f "${output}" "${errors}"' EXIT
+status=0
+"${wine_loader}" "$@" >"${output}" 2>"${errors}" || status=$?
+if [ "${status}" -ne 0 ] && [ ! -s "${output}" ] && [ ! -s "${errors}" ]; then
+  echo "run_under_wine.sh: $1 ended with ${status} before printing anything; starting it again" >&2
+  status=0
+  "${wine_loader}" "$@" >"${output}" 2>"${errors}" || status=$?
+fi
+cat "${output}"
+cat "${errors}" >&2
+exit "${status}"
