@@ -22,7 +22,7 @@ int run_snap(const command_options& options) {
     apply_assignments(camera.handle(), options.assignments);
     const capture_settings settings = read_capture_settings(camera.handle(), options.msb_align);
     install_interrupt_handler();
-    frame_capture capture(camera.handle(), settings, options.buffers);
+    frame_capture capture(camera.handle(), settings, options.buffers, 1);
     const auto frame =
         capture.next(std::chrono::milliseconds(static_cast<long long>(options.timeout_s * 1000)));
     capture.disarm();

@@ -73,7 +73,7 @@ int run_stream(const command_options& options) {
         std::fflush(stdout);
     }
 
-    frame_capture capture(camera.handle(), settings, options.buffers);
+    frame_capture capture(camera.handle(), settings, options.buffers, options.frames);
     stream_tracker tracker(camera.handle(), capture);
     const auto started = std::chrono::steady_clock::now();
     const auto timeout = std::chrono::milliseconds(static_cast<long long>(options.timeout_s * 1000));

@@ -46,8 +46,8 @@ std::optional<qx_stream_statistics> stream_statistics(void* camera) {
     return statistics;
 }
 
-frame_capture::frame_capture(void* camera, const capture_settings& settings, int buffers)
-    : camera_(camera), settings_(settings) {
+frame_capture::frame_capture(void* camera, const capture_settings& settings, int buffers, long long wanted)
+    : camera_(camera), settings_(settings), wanted_(wanted) {
     check_call("set frames_per_trigger", qx_camera_set_frames_per_trigger_zero_for_unlimited(camera_, 0));
     check_call("qx_camera_set_frame_available_callback",
                qx_camera_set_frame_available_callback(camera_, &frame_capture::on_frame, this));
@@ -81,6 +81,8 @@ void frame_capture::on_frame(void* /*handle*/, unsigned short* image, int frame_
     {
         platform::scoped_lock_class guard(capture->mutex_);
         counts& counts = capture->counts_;
+        if (capture->wanted_ > 0 && counts.frames >= capture->wanted_)
+            return;
         ++counts.frames;
         counts.last_arrival = arrival;
         if (!counts.first_arrival)

@@ -30,8 +30,10 @@ class frame_capture {
     // Arms the camera to stream until stopped, with `buffers` frame buffers,
     // and triggers it. The command stops after the frames it wants: a
     // camera asked for exactly N frames would leave the command waiting for
-    // ever once one of them is lost.
-    frame_capture(void* camera, const capture_settings& settings, int buffers);
+    // ever once one of them is lost. Frames past `wanted` (0: no limit),
+    // which arrive before the disarm takes effect, are neither queued nor
+    // counted, so the totals describe exactly the frames the command took.
+    frame_capture(void* camera, const capture_settings& settings, int buffers, long long wanted = 0);
     // Disarms the camera if it still is armed.
     ~frame_capture();
     frame_capture(const frame_capture&) = delete;
@@ -60,6 +62,7 @@ class frame_capture {
 
     void* camera_;
     const capture_settings& settings_;
+    const long long wanted_;
     bool armed_ = false;
     mutable platform::mutex_class mutex_;
     platform::condition_variable_class arrived_;
