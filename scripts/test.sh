@@ -82,5 +82,5 @@ ctest --test-dir build-mingw --output-on-failure -j"${jobs}"
 # silently, so its absence fails here.
 test -d build/python/quendral_vko || { echo "the quendral_vko Python package was not built" >&2; exit 1; }
 echo "== Testing: Python package"
-PYTHONPATH="$(pwd)/build/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
+PYTHONPATH="$(pwd)/build/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider tests/python
 # ---- end of Python package ----
