@@ -19,9 +19,8 @@ using qx::usb::transfer_header_size;
 // The data each endpoint's requests carry: at most this much for a command,
 // exactly this much for a read.
 constexpr DWORD endpoint_data_sizes[camera_endpoint_count] = {1024, 1024, 16384};
-// How long the driver waits on the emulator before it looks for a
-// cancellation again.
-constexpr unsigned service_slice_ms = 20;
+const int image_queue = camera_endpoint_index(QX_EMU_ENDPOINT_IMAGE_IN);
+constexpr auto every_request = [](const auto&) { return true; };
 
 std::string upper_case(std::string text) {
     for (char& c : text) {
@@ -41,24 +40,16 @@ std::string hex(std::uint32_t value) {
 
 struct simulated_cypress_driver_class::pending_request {
     OVERLAPPED* overlapped = nullptr;
-    unsigned char* buffer = nullptr;
-    DWORD size = 0;
-    bool cancelled = false;
+    unsigned char* data = nullptr;  // after the request's header
+    std::size_t length = 0;
 };
 
 struct simulated_cypress_driver_class::open_device {
     qx_emu_device* emulator = nullptr;
-    std::deque<std::shared_ptr<pending_request>> queues[camera_endpoint_count];
-    // Data that arrived for a read cancelled meanwhile: it stays in the
-    // device's buffer for the next read of the endpoint.
-    std::vector<unsigned char> unread[camera_endpoint_count];
-    std::shared_ptr<pending_request> in_service[camera_endpoint_count];
+    std::unique_ptr<endpoint_worker<pending_request>> endpoints[camera_endpoint_count];
     std::map<OVERLAPPED*, std::pair<DWORD, DWORD>> results;  // error, bytes
-    std::condition_variable wake;
     std::condition_variable completed;
-    bool closing = false;
     bool removed = false;
-    std::thread workers[camera_endpoint_count];
 
     // Hands a request back: its result, its overlapped block and its event.
     void complete(OVERLAPPED* overlapped, DWORD error, DWORD bytes) {
@@ -68,8 +59,14 @@ struct simulated_cypress_driver_class::open_device {
         SetEvent(overlapped->hEvent);
         completed.notify_all();
     }
-    // Hands back the request being served at once, cancelled.
-    void cancel_in_service(int queue);
+    // Hands back cancelled the requests of an endpoint `match` selects; false
+    // when there were none.
+    template <class match_type>
+    bool cancel(int queue, match_type&& match) {
+        const auto taken = endpoints[queue]->take(match);
+        for (const auto& request : taken) complete(request.overlapped, ERROR_OPERATION_ABORTED, 0);
+        return !taken.empty();
+    }
 };
 
 simulated_cypress_driver_class::simulated_cypress_driver_class() {
@@ -122,10 +119,9 @@ int simulated_cypress_driver_class::open_interface_sets() const {
 
 int simulated_cypress_driver_class::image_reads_held() const {
     std::lock_guard<std::mutex> guard(mutex);
-    const int image_queue = camera_endpoint_index(QX_EMU_ENDPOINT_IMAGE_IN);
     int held = 0;
     for (const open_device* device : devices)
-        held += static_cast<int>(device->queues[image_queue].size()) + (device->in_service[image_queue] ? 1 : 0);
+        held += static_cast<int>(device->endpoints[image_queue]->held());
     return held;
 }
 
@@ -150,8 +146,20 @@ HANDLE simulated_cypress_driver_class::create_file(const char* path, DWORD acces
         auto* device = new open_device;
         device->emulator = emulator;
         devices.insert(device);
-        for (int queue = 0; queue < static_cast<int>(camera_endpoint_count); ++queue)
-            device->workers[queue] = std::thread([this, device, queue] { serve_endpoint(*device, queue); });
+        for (std::size_t queue = 0; queue < camera_endpoint_count; ++queue) {
+            device->endpoints[queue] = std::make_unique<endpoint_worker<pending_request>>(
+                mutex, emulator, camera_endpoints[queue], false,
+                [device](pending_request& request, const endpoint_transfer& done) {
+                    // A halted pipe, or a transfer the device broke off, fails in general.
+                    DWORD error = done.status == QX_EMU_OK ? 0 : ERROR_GEN_FAILURE;
+                    if (done.status == QX_EMU_NO_DEVICE) {
+                        device->removed = true;
+                        error = ERROR_DEVICE_NOT_CONNECTED;
+                    }
+                    device->complete(request.overlapped, error,
+                                     error == 0 ? transfer_header_size + static_cast<DWORD>(done.bytes) : 0);
+                });
+        }
         return reinterpret_cast<HANDLE>(device);
     }
     SetLastError(ERROR_FILE_NOT_FOUND);
@@ -166,92 +174,15 @@ BOOL simulated_cypress_driver_class::close_device(HANDLE handle) {
             SetLastError(ERROR_INVALID_HANDLE);
             return FALSE;
         }
-        device->closing = true;
-        for (std::size_t queue = 0; queue < camera_endpoint_count; ++queue)
-            device->cancel_in_service(static_cast<int>(queue));
-        device->wake.notify_all();
-    }
-    for (std::thread& worker : device->workers) worker.join();
-    {
         // Whatever the driver still holds comes back cancelled.
-        std::lock_guard<std::mutex> guard(mutex);
-        for (auto& queue : device->queues) {
-            for (auto& request : queue) device->complete(request->overlapped, ERROR_OPERATION_ABORTED, 0);
-            queue.clear();
-        }
+        for (int queue = 0; queue < static_cast<int>(camera_endpoint_count); ++queue)
+            device->cancel(queue, every_request);
         devices.erase(device);
     }
+    for (auto& endpoint : device->endpoints) endpoint.reset();
     qx_emu_device_close(device->emulator);
     delete device;
     return TRUE;
-}
-
-void simulated_cypress_driver_class::serve_endpoint(open_device& device, int queue_index) {
-    const std::uint8_t endpoint = camera_endpoints[queue_index];
-    // The emulator works on a buffer of the driver's own, so that a request
-    // cancelled meanwhile has its buffer back at once, untouched.
-    std::vector<unsigned char> bounce(endpoint_data_sizes[queue_index]);
-    std::unique_lock<std::mutex> lock(mutex);
-    for (;;) {
-        device.wake.wait(lock, [&] { return device.closing || !device.queues[queue_index].empty(); });
-        if (device.closing)
-            return;
-        const std::shared_ptr<pending_request> request = device.queues[queue_index].front();
-        device.queues[queue_index].pop_front();
-        device.in_service[queue_index] = request;
-        unsigned char* data = request->buffer + transfer_header_size;
-        const DWORD data_size = request->size - transfer_header_size;
-        if (endpoint == QX_EMU_ENDPOINT_COMMAND_OUT)
-            std::memcpy(bounce.data(), data, data_size);
-        DWORD error = 0;
-        DWORD bytes = 0;
-        if (!device.unread[queue_index].empty()) {
-            std::vector<unsigned char>& held = device.unread[queue_index];
-            std::memcpy(data, held.data(), held.size());
-            bytes = transfer_header_size + static_cast<DWORD>(held.size());
-            held.clear();
-            device.in_service[queue_index].reset();
-            device.complete(request->overlapped, 0, bytes);
-            continue;
-        }
-        for (;;) {
-            lock.unlock();
-            const endpoint_transfer done =
-                transfer_on_endpoint(device.emulator, endpoint, bounce.data(), data_size, service_slice_ms);
-            const int status = done.status;
-            const std::size_t read = done.bytes;
-            lock.lock();
-            if (request->cancelled || device.closing) {
-                if (status == QX_EMU_OK && endpoint != QX_EMU_ENDPOINT_COMMAND_OUT)
-                    device.unread[queue_index].assign(bounce.begin(), bounce.begin() + static_cast<std::ptrdiff_t>(read));
-                break;
-            }
-            if (status == QX_EMU_TIMEOUT)
-                continue;
-            if (status == QX_EMU_OK) {
-                if (endpoint != QX_EMU_ENDPOINT_COMMAND_OUT)
-                    std::memcpy(data, bounce.data(), read);
-                bytes = transfer_header_size + static_cast<DWORD>(read);
-            } else if (status == QX_EMU_NO_DEVICE) {
-                device.removed = true;
-                error = ERROR_DEVICE_NOT_CONNECTED;
-            } else {
-                // A halted pipe, or a transfer the device broke off.
-                error = ERROR_GEN_FAILURE;
-            }
-            break;
-        }
-        device.in_service[queue_index].reset();
-        if (!request->cancelled)
-            device.complete(request->overlapped, device.closing ? ERROR_OPERATION_ABORTED : error, bytes);
-    }
-}
-
-void simulated_cypress_driver_class::open_device::cancel_in_service(int queue) {
-    if (in_service[queue] && !in_service[queue]->cancelled) {
-        in_service[queue]->cancelled = true;
-        complete(in_service[queue]->overlapped, ERROR_OPERATION_ABORTED, 0);
-    }
 }
 
 bool simulated_cypress_driver_class::check_bulk_request(std::uint8_t endpoint, const unsigned char* buffer,
@@ -301,18 +232,11 @@ BOOL simulated_cypress_driver_class::submit_bulk(open_device& device, void* buff
         SetLastError(ERROR_DEVICE_NOT_CONNECTED);
         return FALSE;
     }
-    const int queue = camera_endpoint_index(endpoint);
-    for (const auto& held : device.queues[queue]) {
-        if (held->overlapped == overlapped)
-            violation("an overlapped block submitted while the driver still holds it");
-    }
+    auto& worker = *device.endpoints[camera_endpoint_index(endpoint)];
+    if (worker.holds([&](const pending_request& held) { return held.overlapped == overlapped; }))
+        violation("an overlapped block submitted while the driver still holds it");
     device.results.erase(overlapped);
-    auto request = std::make_shared<pending_request>();
-    request->overlapped = overlapped;
-    request->buffer = bytes;
-    request->size = size;
-    device.queues[queue].push_back(request);
-    device.wake.notify_all();
+    worker.submit({overlapped, bytes + transfer_header_size, size - transfer_header_size});
     SetLastError(ERROR_IO_PENDING);
     return FALSE;
 }
@@ -341,8 +265,8 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
         // bytes, with the driver's 5 ms control time-out and no bulk endpoint.
         const std::uint32_t no_driver_fields[4] = {};
         if (header.request_type != 0x82 || header.request_code != 0 || header.value != 0 ||
-            camera_endpoint_index(header.index) < 0 || header.control_length != 2 || header.control_timeout != 5 ||
-            header.reserved != 0 || header.endpoint_address != 0 ||
+            camera_endpoint_index(header.index) < 0 || header.control_length != 2 ||
+            header.control_timeout != 5 || header.reserved != 0 || header.endpoint_address != 0 ||
             std::memcmp(header.driver_fields, no_driver_fields, sizeof no_driver_fields) != 0 ||
             header.data_offset != transfer_header_size || header.data_length != 2)
             return refuse("not a GET_STATUS request to one of the camera's endpoints");
@@ -362,10 +286,7 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
             resets.push_back(in[0]);
             status = qx_emu_device_clear_stall(device.emulator, in[0]);
         } else {
-            for (auto& request : device.queues[queue])
-                device.complete(request->overlapped, ERROR_OPERATION_ABORTED, 0);
-            device.queues[queue].clear();
-            device.cancel_in_service(queue);
+            device.cancel(queue, every_request);
         }
     } else if (code == cypress::reset_parent_port_code) {
         if (input_size != 0 || output_size != 0)
@@ -403,9 +324,9 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
     return FALSE;
 }
 
-BOOL simulated_cypress_driver_class::device_io_control(HANDLE handle, DWORD code, void* input, DWORD input_size,
-                                                       void* output, DWORD output_size, DWORD* returned,
-                                                       OVERLAPPED* overlapped) {
+BOOL simulated_cypress_driver_class::device_io_control(HANDLE handle, DWORD code, void* input,
+                                                       DWORD input_size, void* output, DWORD output_size,
+                                                       DWORD* returned, OVERLAPPED* overlapped) {
     std::lock_guard<std::mutex> guard(mutex);
     auto* device = reinterpret_cast<open_device*>(handle);
     if (devices.count(device) == 0) {
@@ -415,7 +336,8 @@ BOOL simulated_cypress_driver_class::device_io_control(HANDLE handle, DWORD code
     }
     ++request_counts[code];
     if (code == qx::usb::cypress::bulk_transfer_code) {
-        if (input == nullptr || input != output || input_size != output_size || input_size < transfer_header_size) {
+        if (input == nullptr || input != output || input_size != output_size ||
+            input_size < transfer_header_size) {
             violation("a bulk transfer hands one buffer, header and data, in both directions");
             SetLastError(ERROR_INVALID_PARAMETER);
             return FALSE;
@@ -464,19 +386,9 @@ BOOL simulated_cypress_driver_class::cancel_io(HANDLE handle, OVERLAPPED* overla
         return FALSE;
     }
     for (int queue = 0; queue < static_cast<int>(camera_endpoint_count); ++queue) {
-        auto& pending = device->queues[queue];
-        const auto found = std::find_if(pending.begin(), pending.end(),
-                                        [&](const auto& request) { return request->overlapped == overlapped; });
-        if (found != pending.end()) {
-            device->complete(overlapped, ERROR_OPERATION_ABORTED, 0);
-            pending.erase(found);
+        if (device->cancel(queue,
+                           [&](const pending_request& request) { return request.overlapped == overlapped; }))
             return TRUE;
-        }
-        if (device->in_service[queue] && device->in_service[queue]->overlapped == overlapped &&
-            !device->in_service[queue]->cancelled) {
-            device->cancel_in_service(queue);
-            return TRUE;
-        }
     }
     SetLastError(ERROR_NOT_FOUND);
     return FALSE;
@@ -520,8 +432,8 @@ BOOL simulated_cypress_driver_class::enum_device_interfaces(HDEVINFO handle, con
                                                             SP_DEVICE_INTERFACE_DATA* interface_data) {
     std::lock_guard<std::mutex> guard(mutex);
     interface_set* set = find_set(handle);
-    if (set == nullptr || interface_data == nullptr || interface_data->cbSize != sizeof(SP_DEVICE_INTERFACE_DATA) ||
-        interface_class == nullptr) {
+    if (set == nullptr || interface_data == nullptr ||
+        interface_data->cbSize != sizeof(SP_DEVICE_INTERFACE_DATA) || interface_class == nullptr) {
         violation("SetupDiEnumDeviceInterfaces: a listed set and an interface record of size 32");
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
@@ -556,7 +468,8 @@ BOOL simulated_cypress_driver_class::get_device_interface_detail(HDEVINFO handle
     }
     const std::size_t index = interface_data->Reserved - 1;
     const std::string& path = (*set)[index].path;
-    const DWORD needed = static_cast<DWORD>(offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath) + path.size() + 1);
+    const DWORD needed =
+        static_cast<DWORD>(offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_A, DevicePath) + path.size() + 1);
     if (required_size != nullptr)
         *required_size = needed;
     if (detail == nullptr) {
@@ -582,15 +495,16 @@ BOOL simulated_cypress_driver_class::get_device_interface_detail(HDEVINFO handle
     return TRUE;
 }
 
-BOOL simulated_cypress_driver_class::get_device_instance_id(HDEVINFO handle, SP_DEVINFO_DATA* device, char* id,
-                                                            DWORD id_size) {
+BOOL simulated_cypress_driver_class::get_device_instance_id(HDEVINFO handle, SP_DEVINFO_DATA* device,
+                                                            char* id, DWORD id_size) {
     std::lock_guard<std::mutex> guard(mutex);
     if (find_set(handle) == nullptr || device == nullptr || id == nullptr || id_size < 256) {
         violation("SetupDiGetDeviceInstanceId: a listed device and a 256-byte buffer");
         SetLastError(ERROR_INVALID_PARAMETER);
         return FALSE;
     }
-    std::snprintf(id, id_size, "usb\\vid_2a7c&pid_6101\\simulated%lu", static_cast<unsigned long>(device->DevInst));
+    std::snprintf(id, id_size, "usb\\vid_2a7c&pid_6101\\simulated%lu",
+                  static_cast<unsigned long>(device->DevInst));
     return TRUE;
 }
 

@@ -9,15 +9,12 @@
 //
 // It installs itself as the process's driver calls for its lifetime.
 
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "quendral_vko_camera_emulator.h"
@@ -56,7 +53,8 @@ class simulated_cypress_driver_class final : public qx::usb::windows_driver_call
     // Bulk reads of the image endpoint the driver holds right now.
     int image_reads_held() const;
 
-    HANDLE create_file(const char* path, DWORD access, DWORD share_mode, DWORD creation, DWORD flags) override;
+    HANDLE create_file(const char* path, DWORD access, DWORD share_mode, DWORD creation,
+                       DWORD flags) override;
     BOOL close_device(HANDLE device) override;
     BOOL device_io_control(HANDLE device, DWORD code, void* input, DWORD input_size, void* output,
                            DWORD output_size, DWORD* returned, OVERLAPPED* overlapped) override;
@@ -88,7 +86,6 @@ class simulated_cypress_driver_class final : public qx::usb::windows_driver_call
     BOOL submit_bulk(open_device& device, void* buffer, DWORD size, OVERLAPPED* overlapped);
     BOOL answer_control(open_device& device, DWORD code, void* input, DWORD input_size, void* output,
                         DWORD output_size, DWORD* returned, OVERLAPPED* overlapped);
-    void serve_endpoint(open_device& device, int queue_index);
     interface_set* find_set(HDEVINFO set) const;
 
     mutable std::mutex mutex;  // guards everything below and every device's queues

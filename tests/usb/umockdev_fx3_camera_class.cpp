@@ -1,7 +1,5 @@
 #include "usb/umockdev_fx3_camera_class.h"
 
-#include "support/emulated_endpoints.h"
-
 #include <linux/usb/ch9.h>
 #include <linux/usbdevice_fs.h>
 #include <sys/ioctl.h>
@@ -23,10 +21,8 @@ constexpr const char* camera_node = "/dev/bus/usb/003/003";
 // The name the kernel driver bound to the camera's interface reports.
 constexpr const char* kernel_driver_name = "fx3_camera";
 constexpr unsigned int camera_interface = 0;
-constexpr unsigned char command_out_endpoint = QX_EMU_ENDPOINT_COMMAND_OUT;
-constexpr unsigned char command_in_endpoint = QX_EMU_ENDPOINT_COMMAND_IN;
-constexpr unsigned char image_in_endpoint = QX_EMU_ENDPOINT_IMAGE_IN;
 constexpr unsigned char reserved_out_endpoint = 0x04;
+const int image_in_index = camera_endpoint_index(QX_EMU_ENDPOINT_IMAGE_IN);
 // What a current kernel's usbfs offers on an xHCI port.
 constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
                                              USBDEVFS_CAP_NO_PACKET_SIZE_LIM |
@@ -42,9 +38,9 @@ constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS
     0x07, 0x05, address, 0x02, 0x00, 0x04, 0x00, 0x06, 0x30, 0x0F, 0x00, 0x00, 0x00
 
 // A hub's configuration: one interface of class 9 with its interrupt endpoint.
-#define QX_HUB_CONFIGURATION                                                                         \
-    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00, \
-        0x00, 0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00
+#define QX_HUB_CONFIGURATION                                                                              \
+    0x09, 0x02, 0x1F, 0x00, 0x01, 0x01, 0x00, 0xE0, 0x00, 0x09, 0x04, 0x00, 0x00, 0x01, 0x09, 0x00, 0x00, \
+        0x00, 0x07, 0x05, 0x81, 0x03, 0x04, 0x00, 0x0C, 0x06, 0x30, 0x00, 0x00, 0x02, 0x00
 
 // clang-format off
 constexpr unsigned char root_hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09),
@@ -103,9 +99,20 @@ std::string bus_description(const std::string& camera_speed) {
     throw std::runtime_error(text);
 }
 
-// The status a URB ends with after a transfer with this emulator status.
+// The status a URB ends with after a transfer with this emulator status; the
+// emulator refuses only an image buffer shorter than a packet, for which the
+// controller reports babble.
 int urb_status_of(int emulator_status) {
-    return emulator_status == QX_EMU_OK ? 0 : emulator_status == QX_EMU_STALL ? -EPIPE : -EPROTO;
+    switch (emulator_status) {
+        case QX_EMU_OK:
+            return 0;
+        case QX_EMU_STALL:
+            return -EPIPE;
+        case QX_EMU_INVALID:
+            return -EOVERFLOW;
+        default:
+            return -EPROTO;
+    }
 }
 
 usbdevfs_urb& urb_of(UMockdevIoctlData* data) {
@@ -161,8 +168,19 @@ umockdev_fx3_camera_class::umockdev_fx3_camera_class(const settings& chosen_sett
         device = qx_emu_device_open(camera_path.c_str());
         if (device == nullptr)
             throw std::runtime_error(std::string("qx_emu_device_open: ") + qx_emu_get_last_error());
+        for (std::size_t index = 0; index < camera_endpoint_count; ++index) {
+            endpoints[index] = std::make_unique<endpoint_worker<urb_record>>(
+                state_lock, device, camera_endpoints[index], true,
+                [this](urb_record& record, const endpoint_transfer& done) {
+                    if (done.status != QX_EMU_NO_DEVICE) {
+                        finish(record, urb_status_of(done.status), static_cast<int>(done.bytes));
+                    } else {
+                        finish(record, -ESHUTDOWN, 0);
+                        mark_unplugged();
+                    }
+                });
+        }
         build_testbed();
-        worker = std::thread([this] { serve_in_endpoints(); });
     } catch (...) {
         tear_down();
         throw;
@@ -175,12 +193,18 @@ umockdev_fx3_camera_class::~umockdev_fx3_camera_class() {
 
 void umockdev_fx3_camera_class::tear_down() {
     {
+        // From here on every request answers ENODEV.
         std::lock_guard<std::mutex> guard(state_lock);
         stopping = true;
+        for (auto& endpoint : endpoints) {
+            if (endpoint == nullptr)
+                continue;
+            for (auto& record : endpoint->take_all()) release(record);
+        }
+        for (auto& record : finished) release(record);
+        finished.clear();
     }
-    state_changed.notify_all();
-    if (worker.joinable())
-        worker.join();
+    for (auto& endpoint : endpoints) endpoint.reset();
     if (testbed != nullptr) {
         umockdev_testbed_detach_ioctl(testbed, camera_node, nullptr);
         g_object_unref(testbed);
@@ -190,13 +214,6 @@ void umockdev_fx3_camera_class::tear_down() {
         g_object_unref(handler);
         handler = nullptr;
     }
-    std::lock_guard<std::mutex> guard(state_lock);
-    for (auto& queue : pending) {
-        for (auto& record : queue) release(record);
-        queue.clear();
-    }
-    for (auto& record : finished) release(record);
-    finished.clear();
     qx_emu_device_close(device);
     device = nullptr;
     qx_emu_unplug_camera(camera_path.c_str());  // fails harmlessly when already unplugged
@@ -242,9 +259,10 @@ gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdev
     std::lock_guard<std::mutex> guard(self.state_lock);
     // After an unplug only the URBs that ended with it can still be reaped.
     const bool reaping = request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB;
-    answer reply = self.unplugged && !reaping ? answer{-1, ENODEV} : answer{-1, ENOTTY};
+    const bool gone = self.stopping || (self.unplugged && !reaping);
+    answer reply = gone ? answer{-1, ENODEV} : answer{-1, ENOTTY};
     for (const auto& row : request_rows) {
-        if (row.request == request && (!self.unplugged || reaping)) {
+        if (row.request == request && !gone) {
             reply = (self.*row.handler)(client, arg);
             break;
         }
@@ -259,18 +277,15 @@ void umockdev_fx3_camera_class::on_client_vanished(UMockdevIoctlBase*, UMockdevI
     auto& self = *static_cast<umockdev_fx3_camera_class*>(self_pointer);
     std::lock_guard<std::mutex> guard(self.state_lock);
     // Closing the node releases the interface and drops the client's URBs.
-    const auto drop_client = [&](std::deque<urb_record>& queue) {
-        for (auto it = queue.begin(); it != queue.end();) {
-            if (it->client == client) {
-                release(*it);
-                it = queue.erase(it);
-            } else {
-                ++it;
-            }
-        }
-    };
-    for (auto& queue : self.pending) drop_client(queue);
-    drop_client(self.finished);
+    const auto of_client = [&](const urb_record& record) { return record.client == client; };
+    for (auto& endpoint : self.endpoints) {
+        for (auto& record : endpoint->take(of_client)) release(record);
+    }
+    for (auto& record : self.finished) {
+        if (of_client(record))
+            release(record);
+    }
+    std::erase_if(self.finished, [](const urb_record& record) { return record.urb == nullptr; });
     self.interface_claimed = false;
     self.state_changed.notify_all();
 }
@@ -284,11 +299,8 @@ void umockdev_fx3_camera_class::finish(urb_record record, int status, int actual
 }
 
 void umockdev_fx3_camera_class::end_pending_urbs(int status) {
-    for (auto& queue : pending) {
-        while (!queue.empty()) {
-            finish(queue.front(), status, 0);
-            queue.pop_front();
-        }
+    for (auto& endpoint : endpoints) {
+        for (auto& record : endpoint->take_all()) finish(record, status, 0);
     }
 }
 
@@ -307,60 +319,15 @@ umockdev_fx3_camera_class::counts umockdev_fx3_camera_class::get_counts() const 
     std::lock_guard<std::mutex> guard(state_lock);
     counts now = seen;
     now.interface_claimed = interface_claimed;
-    now.image_urbs_in_flight = static_cast<int>(pending[image_in_slot].size());
+    now.image_urbs_in_flight = static_cast<int>(endpoints[image_in_index]->held());
     return now;
 }
 
 bool umockdev_fx3_camera_class::wait_for_image_urbs_in_flight(int wanted, int limit_ms) const {
     std::unique_lock<std::mutex> guard(state_lock);
-    return state_changed.wait_for(guard, std::chrono::milliseconds(limit_ms),
-                                  [&] { return static_cast<int>(pending[image_in_slot].size()) == wanted; });
-}
-
-void umockdev_fx3_camera_class::serve_in_endpoints() {
-    std::unique_lock<std::mutex> guard(state_lock);
-    while (!stopping) {
-        const bool command_served = serve_front_urb(command_in_slot);
-        const bool image_served = serve_front_urb(image_in_slot);
-        if (command_served || image_served) {
-            // Let the umockdev thread reap in between.
-            guard.unlock();
-            std::this_thread::yield();
-            guard.lock();
-        } else {
-            state_changed.wait_for(guard, std::chrono::milliseconds(1));
-        }
-    }
-}
-
-bool umockdev_fx3_camera_class::serve_front_urb(endpoint_slot slot) {
-    if (unplugged || halted[slot] || pending[slot].empty())
-        return false;
-    urb_record& front = pending[slot].front();
-    const int length = urb_of(front.urb).buffer_length;
-    // The emulator is asked without waiting; the loop comes back within 1 ms.
-    const endpoint_transfer done_transfer =
-        transfer_on_endpoint(device, slot == command_in_slot ? command_in_endpoint : image_in_endpoint,
-                             front.buffer != nullptr ? front.buffer->data : nullptr,
-                             static_cast<std::size_t>(length), 0);
-    const int status = done_transfer.status;
-    if (status == QX_EMU_TIMEOUT)
-        return false;
-    if (status == QX_EMU_NO_DEVICE) {
-        mark_unplugged();
-        return true;
-    }
-    const urb_record done = front;
-    pending[slot].pop_front();
-    if (slot == image_in_slot && length < QX_EMU_PACKET_SIZE) {
-        // A packet longer than the buffer: the controller reports babble.
-        finish(done, -EOVERFLOW, 0);
-        return true;
-    }
-    // After a stall the controller holds the endpoint's queue until the halt is cleared.
-    halted[slot] = status == QX_EMU_STALL;
-    finish(done, urb_status_of(status), static_cast<int>(done_transfer.bytes));
-    return true;
+    return state_changed.wait_for(guard, std::chrono::milliseconds(limit_ms), [&] {
+        return static_cast<int>(endpoints[image_in_index]->held()) == wanted;
+    });
 }
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(const usb_ctrlrequest& setup,
@@ -371,8 +338,8 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(con
         setup.wLength >= 2 && data_length >= 2) {
         int stalled = 0;
         if (setup.wIndex != reserved_out_endpoint) {
-            const int status =
-                qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(setup.wIndex), &stalled);
+            const int status = qx_emu_device_get_endpoint_stalled(
+                device, static_cast<unsigned char>(setup.wIndex), &stalled);
             if (status == QX_EMU_NO_DEVICE) {
                 mark_unplugged();
                 return {-1, ENODEV};
@@ -456,12 +423,9 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::clear_halt(UMockdev
         if (qx_emu_device_clear_stall(device, static_cast<unsigned char>(endpoint)) != QX_EMU_OK) {
             return answer{-1, ENOENT};
         }
-        if (endpoint == command_in_endpoint)
-            halted[command_in_slot] = false;
-        if (endpoint == image_in_endpoint)
-            halted[image_in_slot] = false;
+        if (const int index = camera_endpoint_index(endpoint); index >= 0)
+            endpoints[static_cast<std::size_t>(index)]->release_halt();
         ++seen.clear_halts;
-        state_changed.notify_all();
         return answer{0, 0};
     });
 }
@@ -469,7 +433,7 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::clear_halt(UMockdev
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::reset(UMockdevIoctlClient*, UMockdevIoctlData*) {
     if (qx_emu_device_reset_port(device) != QX_EMU_OK)
         return {-1, EIO};
-    halted.fill(false);
+    for (auto& endpoint : endpoints) endpoint->release_halt();
     end_pending_urbs(-ESHUTDOWN);
     ++seen.resets;
     return {0, 0};
@@ -513,6 +477,8 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
     }
     unsigned char* buffer = record.buffer != nullptr ? record.buffer->data : nullptr;
     const int length = urb.buffer_length;
+    record.data = buffer;
+    record.length = static_cast<std::size_t>(std::max(length, 0));
     urb.status = 0;
     urb.actual_length = 0;
 
@@ -544,40 +510,26 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
         return refusal;
     }
     interface_claimed = true;
-    switch (urb.endpoint) {
-        case command_out_endpoint: {
-            const int status = transfer_on_endpoint(device, command_out_endpoint, buffer,
-                                                    static_cast<std::size_t>(length), 0).status;
-            if (status == QX_EMU_NO_DEVICE) {
-                mark_unplugged();
-                release(record);
-                return {-1, ENODEV};
-            }
-            finish(record, urb_status_of(status), status == QX_EMU_OK ? length : 0);
-            break;
-        }
-        case reserved_out_endpoint:
-            finish(record, 0, length);
-            break;
-        case command_in_endpoint:
-            pending[command_in_slot].push_back(record);
-            break;
-        case image_in_endpoint: {
-            auto& queue = pending[image_in_slot];
-            if (chosen.image_urb_limit > 0 && static_cast<int>(queue.size()) >= chosen.image_urb_limit) {
-                release(record);
-                return {-1, ENOMEM};
-            }
-            queue.push_back(record);
-            ++seen.submitted_image_urbs;
-            seen.most_image_urbs_in_flight =
-                std::max(seen.most_image_urbs_in_flight, static_cast<int>(queue.size()));
-            break;
-        }
-        default:
-            release(record);
-            return {-1, ENOENT};
+    if (urb.endpoint == reserved_out_endpoint) {
+        finish(record, 0, length);
+        return {0, 0};
     }
+    const int index = camera_endpoint_index(urb.endpoint);
+    if (index < 0) {
+        release(record);
+        return {-1, ENOENT};
+    }
+    auto& endpoint = *endpoints[static_cast<std::size_t>(index)];
+    if (index == image_in_index) {
+        const int in_flight = static_cast<int>(endpoint.held()) + 1;
+        if (chosen.image_urb_limit > 0 && in_flight > chosen.image_urb_limit) {
+            release(record);
+            return {-1, ENOMEM};
+        }
+        ++seen.submitted_image_urbs;
+        seen.most_image_urbs_in_flight = std::max(seen.most_image_urbs_in_flight, in_flight);
+    }
+    endpoint.submit(record);
     state_changed.notify_all();
     return {0, 0};
 }
@@ -588,16 +540,14 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::discard_urb(UMockde
     gulong address = 0;
     std::memcpy(&address, arg->data,
                 std::min<std::size_t>(sizeof address, static_cast<std::size_t>(arg->data_len)));
-    for (auto& queue : pending) {
-        const auto found = std::find_if(queue.begin(), queue.end(), [&](const urb_record& record) {
+    for (auto& endpoint : endpoints) {
+        auto taken = endpoint->take([&](const urb_record& record) {
             return record.client == client && record.client_address == address;
         });
-        if (found == queue.end())
+        if (taken.empty())
             continue;
-        const urb_record record = *found;
-        queue.erase(found);
         ++seen.discarded_urbs;
-        finish(record, -ENOENT, 0);
+        finish(taken.front(), -ENOENT, 0);
         return {0, 0};
     }
     // Already finished (or never submitted): nothing to discard.

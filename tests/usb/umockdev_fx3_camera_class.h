@@ -6,9 +6,8 @@
 // libusb sends to that node (URB submission, reaping and discarding, control
 // requests, halts, resets, interface claims, kernel-driver queries) through a
 // virtual camera of the camera emulator:
-// - bulk OUT 0x02 goes to qx_emu_device_write at once;
-// - bulk IN 0x82 and 0x83 wait in per-endpoint queues that a worker thread
-//   fills from qx_emu_device_read and qx_emu_device_read_packet;
+// - bulk URBs on 0x02, 0x82 and 0x83 wait in per-endpoint queues that an
+//   endpoint worker serves through the emulator;
 // - GET_STATUS, CLEAR_HALT and RESET reach the emulator's stall and port
 //   functions.
 // Like the kernel, it completes URBs in order per endpoint, holds an
@@ -19,7 +18,7 @@
 // --no-as-needed) and a testbed must exist before libusb is used.
 //
 // Locks: state_lock guards everything the umockdev thread (requests), the
-// worker thread and the test thread share. The umockdev thread holds it for a
+// endpoint workers and the test thread share. The umockdev thread holds it for a
 // whole request, its completion included, since completing writes the URBs
 // back to the client.
 
@@ -30,11 +29,11 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 
-#include "quendral_vko_camera_emulator.h"
+#include "support/emulated_endpoints.h"
 
 namespace qx::test {
 
@@ -96,6 +95,8 @@ class umockdev_fx3_camera_class {
         UMockdevIoctlData* urb = nullptr;
         UMockdevIoctlData* buffer = nullptr;
         gulong client_address = 0;
+        unsigned char* data = nullptr;  // the buffer's bytes
+        std::size_t length = 0;
     };
     // What a request is answered with: ioctl's result and errno, unless the
     // handler completed the request itself.
@@ -111,17 +112,13 @@ class umockdev_fx3_camera_class {
     };
     static const request_row request_rows[];
 
-    enum endpoint_slot : std::size_t { command_in_slot, image_in_slot, endpoint_slots };
-
     static gboolean on_handle_ioctl(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static void on_client_vanished(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
 
     void build_testbed();
     void tear_down();
-    void serve_in_endpoints();
     static void release(urb_record& record);
     // The caller of these holds state_lock.
-    bool serve_front_urb(endpoint_slot slot);
     void finish(urb_record record, int status, int actual_length);
     void end_pending_urbs(int status);
     void mark_unplugged();
@@ -148,15 +145,14 @@ class umockdev_fx3_camera_class {
 
     mutable std::mutex state_lock;
     mutable std::condition_variable state_changed;
-    bool stopping = false;                                       // guarded by state_lock
-    bool unplugged = false;                                      // guarded by state_lock
-    bool kernel_driver_bound = true;                             // guarded by state_lock: until detached
-    bool interface_claimed = false;                              // guarded by state_lock
-    std::array<bool, endpoint_slots> halted{};                   // guarded by state_lock
-    std::array<std::deque<urb_record>, endpoint_slots> pending;  // guarded by state_lock
-    std::deque<urb_record> finished;                             // guarded by state_lock: in completion order
-    counts seen;                                                 // guarded by state_lock
-    std::thread worker;
+    bool stopping = false;            // guarded by state_lock
+    bool unplugged = false;           // guarded by state_lock
+    bool kernel_driver_bound = true;  // guarded by state_lock: until detached
+    bool interface_claimed = false;   // guarded by state_lock
+    std::deque<urb_record> finished;  // guarded by state_lock: in completion order
+    counts seen;                      // guarded by state_lock
+    // By index in camera_endpoints.
+    std::array<std::unique_ptr<endpoint_worker<urb_record>>, camera_endpoint_count> endpoints;
 };
 
 }  // namespace qx::test
