@@ -141,22 +141,6 @@ auto with_argument(UMockdevIoctlData* arg, use_type&& use) {
 
 }  // namespace
 
-const umockdev_fx3_camera_class::request_row umockdev_fx3_camera_class::request_rows[] = {
-    {USBDEVFS_GET_CAPABILITIES, &umockdev_fx3_camera_class::get_capabilities},
-    {USBDEVFS_GETDRIVER, &umockdev_fx3_camera_class::get_driver},
-    {USBDEVFS_IOCTL, &umockdev_fx3_camera_class::driver_ioctl},
-    {USBDEVFS_CLAIMINTERFACE, &umockdev_fx3_camera_class::claim_interface},
-    {USBDEVFS_RELEASEINTERFACE, &umockdev_fx3_camera_class::release_interface},
-    {USBDEVFS_CLEAR_HALT, &umockdev_fx3_camera_class::clear_halt},
-    {USBDEVFS_RESET, &umockdev_fx3_camera_class::reset},
-    {USBDEVFS_CONTROL, &umockdev_fx3_camera_class::control},
-    {USBDEVFS_SUBMITURB, &umockdev_fx3_camera_class::submit_urb},
-    {USBDEVFS_DISCARDURB, &umockdev_fx3_camera_class::discard_urb},
-    {USBDEVFS_REAPURBNDELAY, &umockdev_fx3_camera_class::reap_urb},
-    // Reaping never blocks here: the umockdev thread must stay free.
-    {USBDEVFS_REAPURB, &umockdev_fx3_camera_class::reap_urb},
-};
-
 umockdev_fx3_camera_class::umockdev_fx3_camera_class(const settings& chosen_settings)
     : chosen(chosen_settings) {
     char path[256] = {};
@@ -260,13 +244,7 @@ gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdev
     // After an unplug only the URBs that ended with it can still be reaped.
     const bool reaping = request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB;
     const bool gone = self.stopping || (self.unplugged && !reaping);
-    answer reply = gone ? answer{-1, ENODEV} : answer{-1, ENOTTY};
-    for (const auto& row : request_rows) {
-        if (row.request == request && !gone) {
-            reply = (self.*row.handler)(client, arg);
-            break;
-        }
-    }
+    const answer reply = gone ? answer{-1, ENODEV} : self.serve_request(client, request, arg);
     if (!reply.completed)
         umockdev_ioctl_client_complete(client, reply.result, reply.error);
     return TRUE;
@@ -355,109 +333,86 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(con
     return {-1, EPIPE};
 }
 
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_capabilities(UMockdevIoctlClient*,
-                                                                              UMockdevIoctlData* arg) {
-    return with_argument<std::uint32_t>(arg, [](std::uint32_t& capabilities) {
-        capabilities = usbfs_capabilities;
-        return answer{0, 0};
-    });
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::get_driver(UMockdevIoctlClient*,
-                                                                        UMockdevIoctlData* arg) {
-    return with_argument<usbdevfs_getdriver>(arg, [&](usbdevfs_getdriver& query) {
-        if (query.interface != camera_interface)
-            return answer{-1, EINVAL};
-        const char* name = interface_claimed ? "usbfs" : kernel_driver_bound ? kernel_driver_name : nullptr;
-        if (name == nullptr)
-            return answer{-1, ENODATA};
-        std::strncpy(query.driver, name, sizeof query.driver - 1);
-        return answer{0, 0};
-    });
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::driver_ioctl(UMockdevIoctlClient*,
-                                                                          UMockdevIoctlData* arg) {
-    return with_argument<usbdevfs_ioctl>(arg, [&](usbdevfs_ioctl& command) {
-        if (command.ifno != static_cast<int>(camera_interface))
-            return answer{-1, EINVAL};
-        if (command.ioctl_code != static_cast<int>(USBDEVFS_DISCONNECT))
-            return answer{-1, ENOTTY};
-        if (!kernel_driver_bound)
-            return answer{-1, ENODATA};
-        kernel_driver_bound = false;
-        ++seen.kernel_driver_detaches;
-        return answer{0, 0};
-    });
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::claim_interface(UMockdevIoctlClient*,
-                                                                             UMockdevIoctlData* arg) {
-    return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
-        if (interface_number != camera_interface)
-            return answer{-1, EINVAL};
-        if (kernel_driver_bound)
-            return answer{-1, EBUSY};
-        interface_claimed = true;
-        return answer{0, 0};
-    });
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::release_interface(UMockdevIoctlClient*,
-                                                                               UMockdevIoctlData* arg) {
-    return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
-        if (interface_number != camera_interface || !interface_claimed)
-            return answer{-1, EINVAL};
-        interface_claimed = false;
-        // The kernel kills the interface's URBs; they are reaped as ended.
-        end_pending_urbs(-ENOENT);
-        return answer{0, 0};
-    });
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::clear_halt(UMockdevIoctlClient*,
-                                                                        UMockdevIoctlData* arg) {
-    return with_argument<unsigned int>(arg, [&](unsigned int& endpoint) {
-        if (endpoint == reserved_out_endpoint)
-            return answer{0, 0};
-        if (qx_emu_device_clear_stall(device, static_cast<unsigned char>(endpoint)) != QX_EMU_OK) {
-            return answer{-1, ENOENT};
-        }
-        if (const int index = camera_endpoint_index(endpoint); index >= 0)
-            endpoints[static_cast<std::size_t>(index)]->release_halt();
-        ++seen.clear_halts;
-        return answer{0, 0};
-    });
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::reset(UMockdevIoctlClient*, UMockdevIoctlData*) {
-    if (qx_emu_device_reset_port(device) != QX_EMU_OK)
-        return {-1, EIO};
-    for (auto& endpoint : endpoints) endpoint->release_halt();
-    end_pending_urbs(-ESHUTDOWN);
-    ++seen.resets;
-    return {0, 0};
-}
-
-umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control(UMockdevIoctlClient*,
-                                                                     UMockdevIoctlData* arg) {
-    UMockdevIoctlData* resolved = resolve(arg, 0, sizeof(usbdevfs_ctrltransfer));
-    if (resolved == nullptr)
-        return {-1, EFAULT};
-    auto& transfer = *reinterpret_cast<usbdevfs_ctrltransfer*>(resolved->data);
-    const usb_ctrlrequest setup{transfer.bRequestType, transfer.bRequest, transfer.wValue, transfer.wIndex,
-                                transfer.wLength};
-    UMockdevIoctlData* data = transfer.wLength > 0
-                                  ? resolve(resolved, offsetof(usbdevfs_ctrltransfer, data), transfer.wLength)
-                                  : nullptr;
-    answer reply{-1, EFAULT};
-    if (transfer.wLength == 0 || data != nullptr) {
-        reply = control_request(setup, data != nullptr ? data->data : nullptr, transfer.wLength);
+umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::serve_request(UMockdevIoctlClient* client,
+                                                                           gulong request,
+                                                                           UMockdevIoctlData* arg) {
+    switch (request) {
+        case USBDEVFS_SUBMITURB:
+            return submit_urb(client, arg);
+        case USBDEVFS_DISCARDURB:
+            return discard_urb(client, arg);
+        case USBDEVFS_REAPURBNDELAY:
+            return reap_urb(client, arg);
+        case USBDEVFS_GET_CAPABILITIES:
+            return with_argument<std::uint32_t>(arg, [](std::uint32_t& capabilities) {
+                capabilities = usbfs_capabilities;
+                return answer{0, 0};
+            });
+        case USBDEVFS_GETDRIVER:
+            return with_argument<usbdevfs_getdriver>(arg, [&](usbdevfs_getdriver& query) {
+                if (query.interface != camera_interface)
+                    return answer{-1, EINVAL};
+                const char* name = interface_claimed     ? "usbfs"
+                                   : kernel_driver_bound ? kernel_driver_name
+                                                         : nullptr;
+                if (name == nullptr)
+                    return answer{-1, ENODATA};
+                std::strncpy(query.driver, name, sizeof query.driver - 1);
+                return answer{0, 0};
+            });
+        case USBDEVFS_IOCTL:
+            // Of the driver requests only the kernel driver's detaching.
+            return with_argument<usbdevfs_ioctl>(arg, [&](usbdevfs_ioctl& command) {
+                if (command.ifno != static_cast<int>(camera_interface))
+                    return answer{-1, EINVAL};
+                if (command.ioctl_code != static_cast<int>(USBDEVFS_DISCONNECT))
+                    return answer{-1, ENOTTY};
+                if (!kernel_driver_bound)
+                    return answer{-1, ENODATA};
+                kernel_driver_bound = false;
+                ++seen.kernel_driver_detaches;
+                return answer{0, 0};
+            });
+        case USBDEVFS_CLAIMINTERFACE:
+            return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
+                if (interface_number != camera_interface)
+                    return answer{-1, EINVAL};
+                if (kernel_driver_bound)
+                    return answer{-1, EBUSY};
+                interface_claimed = true;
+                return answer{0, 0};
+            });
+        case USBDEVFS_RELEASEINTERFACE:
+            return with_argument<unsigned int>(arg, [&](unsigned int& interface_number) {
+                if (interface_number != camera_interface || !interface_claimed)
+                    return answer{-1, EINVAL};
+                interface_claimed = false;
+                // The kernel kills the interface's URBs; they are reaped as ended.
+                end_pending_urbs(-ENOENT);
+                return answer{0, 0};
+            });
+        case USBDEVFS_CLEAR_HALT:
+            return with_argument<unsigned int>(arg, [&](unsigned int& endpoint) {
+                if (endpoint == reserved_out_endpoint)
+                    return answer{0, 0};
+                if (qx_emu_device_clear_stall(device, static_cast<unsigned char>(endpoint)) != QX_EMU_OK)
+                    return answer{-1, ENOENT};
+                if (const int index = camera_endpoint_index(endpoint); index >= 0)
+                    endpoints[static_cast<std::size_t>(index)]->release_halt();
+                ++seen.clear_halts;
+                return answer{0, 0};
+            });
+        case USBDEVFS_RESET:
+            if (qx_emu_device_reset_port(device) != QX_EMU_OK)
+                return {-1, EIO};
+            for (auto& endpoint : endpoints) endpoint->release_halt();
+            end_pending_urbs(-ESHUTDOWN);
+            ++seen.resets;
+            return {0, 0};
+        default:
+            // libusb asks for more (connection details, ...); it copes with a refusal.
+            return {-1, ENOTTY};
     }
-    if (data != nullptr)
-        g_object_unref(data);
-    g_object_unref(resolved);
-    return reply;
 }
 
 umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdevIoctlClient* client,

@@ -105,12 +105,6 @@ class umockdev_fx3_camera_class {
         int error = 0;
         bool completed = false;
     };
-    using request_handler = answer (umockdev_fx3_camera_class::*)(UMockdevIoctlClient*, UMockdevIoctlData*);
-    struct request_row {
-        gulong request;
-        request_handler handler;
-    };
-    static const request_row request_rows[];
 
     static gboolean on_handle_ioctl(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static void on_client_vanished(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
@@ -124,15 +118,8 @@ class umockdev_fx3_camera_class {
     void mark_unplugged();
     answer control_request(const usb_ctrlrequest& setup, unsigned char* data, int data_length);
 
-    // The request handlers; on_handle_ioctl holds state_lock around each.
-    answer get_capabilities(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer get_driver(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer driver_ioctl(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer claim_interface(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer release_interface(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer clear_halt(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer reset(UMockdevIoctlClient*, UMockdevIoctlData* arg);
-    answer control(UMockdevIoctlClient*, UMockdevIoctlData* arg);
+    // The requests libusb sends; on_handle_ioctl holds state_lock around each.
+    answer serve_request(UMockdevIoctlClient* client, gulong request, UMockdevIoctlData* arg);
     answer submit_urb(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
     answer discard_urb(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
     answer reap_urb(UMockdevIoctlClient* client, UMockdevIoctlData* arg);
