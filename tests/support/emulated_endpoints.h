@@ -86,8 +86,6 @@ class endpoint_worker {
         wake.notify_all();
         thread.join();
     }
-    endpoint_worker(const endpoint_worker&) = delete;
-    endpoint_worker& operator=(const endpoint_worker&) = delete;
 
     void submit(request_type request) {
         waiting.push_back(std::move(request));
@@ -102,14 +100,8 @@ class endpoint_worker {
             taken.push_back(std::move(*in_service));
             in_service.reset();
         }
-        for (auto it = waiting.begin(); it != waiting.end();) {
-            if (match(*it)) {
-                taken.push_back(std::move(*it));
-                it = waiting.erase(it);
-            } else {
-                ++it;
-            }
-        }
+        std::copy_if(waiting.begin(), waiting.end(), std::back_inserter(taken), match);
+        std::erase_if(waiting, match);
         return taken;
     }
     std::vector<request_type> take_all() {

@@ -107,11 +107,6 @@ int simulated_cypress_driver_class::requests_with(std::uint32_t code) const {
     return found == request_counts.end() ? 0 : found->second;
 }
 
-std::vector<unsigned char> simulated_cypress_driver_class::reset_pipe_endpoints() const {
-    std::lock_guard<std::mutex> guard(mutex);
-    return resets;
-}
-
 int simulated_cypress_driver_class::open_interface_sets() const {
     std::lock_guard<std::mutex> guard(mutex);
     return static_cast<int>(sets.size());
@@ -283,7 +278,6 @@ BOOL simulated_cypress_driver_class::answer_control(open_device& device, DWORD c
         if (queue < 0)
             return refuse("pipe request for endpoint " + hex(in[0]));
         if (code == cypress::reset_pipe_code) {
-            resets.push_back(in[0]);
             status = qx_emu_device_clear_stall(device.emulator, in[0]);
         } else {
             device.cancel(queue, every_request);

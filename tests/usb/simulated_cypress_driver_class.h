@@ -44,10 +44,8 @@ class simulated_cypress_driver_class final : public qx::usb::windows_driver_call
     // Requests whose header, sizes or control code the real driver would
     // not accept, one text each.
     std::vector<std::string> violations() const;
-    // How often each control code was sent, and the endpoints of the pipe
-    // resets in order.
+    // How often each control code was sent.
     int requests_with(std::uint32_t code) const;
-    std::vector<unsigned char> reset_pipe_endpoints() const;
     // Device interface sets handed out and not yet destroyed.
     int open_interface_sets() const;
     // Bulk reads of the image endpoint the driver holds right now.
@@ -94,7 +92,6 @@ class simulated_cypress_driver_class final : public qx::usb::windows_driver_call
     std::set<open_device*> devices;
     std::vector<std::string> violation_texts;
     std::map<std::uint32_t, int> request_counts;
-    std::vector<unsigned char> resets;
 };
 
 }  // namespace qx::test

@@ -58,7 +58,7 @@ struct cypress_link {
     const std::string& emulator_path() const { return camera_path; }
     void pull() { qx_emu_unplug_camera(camera_path.c_str()); }
     int pipe_clears() const {
-        return static_cast<int>(driver.reset_pipe_endpoints().size()) +
+        return driver.requests_with(usb::cypress::reset_pipe_code) +
                driver.requests_with(usb::cypress::abort_pipe_code);
     }
     int port_resets() const { return driver.requests_with(usb::cypress::reset_parent_port_code); }

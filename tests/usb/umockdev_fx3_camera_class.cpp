@@ -242,7 +242,7 @@ gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdev
     // them.
     std::lock_guard<std::mutex> guard(self.state_lock);
     // After an unplug only the URBs that ended with it can still be reaped.
-    const bool reaping = request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB;
+    const bool reaping = request == USBDEVFS_REAPURBNDELAY;
     const bool gone = self.stopping || (self.unplugged && !reaping);
     const answer reply = gone ? answer{-1, ENODEV} : self.serve_request(client, request, arg);
     if (!reply.completed)
