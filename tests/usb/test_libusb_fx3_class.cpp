@@ -222,7 +222,7 @@ TEST_F(libusb_fx3_class_test, image_reads_that_cannot_be_served_are_refused_with
 }  // namespace qx::test
 
 int main(int argc, char** argv) {
-    // Short sleeps (libusb's and the simulated device's) keep their length
+    // Short timed waits (libusb's and the emulator's packet pacing) keep their length
     // instead of growing by the default 50 us of timer slack.
     prctl(PR_SET_TIMERSLACK, 1);
     testing::InitGoogleTest(&argc, argv);
