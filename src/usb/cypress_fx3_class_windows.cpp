@@ -228,6 +228,14 @@ void cypress_fx3_class::write(std::uint32_t length, const void* bytes, std::uint
         const DWORD waited = WaitForSingleObject(record.overlapped.hEvent, timeout_ms);
         if (waited == WAIT_OBJECT_0) {
             record.pending = false;
+            DWORD transferred = 0;
+            if (driver.get_overlapped_result(device, &record.overlapped, &transferred, FALSE))
+                return;
+            // A completed but failed write is the endpoint's halt when the
+            // device says so; any other failure is the driver's.
+            stalled = get_is_endpoint_stalled(command_channel, false);
+            if (!stalled)
+                throw std::runtime_error("cypress_fx3_class::write transfer failed.");
             return;
         }
         if (waited == WAIT_TIMEOUT)

@@ -34,10 +34,8 @@ struct cypress_link {
         "cypress_fx3_class::get_is_endpoint_stalled DeviceIoControl error."};
     static constexpr const char* lost_write_error =
         "cypress_fx3_class::write DeviceIoControl status was zero and GetLastError was not ERROR_IO_PENDING.";
-    // The write waits for the driver's event only; the stall shows when the
-    // endpoint is asked.
     static constexpr bool holds_a_ring = true;
-    static constexpr bool write_reports_a_stall = false;
+    static constexpr bool write_reports_a_stall = true;
 
     cypress_link() {
         char path[256] = {};
