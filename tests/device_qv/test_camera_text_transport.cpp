@@ -146,14 +146,6 @@ TEST_F(camera_text_transport, a_lost_first_attempt_is_recovered_and_the_second_r
     }
 }
 
-TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminator) {
-    open(qx::test::small_camera_json("CAM-1", "SERIAL-NUMBER"));
-    char reply[16];
-    std::memset(reply, '#', sizeof reply);
-    camera->send_command("sernum", 7, reply, 4, short_timeout_ms);
-    EXPECT_EQ(std::string(reply, 6), "SERI##");
-}
-
 // The gain is read only from the bytes copied into the caller's buffer.
 TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buffer) {
     open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
