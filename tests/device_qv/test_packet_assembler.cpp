@@ -28,11 +28,12 @@ void put(std::vector<unsigned char>& bytes, std::size_t at, std::uint32_t word) 
 }
 
 // The packets of one unpacked 16-bit frame whose pixels all equal `frame`.
-std::vector<std::vector<unsigned char>> frame_packets(std::uint16_t frame, std::uint32_t offset_tag_value = 7) {
+std::vector<std::vector<unsigned char>> frame_packets(std::uint16_t frame,
+                                                      std::uint32_t offset_tag_value = 7) {
     std::vector<unsigned char> stream(metadata_bytes + width * height * 2);
-    const std::pair<const char*, std::uint32_t> pairs[] = {{"VKO\0", 1}, {"FCNT", frame}, {"IOFF", offset_tag_value},
-                                                           {"IFMT", 12u << 8}, {"TSLO", 0}, {"TSHI", 0},
-                                                           {"ENDT", 0}};
+    const std::pair<const char*, std::uint32_t> pairs[] = {
+        {"VKO\0", 1}, {"FCNT", frame}, {"IOFF", offset_tag_value}, {"IFMT", 12u << 8}, {"TSLO", 0},
+        {"TSHI", 0},  {"ENDT", 0}};
     std::size_t at = 0;
     for (const auto& [tag, value] : pairs) {
         std::memcpy(stream.data() + at, tag, 4);
@@ -60,7 +61,8 @@ struct assembler_run {
 };
 
 // Feeds packets; each completed frame is filled into a slot and checked.
-assembler_run feed(packet_assembler_class& assembler, const std::vector<std::vector<unsigned char>>& packets) {
+assembler_run feed(packet_assembler_class& assembler,
+                   const std::vector<std::vector<unsigned char>>& packets) {
     assembler_run run;
     std::vector<unsigned char> slot(width * height * 2 + qx::device_qv::metadata_slot_reserve);
     for (const auto& packet : packets) {
@@ -116,15 +118,23 @@ TEST(packet_assembler, delivers_only_whole_frames_with_every_packet_at_its_place
         // The old rules took frame 1's packets 2 and 3 one place early, then
         // frame 2's packet 1 as frame 1's last: a frame holding pixels of
         // its successor and shifted by one packet was delivered.
-        {"a lost packet and a lost first packet", {"1:0", "1:2", "1:3", "2:1", "2:2", "2:3", "3:0", "3:1", "3:2", "3:3"},
-         {3}, 2},
+        {"a lost packet and a lost first packet",
+         {"1:0", "1:2", "1:3", "2:1", "2:2", "2:3", "3:0", "3:1", "3:2", "3:3"},
+         {3},
+         2},
         {"a sequence gap", {"1:0", "1:1", "1:3", "2:0", "2:1", "2:2", "2:3"}, {2}, 1},
         {"a repeated sequence", {"1:0", "1:1", "1:1", "1:2", "1:3"}, {}, 1},
         {"a restarted counter inside a frame", {"1:0", "1:1", "1:2", "2:1", "2:2", "2:3"}, {}, 2},
         {"a frame cut short by the next", {"1:0", "1:1", "2:0", "2:1", "2:2", "2:3"}, {2}, 1},
         {"a damaged first packet", {"1:0=32769", "1:1", "1:2", "1:3", "2:0", "2:1", "2:2", "2:3"}, {2}, 1},
-        {"a damaged continuation header", {"1:0", "1:1=32769", "1:2", "1:3", "2:0", "2:1", "2:2", "2:3"}, {2}, 1},
-        {"packets after a whole frame", {"1:0", "1:1", "1:2", "1:3", "1:3", "2:0", "2:1", "2:2", "2:3"}, {1, 2}, 1},
+        {"a damaged continuation header",
+         {"1:0", "1:1=32769", "1:2", "1:3", "2:0", "2:1", "2:2", "2:3"},
+         {2},
+         1},
+        {"packets after a whole frame",
+         {"1:0", "1:1", "1:2", "1:3", "1:3", "2:0", "2:1", "2:2", "2:3"},
+         {1, 2},
+         1},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(row.name);
@@ -158,7 +168,8 @@ TEST(packet_assembler, frames_it_cannot_hand_over_whole_are_lost_and_counted) {
         bool filled = false;
         for (const auto& packet : frame_packets(1, row.offset_tag_value)) {
             if (assembler.add_packet(packet.data()) == outcome::frame_complete)
-                filled = assembler.fill_slot(slot.data(), static_cast<std::int64_t>(slot.size()) - row.slot_shortfall);
+                filled = assembler.fill_slot(slot.data(),
+                                             static_cast<std::int64_t>(slot.size()) - row.slot_shortfall);
         }
         EXPECT_FALSE(filled);
         EXPECT_EQ(assembler.frames_lost_incomplete(), 1u);
