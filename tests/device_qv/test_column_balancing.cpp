@@ -70,12 +70,6 @@ TEST_F(column_balancing, tables_are_read_bit_exact_for_every_gain_set) {
     }
 }
 
-TEST_F(column_balancing, a_camera_without_tables_leaves_correction_off) {
-    ASSERT_EQ(open(qx::test::small_camera_json("CB-2", "SER-2")), "");
-    EXPECT_FALSE(camera->column_balancing.enabled);
-    EXPECT_FALSE(camera->column_balancing.tables_loaded);
-}
-
 TEST_F(column_balancing, implausible_table_dimensions_refuse_the_camera) {
     EXPECT_EQ(open(camera_with_tables(R"("replies":{"image_width.max":"4096"})")), "Width is out of range.");
     EXPECT_EQ(open(camera_with_tables(R"("replies":{"image_width.max":"0"})")), "Width is out of range.");

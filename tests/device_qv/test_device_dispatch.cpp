@@ -54,14 +54,12 @@ class device_dispatch : public ::testing::Test {
         EXPECT_EQ(get(command, reply), 0) << command;
         return reply;
     }
+    // A set, with @p value and its NUL as the data when there is one.
     int set(const std::string& command, const char* value = nullptr) {
         char buffer[1024] = {};
-        char data[256] = {};
-        if (value != nullptr)
-            std::strncpy(data, value, sizeof data - 1);
-        return set_data__returns_zero_for_success(device, command.c_str(), command.size() + 1,
-                                                  value != nullptr ? data : nullptr,
-                                                  value != nullptr ? 256 : 0, buffer, sizeof buffer);
+        return set_data__returns_zero_for_success(device, command.c_str(), command.size() + 1, value,
+                                                  value != nullptr ? std::strlen(value) + 1 : 0, buffer,
+                                                  sizeof buffer);
     }
     std::uint64_t commands_received() { return qx::test::emulator_counters(path).commands_received; }
 
