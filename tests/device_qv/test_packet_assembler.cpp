@@ -60,11 +60,12 @@ struct assembler_run {
     std::uint64_t lost = 0;
 };
 
-// Feeds packets; each completed frame is filled into a slot and checked.
-assembler_run feed(packet_assembler_class& assembler,
-                   const std::vector<std::vector<unsigned char>>& packets) {
+// Feeds packets; each completed frame is filled into a slot of @p slot_size
+// bytes (allocated at exactly that size) and checked.
+assembler_run feed(packet_assembler_class& assembler, const std::vector<std::vector<unsigned char>>& packets,
+                   std::size_t slot_size = width * height * 2 + qx::device_qv::metadata_slot_reserve) {
     assembler_run run;
-    std::vector<unsigned char> slot(width * height * 2 + qx::device_qv::metadata_slot_reserve);
+    std::vector<unsigned char> slot(slot_size);
     for (const auto& packet : packets) {
         if (assembler.add_packet(packet.data()) != outcome::frame_complete)
             continue;
@@ -152,7 +153,7 @@ TEST(packet_assembler, frames_it_cannot_hand_over_whole_are_lost_and_counted) {
         const char* name;
         assembly_geometry geometry;
         std::uint32_t offset_tag_value;
-        std::int64_t slot_shortfall;
+        std::size_t slot_shortfall;
     };
     const damage_case cases[] = {
         // 8192 x 8192 pixels need more staging than the bound allows.
@@ -164,15 +165,10 @@ TEST(packet_assembler, frames_it_cannot_hand_over_whole_are_lost_and_counted) {
         SCOPED_TRACE(row.name);
         packet_assembler_class assembler;
         assembler.set_geometry(row.geometry);
-        std::vector<unsigned char> slot(width * height * 2 + metadata_bytes);
-        bool filled = false;
-        for (const auto& packet : frame_packets(1, row.offset_tag_value)) {
-            if (assembler.add_packet(packet.data()) == outcome::frame_complete)
-                filled = assembler.fill_slot(slot.data(),
-                                             static_cast<std::int64_t>(slot.size()) - row.slot_shortfall);
-        }
-        EXPECT_FALSE(filled);
-        EXPECT_EQ(assembler.frames_lost_incomplete(), 1u);
+        const auto run = feed(assembler, frame_packets(1, row.offset_tag_value),
+                              width * height * 2 + metadata_bytes - row.slot_shortfall);
+        EXPECT_TRUE(run.delivered.empty());
+        EXPECT_EQ(run.lost, 1u);
     }
 }
 
