@@ -16,24 +16,18 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const auto start = packet_stream_class::clock::time_point{} + 1h;
-
-// Arms @p stream for frames of one packet each and triggers @p frames (0: endless) at `start`.
-void trigger_at_start(packet_stream_class& stream, std::chrono::microseconds period, std::uint32_t frames) {
-    stream.set_frame_period(period);
-    frame_format_class format;
-    format.width = 64;
-    format.height = 8;
-    stream.arm(format);
-    stream.trigger(frames, start);
-}
-
 TEST(packet_stream_timing, a_host_that_falls_behind_loses_whole_frames) {
     packet_stream_class::timing timing;
     timing.max_lag_frames = 2;
     timing.frame_count_start = 0xFFFFFFF0u;
     packet_stream_class stream(timing);
-    trigger_at_start(stream, 1000us, 40);
+    stream.set_frame_period(1000us);
+    frame_format_class format;
+    format.width = 64;  // one packet per frame
+    format.height = 8;
+    stream.arm(format);
+    const auto start = packet_stream_class::clock::time_point{} + 1h;
+    stream.trigger(40, start);
 
     // Sixty frame times later all 40 frames were taken; the camera keeps the
     // newest one and the two before it. Skipped frames take no frame count.
@@ -57,7 +51,13 @@ TEST(packet_stream_timing, a_host_that_falls_behind_loses_whole_frames) {
 
 TEST(packet_stream_timing, frames_wait_for_their_frame_time) {
     packet_stream_class stream(packet_stream_class::timing{});
-    trigger_at_start(stream, 10s, 0);
+    stream.set_frame_period(10s);
+    frame_format_class format;
+    format.width = 64;
+    format.height = 8;
+    stream.arm(format);
+    const auto start = packet_stream_class::clock::time_point{} + 1h;
+    stream.trigger(0, start);
     ASSERT_EQ(stream.next_due(start), start);
     std::array<std::uint8_t, 16384> packet{};
     stream.emit(packet.data());
