@@ -190,11 +190,10 @@ TEST(command_table_class, user_memory_round_trip_with_raw_bytes) {
 
 TEST(command_table_class, column_gains_as_hexadecimal_bit_patterns) {
     const emulated_camera camera(full_camera_json());
+    // Every factor of every table is read bit for bit by the device module's
+    // column-balancing test; here the bytes of 1.0, and a hexadecimal offset.
     EXPECT_EQ(camera.command("prnu r 0 0 8"), "0000803f0000803f");
     EXPECT_EQ(camera.command("prnu r 2 3f 4"), "0000003f");
-    // The ramp's factors, every column of every table, are read bit for bit
-    // by the device module's column-balancing test; here its last column.
-    EXPECT_EQ(camera.command("prnu r 1 3f 4"), "00000040");
     EXPECT_EQ(camera.command("prnu r 0 0 100").size(), 64u * 8u);
     for (const std::string refused :
          {"prnu r 3 0 4", "prnu r 0 3f 8", "prnu r 0 0 6", "prnu r 0 0 0", "prnu crc 3"}) {
