@@ -146,28 +146,14 @@ TEST_F(camera_text_transport, a_lost_first_attempt_is_recovered_and_the_second_r
     }
 }
 
-TEST_F(camera_text_transport, copies_only_the_asked_length_and_adds_no_terminator) {
-    open(qx::test::small_camera_json("CAM-1", "SERIAL-NUMBER"));
-    char reply[16];
-    std::memset(reply, '#', sizeof reply);
-    camera->send_command("sernum", 7, reply, 4, short_timeout_ms);
-    EXPECT_EQ(std::string(reply, 6), "SERI##");
-}
-
-// The gain is read only from the bytes copied into the caller's buffer.
-TEST_F(camera_text_transport, the_gain_reply_is_read_within_a_small_callers_buffer) {
-    open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
-    ASSERT_TRUE(camera->column_balancing.enabled);
-    std::vector<char> reply(1);  // exactly one byte on the heap: "3"
-    camera->send_command("gain 3", 7, reply.data(), 1, short_timeout_ms);
-    EXPECT_EQ(camera->cached_gain, 3);
-}
-
 TEST_F(camera_text_transport, gain_commands_update_the_active_column_gain_set_only_with_correction_on) {
     open(qx::test::small_camera_json("CAM-1", "SER-1", camera_with_tables));
     ASSERT_TRUE(camera->column_balancing.enabled);
 
-    send("gain 3");
+    // The gain is read only from the bytes copied into the caller's buffer:
+    // here exactly one byte on the heap, "3".
+    std::vector<char> reply(1);
+    camera->send_command("gain 3", 7, reply.data(), 1, short_timeout_ms);
     EXPECT_EQ(camera->cached_gain, 3);
 
     // A reply that does not begin with a number is retried, then refused, and

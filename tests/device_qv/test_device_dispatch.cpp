@@ -54,14 +54,12 @@ class device_dispatch : public ::testing::Test {
         EXPECT_EQ(get(command, reply), 0) << command;
         return reply;
     }
+    // A set, with @p value and its NUL as the data when there is one.
     int set(const std::string& command, const char* value = nullptr) {
         char buffer[1024] = {};
-        char data[256] = {};
-        if (value != nullptr)
-            std::strncpy(data, value, sizeof data - 1);
-        return set_data__returns_zero_for_success(device, command.c_str(), command.size() + 1,
-                                                  value != nullptr ? data : nullptr,
-                                                  value != nullptr ? 256 : 0, buffer, sizeof buffer);
+        return set_data__returns_zero_for_success(device, command.c_str(), command.size() + 1, value,
+                                                  value != nullptr ? std::strlen(value) + 1 : 0, buffer,
+                                                  sizeof buffer);
     }
     std::uint64_t commands_received() { return qx::test::emulator_counters(path).commands_received; }
 
@@ -77,14 +75,27 @@ TEST_F(device_dispatch, local_words_are_recognised_after_trimming_and_only_whole
     EXPECT_EQ(reply_to("usb_speed and more"), "USB 3.0");
 }
 
-TEST_F(device_dispatch, metadata_flag_is_on_only_for_exactly_on) {
+// The flag is on only for exactly "on", read within the data size the host
+// gives; each value goes in a heap buffer of exactly that size, so a read
+// past it is caught.
+TEST_F(device_dispatch, metadata_flag_is_on_only_for_exactly_on_within_the_data_size) {
     const struct {
-        const char* value;
+        const char* bytes;
+        std::uint64_t data_size;
         const char* expected;
-    } cases[] = {{"on", "on"}, {"On", "off"}, {"on", "on"}, {"1", "off"}, {"on ", "off"}, {"ON", "off"}};
+    } cases[] = {{"on", 2, "on"}, {"on", 3, "on"},   {"onx", 2, "on"}, {"On", 2, "off"}, {"ON", 2, "off"},
+                 {"1", 1, "off"}, {"on ", 3, "off"}, {"on", 1, "off"}, {"on", 0, "off"}};
     for (const auto& entry : cases) {
-        EXPECT_EQ(set("image_metadata", entry.value), 0);
-        EXPECT_EQ(reply_to("image_metadata"), entry.expected) << "value '" << entry.value << "'";
+        SCOPED_TRACE(std::string("'") + entry.bytes + "' in " + std::to_string(entry.data_size) + " bytes");
+        // From the opposite state, so that the value shows.
+        ASSERT_EQ(set("image_metadata", std::strcmp(entry.expected, "on") == 0 ? "off" : "on"), 0);
+        std::vector<char> value(entry.bytes, entry.bytes + entry.data_size);
+        const char* data = entry.data_size > 0 ? value.data() : entry.bytes;
+        char reply[64] = {};
+        EXPECT_EQ(set_data__returns_zero_for_success(device, "image_metadata", 15, data, entry.data_size,
+                                                     reply, sizeof reply),
+                  0);
+        EXPECT_EQ(reply_to("image_metadata"), entry.expected);
     }
 }
 
@@ -170,12 +181,13 @@ TEST_F(device_dispatch, stop_and_disarm_succeed_whatever_the_camera_replies) {
     EXPECT_EQ(set("unblock_image_wait_for_frame"), 0);
 }
 
+// Only the size asked for is copied, without a terminator.
 TEST_F(device_dispatch, other_commands_pass_through_with_the_callers_size) {
     EXPECT_EQ(reply_to("sernum"), "SER-D");
-    char small[4];
+    char small[6];
     std::memset(small, '#', sizeof small);
-    EXPECT_EQ(get_data__returns_zero_for_success(device, "sernum", 7, nullptr, 0, small, sizeof small), 0);
-    EXPECT_EQ(std::string(small, 4), "SER-");
+    EXPECT_EQ(get_data__returns_zero_for_success(device, "sernum", 7, nullptr, 0, small, 4), 0);
+    EXPECT_EQ(std::string(small, sizeof small), "SER-##");
     EXPECT_EQ(get_data__returns_zero_for_success(nullptr, "sernum", 7, nullptr, 0, small, sizeof small), 1);
 }
 
@@ -202,24 +214,6 @@ TEST_F(device_dispatch, commands_without_a_nul_are_read_only_within_their_size) 
         if (entry.expected_reply != nullptr) {
             EXPECT_STREQ(reply, entry.expected_reply) << entry.bytes;
         }
-    }
-}
-
-// A value text is read only within the data size the host gives.
-TEST_F(device_dispatch, values_are_read_only_within_their_size) {
-    const struct {
-        const char* bytes;
-        std::uint64_t data_size;
-        const char* metadata;
-    } cases[] = {{"on", 2, "on"}, {"on", 0, "off"}, {"on", 1, "off"}, {"onx", 2, "on"}};
-    for (const auto& entry : cases) {
-        std::vector<char> value(entry.bytes, entry.bytes + entry.data_size);  // exactly the size given
-        const char* data = entry.data_size > 0 ? value.data() : entry.bytes;
-        char reply[64] = {};
-        EXPECT_EQ(set_data__returns_zero_for_success(device, "image_metadata", 15, data, entry.data_size,
-                                                     reply, sizeof reply),
-                  0);
-        EXPECT_EQ(reply_to("image_metadata"), entry.metadata) << entry.bytes << " " << entry.data_size;
     }
 }
 

@@ -3,11 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "device_qv/entry_points/module_entry_points.h"
+#include "device_qv/module_state_class.h"
 #include "support/emulated_camera_fixture.h"
 #include "usb/device_enumerator_class.h"
 
@@ -16,13 +18,12 @@ namespace {
 using qx::usb::device_enumerator_class;
 using qx::usb::usb_identity_filter;
 
+// The module's own identity of the family.
 usb_identity_filter family_filter() {
     usb_identity_filter filter;
-    filter.vendor_id = 0x2A7C;
-    filter.product_ids[0] = 0x6101;
-    filter.product_ids[1] = 0x6117;
-    filter.product_ids[2] = 0x6210;
-    filter.product_ids[3] = 0x611E;
+    filter.vendor_id = qx::device_qv::qv_vendor_id;
+    std::copy(std::begin(qx::device_qv::qv_product_ids), std::end(qx::device_qv::qv_product_ids),
+              filter.product_ids.begin());
     return filter;
 }
 

@@ -188,22 +188,12 @@ TEST(command_table_class, user_memory_round_trip_with_raw_bytes) {
     EXPECT_EQ(camera.exchange(std::string("nvstor wb 510 4:abcd") + '\0'), "Parameter out of range");
 }
 
-std::string hex_of_float(float value) {
-    std::uint32_t bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    char text[9];
-    std::snprintf(text, sizeof text, "%02x%02x%02x%02x", bits & 0xFF, bits >> 8 & 0xFF, bits >> 16 & 0xFF,
-                  bits >> 24);
-    return text;
-}
-
 TEST(command_table_class, column_gains_as_hexadecimal_bit_patterns) {
     const emulated_camera camera(full_camera_json());
+    // Every factor of every table is read bit for bit by the device module's
+    // column-balancing test; here the bytes of 1.0, and a hexadecimal offset.
     EXPECT_EQ(camera.command("prnu r 0 0 8"), "0000803f0000803f");
     EXPECT_EQ(camera.command("prnu r 2 3f 4"), "0000003f");
-    // The ramp runs from 1.0 at column 0 to 2.0 at column 63.
-    EXPECT_EQ(camera.command("prnu r 1 3e 8"),
-              hex_of_float(static_cast<float>(1.0 + 62.0 / 63.0)) + "00000040");
     EXPECT_EQ(camera.command("prnu r 0 0 100").size(), 64u * 8u);
     for (const std::string refused :
          {"prnu r 3 0 4", "prnu r 0 3f 8", "prnu r 0 0 6", "prnu r 0 0 0", "prnu crc 3"}) {

@@ -20,18 +20,6 @@ inline std::string small_camera_json(const std::string& extra_keys = "") {
            (extra_keys.empty() ? std::string() : "," + extra_keys) + "}";
 }
 
-/** A label for a parameterised case: letters and digits of @p text, the rest as '_'. */
-inline std::string case_label(const std::string& text) {
-    std::string label;
-    for (const char c : text) {
-        const bool keep = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
-        if (keep || (!label.empty() && label.back() != '_')) {
-            label += keep ? c : '_';
-        }
-    }
-    return label.substr(0, 60);
-}
-
 /** One camera opened on its device interface, as the other tests use it. */
 using qx::test::emulated_camera;
 
@@ -60,7 +48,6 @@ inline packet read_packet(qx_emu_device* device, unsigned int timeout_ms = 200) 
 
 /** A frame reassembled from its packets and decoded by the documented stream format. */
 struct decoded_frame {
-    std::vector<std::uint32_t> headers;
     std::vector<std::pair<std::uint32_t, std::uint32_t>> metadata;  // tag/value pairs, "VKO\0" first
     std::vector<std::uint8_t> payload;                              // every payload byte, padding included
     std::vector<std::uint16_t> pixels;
@@ -119,7 +106,6 @@ inline decoded_frame read_frame(qx_emu_device* device, int width, int height,
         if (next.status != QX_EMU_OK) {
             return frame;
         }
-        frame.headers.push_back(next.header());
         EXPECT_EQ(next.header(), i == 0 ? 0x00009090u : static_cast<std::uint32_t>(i) << 16)
             << "packet " << i;
         frame.payload.insert(frame.payload.end(), next.bytes.begin() + 4, next.bytes.end());

@@ -1,7 +1,5 @@
 // Injected faults: schedules, rates reproducible from the seed, and counters.
 
-#include <atomic>
-
 #include "emulator/emulator_test_support.h"
 
 namespace qx::emulator::testing {
@@ -98,10 +96,7 @@ TEST(fault_schedule_class, image_stall_holds_the_packet_until_cleared) {
     EXPECT_EQ(read_packet(camera.device).header(), first);
     EXPECT_EQ(read_packet(camera.device).status, QX_EMU_STALL);
     EXPECT_EQ(read_packet(camera.device).status, QX_EMU_STALL);
-    int stalled = 0;
-    ASSERT_EQ(qx_emu_device_get_endpoint_stalled(camera.device, QX_EMU_ENDPOINT_IMAGE_IN, &stalled),
-              QX_EMU_OK);
-    EXPECT_EQ(stalled, 1);
+    // The stalled packet is held, not lost.
     ASSERT_EQ(qx_emu_device_clear_stall(camera.device, QX_EMU_ENDPOINT_IMAGE_IN), QX_EMU_OK);
     EXPECT_EQ(read_packet(camera.device).header(), one);
     EXPECT_EQ(camera.counters().faults_by_kind[QX_EMU_FAULT_STALL_IMAGE], 1u);
@@ -177,30 +172,6 @@ TEST(fault_schedule_class, set_faults_replaces_and_clears_the_schedule) {
               "faults: key 'drop_packet.rate': expected a number 0..1, got a number 1.5");
     EXPECT_EQ(qx_emu_set_faults(camera.path.c_str(), "{"), QX_EMU_INVALID);
     EXPECT_EQ(qx_emu_set_faults("EMU:BUS_000:PORT_9:VID_2A7C&PID_6101", "{}"), QX_EMU_NO_DEVICE);
-}
-
-std::atomic<int> departures{0};
-
-void count_departures(int event_code, const char*, unsigned int, unsigned int, void*) {
-    departures += event_code == 2 ? 1 : 0;
-}
-
-TEST(fault_schedule_class, unplug_in_the_middle_of_a_frame) {
-    const emulated_camera camera(camera_with_faults(R"({"unplug":{"frames":[1],"packet":1}})"));
-    const int listener = qx_emu_add_hotplug_listener(count_departures, nullptr);
-    ASSERT_GT(listener, 0);
-    departures = 0;
-    ASSERT_EQ(camera.command("start"), "Success");
-    headers_of(camera, 4);
-    EXPECT_EQ(read_packet(camera.device).status, QX_EMU_NO_DEVICE);
-    EXPECT_EQ(departures.load(), 1);
-    EXPECT_EQ(qx_emu_get_camera_count(nullptr), 0);
-    EXPECT_EQ(camera.command("exp"), "<status -3>");
-    // The counters of an unplugged camera stay readable under its last path.
-    const auto counters = camera.counters();
-    EXPECT_EQ(counters.faults_by_kind[QX_EMU_FAULT_UNPLUG], 1u);
-    EXPECT_EQ(counters.frames_completed, 1u);
-    EXPECT_EQ(qx_emu_remove_hotplug_listener(listener), QX_EMU_OK);
 }
 
 // What a frame's first packet says of its record: the magic, the tag of the

@@ -29,74 +29,71 @@ std::uint32_t expected_value(const std::string& pattern, std::uint64_t x, std::u
     return flat_value;
 }
 
-struct pattern_case {
-    std::string pattern;
-    std::string packing;
-    int bit_depth;
-    std::string roi;  // empty: the whole sensor
-    int hbin;
-    int vbin;
-};
-
-void PrintTo(const pattern_case& c, std::ostream* out) {
-    *out << case_label(c.pattern + " " + c.packing + " " + std::to_string(c.bit_depth) + " roi " + c.roi +
-                       " bin " + std::to_string(c.hbin) + "x" + std::to_string(c.vbin));
-}
-
-class pattern_generator_class_test : public ::testing::TestWithParam<pattern_case> {};
-
-TEST_P(pattern_generator_class_test, every_pixel_follows_the_formula) {
-    const auto& c = GetParam();
-    // 128 x 48 pixels: unpacked frames span one packet boundary.
-    const emulated_camera camera(R"({"sensor_width":128,"sensor_height":48,"pacing":"fast","flat_value":77,)"
-                                 R"("frame_count_start":4294967293,"bit_depth":)" +
-                                 std::to_string(c.bit_depth) + R"(,"packing":")" + c.packing +
-                                 R"(","pattern":")" + c.pattern + "\"}");
-    if (!c.roi.empty()) {
-        ASSERT_EQ(camera.command("roi " + c.roi), "Success");
-    }
-    ASSERT_EQ(camera.command("hbin " + std::to_string(c.hbin)), "Success");
-    ASSERT_EQ(camera.command("vbin " + std::to_string(c.vbin)), "Success");
-    const int width = std::stoi(camera.command("image_width"));
-    const int height = std::stoi(camera.command("image_height"));
-    int left = 0;
-    int top = 0;
-    std::sscanf(camera.command("roi").c_str(), "%d %d", &left, &top);
-    ASSERT_EQ(camera.command("start"), "Success");
-    // Five frames cross the 32-bit wrap of the frame count and reuse cached rows.
-    for (int frame_number = 0; frame_number < 5; ++frame_number) {
-        const auto frame = read_frame(camera.device, width, height, c.packing);
-        const std::uint32_t f = frame.value_of(tag("FCNT"));
-        EXPECT_EQ(f, 4294967293u + static_cast<std::uint32_t>(frame_number));
-        EXPECT_EQ(frame.value_of(tag("IFMT")),
-                  (c.packing == "none" ? 0u : 1u) | static_cast<std::uint32_t>(c.bit_depth) << 8);
-        for (int j = 0; j < height; ++j) {
-            for (int i = 0; i < width; ++i) {
-                // A binned pixel is the top-left sensor pixel of its bin.
-                const std::uint32_t expected =
-                    expected_value(c.pattern, static_cast<std::uint64_t>(left + i * c.hbin),
-                                   static_cast<std::uint64_t>(top + j * c.vbin), f, c.bit_depth, 77);
-                ASSERT_EQ(frame.pixels[static_cast<std::size_t>(j * width + i)], expected)
-                    << "frame " << f << " pixel " << i << "," << j;
+TEST(pattern_generator_class, every_pixel_follows_the_formula) {
+    const struct {
+        std::string pattern;
+        std::string packing;
+        int bit_depth;
+        std::string roi;  // empty: the whole sensor
+        int hbin;
+        int vbin;
+    } cases[] = {{"gradient", "none", 12, "", 1, 1},
+                 {"gradient", "12", 12, "", 1, 1},
+                 {"gradient", "10", 10, "", 1, 1},
+                 {"gradient", "none", 16, "", 1, 1},
+                 {"gradient", "none", 8, "8 6 103 35", 2, 3},
+                 {"gradient", "12", 12, "16 2 79 41", 4, 2},
+                 {"gradient", "10", 10, "32 1 95 46", 2, 1},
+                 {"checker", "none", 12, "", 1, 1},
+                 {"checker", "12", 12, "", 2, 2},
+                 {"checker", "10", 10, "4 3 67 10", 1, 2},
+                 {"frame_count", "none", 8, "", 1, 1},
+                 {"frame_count", "10", 10, "", 1, 1},
+                 {"flat", "none", 12, "", 1, 1},
+                 {"flat", "12", 12, "", 4, 4},
+                 {"moving_bars", "none", 12, "", 1, 1},
+                 {"moving_bars", "12", 12, "40 0 103 47", 2, 2},
+                 {"moving_bars", "10", 10, "", 1, 1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.pattern + " packing " + c.packing + " bits " + std::to_string(c.bit_depth) + " roi " +
+                     c.roi + " bin " + std::to_string(c.hbin) + "x" + std::to_string(c.vbin));
+        // 128 x 48 pixels: unpacked frames span one packet boundary.
+        const emulated_camera camera(
+            R"({"sensor_width":128,"sensor_height":48,"pacing":"fast","flat_value":77,)"
+            R"("frame_count_start":4294967293,"bit_depth":)" +
+            std::to_string(c.bit_depth) + R"(,"packing":")" + c.packing + R"(","pattern":")" + c.pattern +
+            "\"}");
+        if (!c.roi.empty()) {
+            ASSERT_EQ(camera.command("roi " + c.roi), "Success");
+        }
+        ASSERT_EQ(camera.command("hbin " + std::to_string(c.hbin)), "Success");
+        ASSERT_EQ(camera.command("vbin " + std::to_string(c.vbin)), "Success");
+        const int width = std::stoi(camera.command("image_width"));
+        const int height = std::stoi(camera.command("image_height"));
+        int left = 0;
+        int top = 0;
+        std::sscanf(camera.command("roi").c_str(), "%d %d", &left, &top);
+        ASSERT_EQ(camera.command("start"), "Success");
+        // Five frames cross the 32-bit wrap of the frame count and reuse cached rows.
+        for (int frame_number = 0; frame_number < 5; ++frame_number) {
+            const auto frame = read_frame(camera.device, width, height, c.packing);
+            const std::uint32_t f = frame.value_of(tag("FCNT"));
+            EXPECT_EQ(f, 4294967293u + static_cast<std::uint32_t>(frame_number));
+            EXPECT_EQ(frame.value_of(tag("IFMT")),
+                      (c.packing == "none" ? 0u : 1u) | static_cast<std::uint32_t>(c.bit_depth) << 8);
+            for (int j = 0; j < height; ++j) {
+                for (int i = 0; i < width; ++i) {
+                    // A binned pixel is the top-left sensor pixel of its bin.
+                    const std::uint32_t expected =
+                        expected_value(c.pattern, static_cast<std::uint64_t>(left + i * c.hbin),
+                                       static_cast<std::uint64_t>(top + j * c.vbin), f, c.bit_depth, 77);
+                    ASSERT_EQ(frame.pixels[static_cast<std::size_t>(j * width + i)], expected)
+                        << "frame " << f << " pixel " << i << "," << j;
+                }
             }
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    patterns, pattern_generator_class_test,
-    ::testing::Values(
-        pattern_case{"gradient", "none", 12, "", 1, 1}, pattern_case{"gradient", "12", 12, "", 1, 1},
-        pattern_case{"gradient", "10", 10, "", 1, 1}, pattern_case{"gradient", "none", 16, "", 1, 1},
-        pattern_case{"gradient", "none", 8, "8 6 103 35", 2, 3},
-        pattern_case{"gradient", "12", 12, "16 2 79 41", 4, 2},
-        pattern_case{"gradient", "10", 10, "32 1 95 46", 2, 1}, pattern_case{"checker", "none", 12, "", 1, 1},
-        pattern_case{"checker", "12", 12, "", 2, 2}, pattern_case{"checker", "10", 10, "4 3 67 10", 1, 2},
-        pattern_case{"frame_count", "none", 8, "", 1, 1}, pattern_case{"frame_count", "10", 10, "", 1, 1},
-        pattern_case{"flat", "none", 12, "", 1, 1}, pattern_case{"flat", "12", 12, "", 4, 4},
-        pattern_case{"moving_bars", "none", 12, "", 1, 1},
-        pattern_case{"moving_bars", "12", 12, "40 0 103 47", 2, 2},
-        pattern_case{"moving_bars", "10", 10, "", 1, 1}));
 
 TEST(pattern_generator_class, packing_applies_only_at_its_bit_depth) {
     const emulated_camera camera(R"({"sensor_width":64,"sensor_height":8,"pacing":"fast","packing":"12"})");
