@@ -113,13 +113,9 @@ TEST_F(logger_front_test, a_library_without_the_entry_points_leaves_loggers_sile
 // directory, so that no logging library is beside it.
 struct isolated_logger_front {
     qx::test::loaded_library library{qx::test::library_path(QX_ISOLATED_KIT_DIR, "quendral_vko_camera_sdk")};
-    void* (*get_logger)(const char*, const char*) =
-        library.find_function<void* (*)(const char*, const char*)>("t_get_logger");
-    int (*free_logger)(const char*, const char*) =
-        library.find_function<int (*)(const char*, const char*)>("t_free_logger");
-    void (*log_error)(void*, const char*, int, const char*, const char*, ...) =
-        library.find_function<void (*)(void*, const char*, int, const char*, const char*, ...)>(
-            "t_log_error");
+    decltype(&t_get_logger) get_logger = library.find_function<decltype(&t_get_logger)>("t_get_logger");
+    decltype(&t_free_logger) free_logger = library.find_function<decltype(&t_free_logger)>("t_free_logger");
+    decltype(&t_log_error) log_error = library.find_function<decltype(&t_log_error)>("t_log_error");
 };
 
 TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {
