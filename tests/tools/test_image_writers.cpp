@@ -5,14 +5,12 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <tiffio.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "exit_codes.h"
 #include "frame_sink.h"
 
 namespace {
@@ -212,42 +210,6 @@ TEST(image_writers, every_format_reads_back_identical_pixels_and_its_metadata) {
             }
             std::remove(path.c_str());
         }
-    }
-}
-
-TEST(image_writers, refusals_come_before_any_file_is_written) {
-    const std::string directory = ::testing::TempDir();
-    const struct {
-        std::string file;
-        long long frames;
-        std::string message;
-    } refusals[] = {
-        {"burst.png", 2, "holds one frame; put {n} in the name"},
-        {"burst.png", 0, "holds one frame; put {n} in the name"},
-        {"frame.jpg", 1, "cannot tell the format of"},
-        {"no_extension", 1, "cannot tell the format of"},
-    };
-    for (const auto& entry : refusals) {
-        SCOPED_TRACE(entry.file);
-        const std::string path = directory + entry.file;
-        try {
-            frame_sink sink(path, {}, entry.frames);
-            ADD_FAILURE() << "accepted";
-        } catch (const tool_failure& failure) {
-            EXPECT_EQ(failure.code(), exit_usage);
-            EXPECT_NE(std::string(failure.what()).find(entry.message), std::string::npos) << failure.what();
-        }
-        EXPECT_NE(access(path.c_str(), F_OK), 0) << "a file was created";
-    }
-    // One file per frame from a pattern, numbered in stream order.
-    const capture_settings settings = settings_of(false);
-    frame_sink sink(directory + "frame_{n}.png", {}, 2);
-    for (const auto& frame : frames_of(settings, 2)) sink.add(frame);
-    sink.finish();
-    EXPECT_EQ(sink.files(), 2);
-    for (const char* name : {"frame_000000.png", "frame_000001.png"}) {
-        EXPECT_EQ(access((directory + name).c_str(), F_OK), 0) << name;
-        std::remove((directory + name).c_str());
     }
 }
 

@@ -29,7 +29,10 @@ def run(*arguments, emulate="1", cwd=None):
     (["set", "bit_depth=8"], "1", 2, "Parameter 'bit_depth' is read-only."),
     (["set", "exposure_us"], "1", 2, "expected NAME=VALUE"),
     (["stream", "--frames", "2", "--duration", "1"], "1", 2, "excludes"),
-    (["snap", "-o", "frame.jpg"], "1", 2, "cannot tell the format"),
+    (["snap", "-o", "frame.jpg"], "1", 2, "cannot tell the format of 'frame.jpg'"),
+    (["snap", "-o", "no_extension"], "1", 2, "cannot tell the format of 'no_extension'"),
+    (["stream", "--frames", "2", "-o", "burst.png"], "1", 2, "holds one frame; put {n} in the name"),
+    (["stream", "--duration", "1", "-o", "burst.png"], "1", 2, "holds one frame; put {n} in the name"),
     (["info", "--serial", "NO-SUCH-CAMERA"], "1", 3, "Serial number not found"),
     (["info"], "0", 3, "no camera found"),
     (["snap", "-o", "never.tif", "--timeout", "0.5"], "slow.json", 5, "no frame came"),
@@ -41,7 +44,7 @@ def test_failures_exit_with_their_documented_code(arguments, emulate, code, mess
     result = run(*arguments, emulate=emulate, cwd=tmp_path)
     assert result.returncode == code, result.stderr
     assert message in result.stderr
-    assert not os.path.exists(tmp_path / "never.tif")
+    assert os.listdir(tmp_path) == ["slow.json"], "a refused run wrote a file"
 
 
 def test_no_camera_at_all_is_listed_as_none():
@@ -93,6 +96,8 @@ def test_the_same_frame_reads_back_identically_from_tiff_and_fits(tmp_path):
 def test_bursts_keep_every_frame_in_order_and_msb_alignment_scales(tmp_path):
     run("stream", "--frames", "4", "-o", str(tmp_path / "burst.tif"), "--compression", "deflate", emulate=DEMO)
     run("stream", "--frames", "4", "-o", str(tmp_path / "cube.fits"), "--fits-cube", "--msb-align", emulate=DEMO)
+    run("stream", "--frames", "2", "-o", str(tmp_path / "frame_{n}.png"))
+    assert sorted(path.name for path in tmp_path.glob("frame_*")) == ["frame_000000.png", "frame_000001.png"]
     with tifffile.TiffFile(tmp_path / "burst.tif") as tiff:
         pages = [page.asarray() for page in tiff.pages]
         counts = [json.loads(page.description)["frame_count"] for page in tiff.pages]
