@@ -33,9 +33,6 @@ class logger_front_test : public testing::Test {
     qx::test::temporary_working_directory directory;
 };
 
-// Without a configuration, or with a library of the logging library's name
-// that lacks its entry points found first, loggers are handed out, take
-// every call and write nothing.
 TEST_F(logger_front_test, without_a_configuration_or_the_entry_points_loggers_are_silent_and_usable) {
     const struct {
         const char* condition;
