@@ -5,7 +5,6 @@ import os
 import pty
 import signal
 import subprocess
-import sys
 
 import numpy
 import pytest
