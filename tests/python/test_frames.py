@@ -37,12 +37,15 @@ def test_views_kept_past_their_frame_are_never_overwritten(kept_slots: int) -> N
                 kept.append((frame.counter, frame.array[2:, 8:]))  # a view of a view owns the slot too
             with pytest.raises(FrameReleasedError):
                 frame.array
-        copies = [f.copy() for f in camera.frames(count=8, timeout=5.0)]
+        # The frames that pass through the other slots meanwhile; a busy
+        # machine may make the camera skip some, so each copy is checked
+        # against its own counter.
+        copies = [(f.counter, f.copy()) for f in camera.frames(count=8, timeout=5.0)]
         for counter, view in kept:
             np.testing.assert_array_equal(view, gradient(counter, 12)[2:, 8:])
-        assert all(c.flags.writeable for c in copies)
-        last = kept[-1][0]
-        np.testing.assert_array_equal(copies[-1], gradient((last + 8) % 2**32, 12))
+        for counter, copy in copies:
+            assert copy.flags.writeable and counter != kept[-1][0]
+            np.testing.assert_array_equal(copy, gradient(counter, 12))
     # The camera and the kit are closed; the views still read their frames.
     for counter, view in kept:
         np.testing.assert_array_equal(view, gradient(counter, 12)[2:, 8:])
