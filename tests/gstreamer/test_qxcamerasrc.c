@@ -14,7 +14,7 @@
 #define WAIT (10 * GST_SECOND)
 
 static void
-emulate_tall_camera (gint rows, const gchar * extra_keys)
+emulate_camera (gint rows, const gchar * extra_keys)
 {
   gchar *config = g_strdup_printf ("{\"cameras\":[{\"serial\":\"" SERIAL "\",\"sensor_width\":64,"
       "\"sensor_height\":%d,\"frame_time_us\":20000,\"frame_count_start\":%" G_GUINT64_FORMAT "%s%s}]}",
@@ -22,12 +22,6 @@ emulate_tall_camera (gint rows, const gchar * extra_keys)
 
   fail_unless (qx_emu_reset (config) == QX_EMU_OK, "%s", qx_emu_get_last_error ());
   g_free (config);
-}
-
-static void
-emulate_camera (const gchar * extra_keys)
-{
-  emulate_tall_camera (8, extra_keys);
 }
 
 typedef struct {
@@ -72,19 +66,37 @@ pull (stream * s)
   return gst_app_sink_try_pull_sample (GST_APP_SINK (s->sink), WAIT);
 }
 
-/* The next bus message of @types (ERROR, EOS or an element message named
- * @name); fails after WAIT. */
-static GstMessage *
-next_message (stream * s, GstMessageType types, const gchar * name)
+/* Waits for the next bus message of @types, taking element messages only
+ * when named @name, and checks that it is of type @expected and, given
+ * @text, that its error text or its structure holds @text. */
+static void
+expect_message (stream * s, GstMessageType types, const gchar * name, GstMessageType expected,
+    const gchar * text)
 {
-  for (;;) {
-    GstMessage *message = gst_bus_timed_pop_filtered (s->bus, WAIT, types);
+  GstMessage *message;
+  GError *error = NULL;
+  gchar *said;
 
+  for (;;) {
+    message = gst_bus_timed_pop_filtered (s->bus, WAIT, types);
     fail_unless (message != NULL, "no %s message", name ? name : "bus");
-    if (name == NULL || gst_message_has_name (message, name))
-      return message;
+    if (name == NULL || GST_MESSAGE_TYPE (message) != GST_MESSAGE_ELEMENT || gst_message_has_name (message, name))
+      break;
     gst_message_unref (message);
   }
+  fail_unless_equals_int (GST_MESSAGE_TYPE (message), expected);
+  if (text != NULL) {
+    if (expected == GST_MESSAGE_ERROR) {
+      gst_message_parse_error (message, &error, NULL);
+      said = g_strdup (error->message);
+      g_error_free (error);
+    } else {
+      said = gst_structure_to_string (gst_message_get_structure (message));
+    }
+    fail_unless (strstr (said, text) != NULL, "%s", said);
+    g_free (said);
+  }
+  gst_message_unref (message);
 }
 
 static guint64
@@ -162,7 +174,7 @@ GST_START_TEST (delivers_counted_frames_with_their_pixels_and_metas)
   stream s;
   guint64 i;
 
-  emulate_camera (formats[__i__].camera);
+  emulate_camera (8, formats[__i__].camera);
   s = play ("camera-buffers=16");
   for (i = 0; i < 5; ++i) {
     GstSample *sample = pull (&s);
@@ -209,15 +221,12 @@ GST_END_TEST;
 /* A camera unplugged mid-stream: an error naming it, then EOS. */
 GST_START_TEST (an_unplug_gives_an_error_then_eos)
 {
-  GstMessage *message;
-  GError *error = NULL;
   GstSample *sample;
-  stream s;
-  gint frames = 0;
-
   gchar path[256];
+  gint frames = 0;
+  stream s;
 
-  emulate_camera ("");
+  emulate_camera (8, "");
   fail_unless_equals_int (qx_emu_get_camera_path ("qv", 0, path, sizeof path), QX_EMU_OK);
   s = play ("");
   while ((sample = pull (&s)) != NULL) {
@@ -226,15 +235,8 @@ GST_START_TEST (an_unplug_gives_an_error_then_eos)
     gst_sample_unref (sample);
   }
   fail_unless (frames >= 3);
-  message = next_message (&s, GST_MESSAGE_ERROR | GST_MESSAGE_EOS, NULL);
-  fail_unless_equals_int (GST_MESSAGE_TYPE (message), GST_MESSAGE_ERROR);
-  gst_message_parse_error (message, &error, NULL);
-  fail_unless (strstr (error->message, SERIAL) != NULL, "%s", error->message);
-  g_error_free (error);
-  gst_message_unref (message);
-  message = next_message (&s, GST_MESSAGE_ERROR | GST_MESSAGE_EOS, NULL);
-  fail_unless_equals_int (GST_MESSAGE_TYPE (message), GST_MESSAGE_EOS);
-  gst_message_unref (message);
+  expect_message (&s, GST_MESSAGE_ERROR | GST_MESSAGE_EOS, NULL, GST_MESSAGE_ERROR, SERIAL);
+  expect_message (&s, GST_MESSAGE_ERROR | GST_MESSAGE_EOS, NULL, GST_MESSAGE_EOS, NULL);
   stop (&s);
 }
 
@@ -257,42 +259,30 @@ GST_START_TEST (a_triggered_stream_times_out_by_its_policy)
 {
   gchar *properties = g_strdup_printf ("trigger-mode=%s timeout-ms=40 timeout-policy=%s",
       policies[__i__].mode, policies[__i__].policy);
-  gchar path[256];
-  GstMessageType watched = GST_MESSAGE_ERROR | GST_MESSAGE_EOS | GST_MESSAGE_ELEMENT;
-  GstMessage *message;
+  gboolean waits = policies[__i__].outcome == GST_MESSAGE_ELEMENT, triggered = FALSE;
   GstSample *sample;
-  gboolean triggered = FALSE;
-  stream s;
+  gchar path[256];
   gint timeouts;
+  stream s;
 
-  emulate_camera ("");
+  emulate_camera (8, "");
   s = play (properties);
-  for (timeouts = 0; timeouts < 3; ++timeouts) {
-    message = next_message (&s, watched, NULL);
-    while (GST_MESSAGE_TYPE (message) == GST_MESSAGE_ELEMENT && !gst_message_has_name (message,
-            "qxcamerasrc-timeout")) {
-      gst_message_unref (message);
-      message = next_message (&s, watched, NULL);
-    }
-    fail_unless_equals_int (GST_MESSAGE_TYPE (message), policies[__i__].outcome);
-    gst_message_unref (message);
-    if (policies[__i__].outcome != GST_MESSAGE_ELEMENT)
-      break;
+  for (timeouts = 0; timeouts < (waits ? 3 : 1); ++timeouts)
+    expect_message (&s, GST_MESSAGE_ERROR | GST_MESSAGE_EOS | GST_MESSAGE_ELEMENT, "qxcamerasrc-timeout",
+        policies[__i__].outcome, NULL);
+  if (!waits) {
+    fail_unless (gst_app_sink_try_pull_sample (GST_APP_SINK (s.sink), 0) == NULL);
+  } else if (g_str_equal (policies[__i__].mode, "software")) {
+    g_signal_emit_by_name (s.src, "software-trigger", &triggered);
+    fail_unless (triggered);
+  } else {
+    fail_unless_equals_int (qx_emu_get_camera_path ("qv", 0, path, sizeof path), QX_EMU_OK);
+    fail_unless_equals_int (qx_emu_pulse_hardware_trigger (path), QX_EMU_OK);
   }
-  if (policies[__i__].outcome == GST_MESSAGE_ELEMENT) {
-    if (g_str_equal (policies[__i__].mode, "software")) {
-      g_signal_emit_by_name (s.src, "software-trigger", &triggered);
-      fail_unless (triggered);
-    } else {
-      fail_unless_equals_int (qx_emu_get_camera_path ("qv", 0, path, sizeof path), QX_EMU_OK);
-      fail_unless_equals_int (qx_emu_pulse_hardware_trigger (path), QX_EMU_OK);
-    }
-    sample = pull (&s);
-    fail_unless (sample != NULL);
+  if (waits) {
+    fail_unless ((sample = pull (&s)) != NULL);
     fail_unless_equals_uint64 (GST_BUFFER_OFFSET (gst_sample_get_buffer (sample)), FIRST_COUNT);
     gst_sample_unref (sample);
-  } else {
-    fail_unless (gst_app_sink_try_pull_sample (GST_APP_SINK (s.sink), 0) == NULL);
   }
   stop (&s);
   g_free (properties);
@@ -307,7 +297,7 @@ GST_START_TEST (playing_to_null_and_back_repeatedly)
 {
   gint cycle;
 
-  emulate_camera ("\"pacing\":\"fast\"");
+  emulate_camera (8, "\"pacing\":\"fast\"");
   for (cycle = 0; cycle < 10; ++cycle) {
     stream s = play ("");
     GstSample *kept = pull (&s);
@@ -327,27 +317,23 @@ GST_END_TEST;
 GST_START_TEST (frames_beyond_what_downstream_holds_are_lost_not_overwritten)
 {
   GstSample *held[3], *next;
-  GstMessage *message;
   guint64 last_held;
   stream s;
   gint i;
 
-  emulate_camera ("\"pacing\":\"fast\"");
+  emulate_camera (8, "\"pacing\":\"fast\"");
   s = play ("camera-buffers=3");
   for (i = 0; i < 3; ++i)
     fail_unless ((held[i] = pull (&s)) != NULL);
-  message = next_message (&s, GST_MESSAGE_ELEMENT, "qxcamerasrc-frames-lost");
-  gst_message_unref (message);
-  message = next_message (&s, GST_MESSAGE_ELEMENT, "qxcamerasrc-frames-lost");
-  gst_message_unref (message);
+  for (i = 0; i < 2; ++i)
+    expect_message (&s, GST_MESSAGE_ELEMENT, "qxcamerasrc-frames-lost", GST_MESSAGE_ELEMENT, NULL);
   fail_unless (stat (&s, "frames-lost-no-free-slot") + stat (&s, "frames-dropped-downstream-busy") >= 2);
   last_held = GST_BUFFER_OFFSET (gst_sample_get_buffer (held[2]));
   for (i = 0; i < 3; ++i) {
     fail_unless_equals_int (gradient_mismatches (held[i], 12), 0);
     gst_sample_unref (held[i]);
   }
-  next = pull (&s);
-  fail_unless (next != NULL);
+  fail_unless ((next = pull (&s)) != NULL);
   fail_unless (GST_BUFFER_OFFSET (gst_sample_get_buffer (next)) > last_held + 1);
   fail_unless (GST_BUFFER_FLAG_IS_SET (gst_sample_get_buffer (next), GST_BUFFER_FLAG_DISCONT));
   gst_sample_unref (next);
@@ -362,13 +348,12 @@ GST_END_TEST;
 GST_START_TEST (a_damaged_frame_is_dropped_or_ends_the_stream)
 {
   gboolean drop = __i__ == 0;
-  GstMessage *message;
   GstSample *sample;
   GstBuffer *buffer;
   stream s;
   gint i;
 
-  emulate_tall_camera (512, "\"faults\":{\"drop_packet\":{\"frames\":[2],\"packet\":2}}");
+  emulate_camera (512, "\"faults\":{\"drop_packet\":{\"frames\":[2],\"packet\":2}}");
   s = play (drop ? "drop-incomplete=true camera-buffers=16" : "drop-incomplete=false camera-buffers=16");
   for (i = 0; i < 2; ++i) {
     fail_unless ((sample = pull (&s)) != NULL);
@@ -376,10 +361,8 @@ GST_START_TEST (a_damaged_frame_is_dropped_or_ends_the_stream)
     gst_sample_unref (sample);
   }
   if (drop) {
-    message = next_message (&s, GST_MESSAGE_ELEMENT, "qxcamerasrc-frames-lost");
-    fail_unless_equals_string (gst_structure_get_string (gst_message_get_structure (message), "reason"),
-        "incomplete");
-    gst_message_unref (message);
+    expect_message (&s, GST_MESSAGE_ELEMENT, "qxcamerasrc-frames-lost", GST_MESSAGE_ELEMENT,
+        "reason=(string)incomplete");
     fail_unless ((sample = pull (&s)) != NULL);
     buffer = gst_sample_get_buffer (sample);
     fail_unless_equals_uint64 (GST_BUFFER_OFFSET (buffer), FIRST_COUNT + 3);
@@ -388,8 +371,7 @@ GST_START_TEST (a_damaged_frame_is_dropped_or_ends_the_stream)
     gst_sample_unref (sample);
     fail_unless_equals_uint64 (stat (&s, "frames-lost-incomplete"), 1);
   } else {
-    message = next_message (&s, GST_MESSAGE_ERROR, NULL);
-    gst_message_unref (message);
+    expect_message (&s, GST_MESSAGE_ERROR, NULL, GST_MESSAGE_ERROR, NULL);
   }
   stop (&s);
 }
@@ -401,49 +383,27 @@ GST_END_TEST;
  * the running camera refuses is only a warning. */
 GST_START_TEST (settings_go_to_the_camera_by_name)
 {
-  static const struct {
-    const gchar *settings;
-    const gchar *refused;
-  } cases[] = {
-    {"settings,no_such_parameter=1", "no_such_parameter"},
-    {"settings,black_level=12,exposure_us=2000", NULL},
-  };
-  gint i;
+  GstStructure *live = gst_structure_from_string ("settings,exposure_us=3000,roi=\"0,0,32,4\"", NULL);
+  GstSample *sample;
+  stream s;
 
-  emulate_camera ("");
-  for (i = 0; i < (gint) G_N_ELEMENTS (cases); ++i) {
-    gchar *properties = g_strdup_printf ("settings=\"%s\"", cases[i].settings);
-    stream s = play (properties);
-    GstSample *sample = s.started ? pull (&s) : NULL;
+  emulate_camera (8, "");
+  s = play ("settings=\"settings,no_such_parameter=1\"");
+  fail_if (s.started);
+  expect_message (&s, GST_MESSAGE_ERROR, NULL, GST_MESSAGE_ERROR, "no_such_parameter");
+  s.started = TRUE;
+  stop (&s);
 
-    if (cases[i].refused == NULL) {
-      GstStructure *live = gst_structure_from_string ("settings,exposure_us=3000,roi=\"0,0,32,4\"", NULL);
-      GstMessage *message;
-
-      fail_unless (sample != NULL, "%s", cases[i].settings);
-      gst_sample_unref (sample);
-      /* A running camera refuses a new region: a warning, and frames go on. */
-      g_object_set (s.src, "settings", live, NULL);
-      gst_structure_free (live);
-      message = next_message (&s, GST_MESSAGE_WARNING | GST_MESSAGE_ERROR, NULL);
-      fail_unless_equals_int (GST_MESSAGE_TYPE (message), GST_MESSAGE_WARNING);
-      gst_message_unref (message);
-      fail_unless ((sample = pull (&s)) != NULL);
-      gst_sample_unref (sample);
-    } else {
-      GstMessage *message = next_message (&s, GST_MESSAGE_ERROR, NULL);
-      GError *error = NULL;
-
-      fail_if (s.started);
-      s.started = TRUE;
-      gst_message_parse_error (message, &error, NULL);
-      fail_unless (strstr (error->message, cases[i].refused) != NULL, "%s", error->message);
-      g_error_free (error);
-      gst_message_unref (message);
-    }
-    stop (&s);
-    g_free (properties);
-  }
+  s = play ("settings=\"settings,black_level=12,exposure_us=2000\"");
+  fail_unless ((sample = pull (&s)) != NULL);
+  gst_sample_unref (sample);
+  /* A running camera refuses a new region: a warning, and frames go on. */
+  g_object_set (s.src, "settings", live, NULL);
+  gst_structure_free (live);
+  expect_message (&s, GST_MESSAGE_WARNING | GST_MESSAGE_ERROR, NULL, GST_MESSAGE_WARNING, NULL);
+  fail_unless ((sample = pull (&s)) != NULL);
+  gst_sample_unref (sample);
+  stop (&s);
 }
 
 GST_END_TEST;
@@ -491,7 +451,7 @@ GST_START_TEST (the_device_provider_follows_hot_plug)
   gchar path[256];
   GList *devices;
 
-  emulate_camera ("");
+  emulate_camera (8, "");
   devices = gst_device_provider_get_devices (provider);
   fail_unless (devices != NULL && lists_serial (devices->data, SERIAL));
   g_list_free_full (devices, gst_object_unref);

@@ -33,17 +33,27 @@ class logger_front_test : public testing::Test {
     qx::test::temporary_working_directory directory;
 };
 
-TEST_F(logger_front_test, without_a_configuration_loggers_are_silent_and_usable) {
-    void* logger = t_get_logger(module_name, group_name);
-    ASSERT_NE(logger, nullptr);
-    t_log_error(logger, __FILE__, __LINE__, __func__, "error %d", 1);
-    t_log_information(logger, __FILE__, __LINE__, __func__, "information %s", "text");
-    t_log_trace(logger, __FILE__, __LINE__, __func__, "trace");
-    enable_logging();  // too late: the logger was built without it
-    t_log_error(logger, __FILE__, __LINE__, __func__, "still silent");
-    EXPECT_FALSE(directory.has_file("out.log"));
-    EXPECT_EQ(t_free_logger(module_name, group_name), 1);
-    EXPECT_EQ(t_free_logger(module_name, group_name), 0);
+TEST_F(logger_front_test, without_a_configuration_or_the_entry_points_loggers_are_silent_and_usable) {
+    const struct {
+        const char* condition;
+        const char* module_path;
+    } rows[] = {{"no configuration", nullptr}, {"no entry points", QX_LOGGER_FIXTURE_DIR}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.condition);
+        if (row.module_path != nullptr)
+            enable_logging();
+        qx::test::set_environment("QX_CAMERA_MODULE_PATH", row.module_path);
+        void* logger = t_get_logger(module_name, group_name);
+        ASSERT_NE(logger, nullptr);
+        t_log_error(logger, __FILE__, __LINE__, __func__, "error %d", 1);
+        t_log_information(logger, __FILE__, __LINE__, __func__, "information %s", "text");
+        t_log_trace(logger, __FILE__, __LINE__, __func__, "trace");
+        enable_logging();  // too late for a logger built without it
+        t_log_error(logger, __FILE__, __LINE__, __func__, "still silent");
+        EXPECT_FALSE(directory.has_file("out.log"));
+        EXPECT_EQ(t_free_logger(module_name, group_name), 1);
+        EXPECT_EQ(t_free_logger(module_name, group_name), 0);
+    }
 }
 
 TEST_F(logger_front_test, loggers_are_kept_by_name_addresses_and_equal_texts_share_the_log) {
@@ -99,27 +109,13 @@ TEST_F(logger_front_test, a_message_longer_than_any_fixed_buffer_arrives_whole) 
     EXPECT_EQ(lines[0].substr(lines[0].size() - expected_end.size()), expected_end);
 }
 
-TEST_F(logger_front_test, a_library_without_the_entry_points_leaves_loggers_silent) {
-    enable_logging();
-    qx::test::set_environment("QX_CAMERA_MODULE_PATH", QX_LOGGER_FIXTURE_DIR);
-    void* logger = t_get_logger(module_name, group_name);
-    ASSERT_NE(logger, nullptr);
-    t_log_error(logger, "a.cpp", 1, "f", "not written");
-    EXPECT_FALSE(directory.has_file("out.log")) << "the real logging library was used";
-    EXPECT_EQ(t_free_logger(module_name, group_name), 1);
-}
-
 // The kit's exports as seen through a copy of the kit library alone in its
 // directory, so that no logging library is beside it.
 struct isolated_logger_front {
     qx::test::loaded_library library{qx::test::library_path(QX_ISOLATED_KIT_DIR, "quendral_vko_camera_sdk")};
-    void* (*get_logger)(const char*, const char*) =
-        library.find_function<void* (*)(const char*, const char*)>("t_get_logger");
-    int (*free_logger)(const char*, const char*) =
-        library.find_function<int (*)(const char*, const char*)>("t_free_logger");
-    void (*log_error)(void*, const char*, int, const char*, const char*, ...) =
-        library.find_function<void (*)(void*, const char*, int, const char*, const char*, ...)>(
-            "t_log_error");
+    decltype(&t_get_logger) get_logger = library.find_function<decltype(&t_get_logger)>("t_get_logger");
+    decltype(&t_free_logger) free_logger = library.find_function<decltype(&t_free_logger)>("t_free_logger");
+    decltype(&t_log_error) log_error = library.find_function<decltype(&t_log_error)>("t_log_error");
 };
 
 TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {

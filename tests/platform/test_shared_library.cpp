@@ -16,9 +16,6 @@ TEST(shared_library, maps_windows_file_names_to_the_platforms_own) {
         const char* posix_name;
     } cases[] = {
         {"quendral_vko_camera_sdk.dll", "libquendral_vko_camera_sdk.so"},
-        {"quendral_vko_usb_hotplug_monitor.dll", "libquendral_vko_usb_hotplug_monitor.so"},
-        {"quendral_vko_ralto_camera_device.dll", "libquendral_vko_ralto_camera_device.so"},
-        {"quendral_vko_logger.dll", "libquendral_vko_logger.so"},
         // Only a final ".dll" is mapped.
         {"libalready.so", "libalready.so"},
         {".dll", ".dll"},

@@ -14,23 +14,18 @@ from quendral_vko import emulator
 WIDTH, HEIGHT = 64, 8
 
 
-def camera_config(**overrides: Any) -> dict[str, Any]:
-    config = {"serial": "PY-0001", "sensor_width": WIDTH, "sensor_height": HEIGHT, "pacing": "fast"}
-    config.update(overrides)
-    return config
-
-
-def gradient(counter: int, bits: int, width: int = WIDTH, height: int = HEIGHT) -> np.ndarray:
+def gradient(counter: int, bits: int) -> np.ndarray:
     """The emulator's gradient pattern: (x + 3y + 7f) mod 2^bits."""
-    y, x = np.mgrid[0:height, 0:width].astype(np.uint64)
+    y, x = np.mgrid[0:HEIGHT, 0:WIDTH].astype(np.uint64)
     return ((x + 3 * y + 7 * counter) % (1 << bits)).astype(np.uint16)
 
 
 @contextlib.contextmanager
 def open_camera(**overrides: Any) -> Iterator[tuple[quendral_vko.Kit, quendral_vko.Camera]]:
-    emulator.configure({"cameras": [camera_config(**overrides)]})
+    emulator.configure({"cameras": [{"serial": "PY-0001", "sensor_width": WIDTH, "sensor_height": HEIGHT,
+                                     "pacing": "fast", **overrides}]})
     try:
-        with quendral_vko.Kit() as kit, kit.open(overrides.get("serial", "PY-0001")) as cam:
+        with quendral_vko.Kit() as kit, kit.open("PY-0001") as cam:
             yield kit, cam
     finally:
         emulator.configure(0)

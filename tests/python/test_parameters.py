@@ -12,10 +12,6 @@ from quendral_vko import CATALOGUE, QxError
 PYTHON_TYPES = {"int": int, "float": float, "bool": bool, "str": str, "tuple[int, ...]": tuple}
 
 
-def ranged_writable() -> list[str]:
-    return [name for name, p in CATALOGUE.items() if p.readable and p.writable and p.has_range]
-
-
 def test_every_catalogue_row_is_a_documented_property_and_in_the_stub() -> None:
     stub = (Path(quendral_vko.__file__).parent / "__init__.pyi").read_text()
     for name, parameter in CATALOGUE.items():
@@ -36,7 +32,7 @@ def test_readable_parameters_read_as_their_type(camera) -> None:
             assert isinstance(value, PYTHON_TYPES[parameter.python_type]), name
 
 
-@pytest.mark.parametrize("name", ranged_writable())
+@pytest.mark.parametrize("name", [name for name, p in CATALOGUE.items() if p.readable and p.writable and p.has_range])
 def test_ranged_parameters_take_their_limits_and_stay_within(camera, name: str) -> None:
     try:
         minimum, maximum = camera.ranges[name]

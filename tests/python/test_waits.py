@@ -5,27 +5,11 @@ from __future__ import annotations
 import os
 import signal
 import threading
+from unittest import mock
 
 import pytest
 
 from quendral_vko import DeviceLostError, QxTimeoutError, emulator
-
-
-class RecordingSession:
-    """Stands in front of a camera session and records every frame wait."""
-
-    def __init__(self, session) -> None:
-        self._session = session
-        self.waits_ms: list[int] = []
-        self.waiting = threading.Event()
-
-    def acquire(self, timeout_ms: int):
-        self.waits_ms.append(timeout_ms)
-        self.waiting.set()
-        return self._session.acquire(timeout_ms)
-
-    def __getattr__(self, name: str):
-        return getattr(self._session, name)
 
 
 @pytest.mark.parametrize("call", ["grab", "frames"])
@@ -37,12 +21,19 @@ def test_no_frame_in_time_raises_a_timeout(camera, call: str) -> None:
 
 
 def test_ctrl_c_interrupts_a_blocking_grab(camera, monkeypatch) -> None:
-    recorder = RecordingSession(camera._session)
+    session, waiting = camera._session, threading.Event()
+
+    def acquire(timeout_ms: int):
+        waiting.set()
+        return session.acquire(timeout_ms)
+
+    # Stands in front of the session and records every frame wait.
+    recorder = mock.Mock(wraps=session, acquire=mock.Mock(side_effect=acquire))
     monkeypatch.setattr(camera, "_session", recorder)
     camera.arm(buffers=2)
 
     def interrupt() -> None:
-        recorder.waiting.wait()
+        waiting.wait()
         os.kill(os.getpid(), signal.SIGINT)
 
     sender = threading.Thread(target=interrupt)
@@ -54,7 +45,8 @@ def test_ctrl_c_interrupts_a_blocking_grab(camera, monkeypatch) -> None:
         sender.join()
     # Every wait handed to the library was a short slice, so the signal's
     # handler ran within one slice, not at the end of the time-out.
-    assert recorder.waits_ms and max(recorder.waits_ms) <= 100
+    waits_ms = [call.args[0] for call in recorder.acquire.call_args_list]
+    assert waits_ms and max(waits_ms) <= 100
 
 
 # A short time-out finds the loss when it ends; a long one by the check made

@@ -5,7 +5,6 @@ import os
 import pty
 import signal
 import subprocess
-import sys
 
 import numpy
 import pytest
@@ -16,39 +15,40 @@ TOOL = os.environ["QX_CAMERA_TOOL"]
 DEMO = os.environ["QX_DEMO_CAMERAS"]
 
 
-def run(*arguments, emulate="1"):
+def run(*arguments, emulate="1", cwd=None):
     environment = dict(os.environ)
     environment.pop("QX_EMULATED_CAMERAS", None)
     command = [TOOL, *arguments] + (["--emulate", emulate] if emulate else [])
-    return subprocess.run(command, capture_output=True, text=True, timeout=120, env=environment)
+    return subprocess.run(command, capture_output=True, text=True, timeout=120, env=environment, cwd=cwd)
 
 
-@pytest.mark.parametrize("arguments, code, message", [
-    (["get", "no_such"], 2, "unknown parameter 'no_such'"),
-    (["set", "exposure_us=soon"], 2, "Value 'soon' of exposure_us is not an integer."),
-    (["set", "bit_depth=8"], 2, "Parameter 'bit_depth' is read-only."),
-    (["set", "exposure_us"], 2, "expected NAME=VALUE"),
-    (["stream", "--frames", "2", "--duration", "1"], 2, "excludes"),
-    (["snap", "-o", "frame.jpg"], 2, "cannot tell the format"),
-    (["info", "--serial", "NO-SUCH-CAMERA"], 3, "Serial number not found"),
-    (["snap", "-o", "never.tif", "--timeout", "0.5", "--emulate", "slow.json"], 5, "no frame came"),
+@pytest.mark.parametrize("arguments, emulate, code, message", [
+    (["get", "no_such"], "1", 2, "unknown parameter 'no_such'"),
+    (["set", "exposure_us=soon"], "1", 2, "Value 'soon' of exposure_us is not an integer."),
+    (["set", "bit_depth=8"], "1", 2, "Parameter 'bit_depth' is read-only."),
+    (["set", "exposure_us"], "1", 2, "expected NAME=VALUE"),
+    (["stream", "--frames", "2", "--duration", "1"], "1", 2, "excludes"),
+    (["snap", "-o", "frame.jpg"], "1", 2, "cannot tell the format of 'frame.jpg'"),
+    (["snap", "-o", "no_extension"], "1", 2, "cannot tell the format of 'no_extension'"),
+    (["stream", "--frames", "2", "-o", "burst.png"], "1", 2, "holds one frame; put {n} in the name"),
+    (["stream", "--duration", "1", "-o", "burst.png"], "1", 2, "holds one frame; put {n} in the name"),
+    (["info", "--serial", "NO-SUCH-CAMERA"], "1", 3, "Serial number not found"),
+    (["info"], "0", 3, "no camera found"),
+    (["snap", "-o", "never.tif", "--timeout", "0.5"], "slow.json", 5, "no frame came"),
 ])
-def test_failures_exit_with_their_documented_code(arguments, code, message, tmp_path):
+def test_failures_exit_with_their_documented_code(arguments, emulate, code, message, tmp_path):
     # A camera whose first frame is held back, so that a short wait runs out.
     (tmp_path / "slow.json").write_text(json.dumps(
         {"cameras": [{"frame_time_us": 10000000, "faults": {"delay_packet": {"frames": [0], "ms": 5000}}}]}))
-    if "--emulate" not in arguments:
-        arguments = arguments + ["--emulate", "1"]
-    result = subprocess.run([TOOL, *arguments], capture_output=True, text=True, timeout=60, cwd=tmp_path)
+    result = run(*arguments, emulate=emulate, cwd=tmp_path)
     assert result.returncode == code, result.stderr
     assert message in result.stderr
-    assert not os.path.exists(tmp_path / "never.tif")
+    assert os.listdir(tmp_path) == ["slow.json"], "a refused run wrote a file"
 
 
-def test_no_camera_at_all_is_camera_not_found():
+def test_no_camera_at_all_is_listed_as_none():
     result = run("list", emulate="0")
     assert result.returncode == 0 and "No camera found." in result.stdout
-    assert run("info", emulate="0").returncode == 3
 
 
 def test_lost_frames_beyond_the_limit_fail_after_the_summary(tmp_path):
@@ -74,9 +74,9 @@ def test_set_reports_what_the_camera_took_and_params_lists_every_row():
     assert rows[names.index("bit_depth")]["access"] == "ro"
 
 
-def test_the_same_frame_reads_back_identically_from_tiff_fits_and_png(tmp_path):
+def test_the_same_frame_reads_back_identically_from_tiff_and_fits(tmp_path):
     # Every run starts the emulated camera afresh, so each snap is the same frame.
-    for name in ("frame.tif", "frame.fits", "frame.png"):
+    for name in ("frame.tif", "frame.fits"):
         result = run("snap", "-o", str(tmp_path / name), emulate=DEMO)
         assert result.returncode == 0, result.stderr
     tiff = tifffile.TiffFile(tmp_path / "frame.tif")
@@ -90,14 +90,13 @@ def test_the_same_frame_reads_back_identically_from_tiff_fits_and_png(tmp_path):
         assert numpy.array_equal(hdus[0].data, pixels)
         assert header["FRAMECNT"] == metadata["frame_count"] and header["SERIALNO"] == "QV-DEMO-0001"
         assert header["EXPTIME"] == pytest.approx(metadata["exposure_us"] / 1e6)
-    png = (tmp_path / "frame.png").read_bytes()
-    assert png[24] == 16 and png[25] == 0  # 16-bit grey
-    assert b"sBIT\x0c" in png and b"tEXtserial_number\x00QV-DEMO-0001" in png
 
 
 def test_bursts_keep_every_frame_in_order_and_msb_alignment_scales(tmp_path):
     run("stream", "--frames", "4", "-o", str(tmp_path / "burst.tif"), "--compression", "deflate", emulate=DEMO)
     run("stream", "--frames", "4", "-o", str(tmp_path / "cube.fits"), "--fits-cube", "--msb-align", emulate=DEMO)
+    run("stream", "--frames", "2", "-o", str(tmp_path / "frame_{n}.png"))
+    assert sorted(path.name for path in tmp_path.glob("frame_*")) == ["frame_000000.png", "frame_000001.png"]
     with tifffile.TiffFile(tmp_path / "burst.tif") as tiff:
         pages = [page.asarray() for page in tiff.pages]
         counts = [json.loads(page.description)["frame_count"] for page in tiff.pages]
@@ -109,15 +108,13 @@ def test_bursts_keep_every_frame_in_order_and_msb_alignment_scales(tmp_path):
 
 
 def read_until_closed(descriptor):
-    output = b""
-    while True:
-        try:
-            chunk = os.read(descriptor, 4096)
-        except OSError:
-            return output
-        if not chunk:
-            return output
-        output += chunk
+    chunks = []
+    try:
+        while chunk := os.read(descriptor, 4096):
+            chunks.append(chunk)
+    except OSError:  # the terminal's other side has closed
+        pass
+    return b"".join(chunks)
 
 
 def test_stream_shows_a_live_line_on_a_terminal_and_none_on_a_pipe():
@@ -171,15 +168,17 @@ def test_completion_offers_subcommands_parameters_and_assignments():
     assert "--frames" in complete("stream", "--fr")
 
 
+def write_files(root, files):
+    for name, text in files.items():
+        (root / name).parent.mkdir(parents=True, exist_ok=True)
+        (root / name).write_text(text)
+
+
 def test_doctor_says_what_to_do_for_each_problem(tmp_path):
-    root = tmp_path
-    (root / "sys/module/usbcore/parameters").mkdir(parents=True)
-    (root / "sys/module/usbcore/parameters/usbfs_memory_mb").write_text("16\n")
-    device = root / "sys/bus/usb/devices/2-1"
-    device.mkdir(parents=True)
-    for name, value in {"idVendor": "2a7c", "busnum": "2", "devnum": "7", "speed": "480"}.items():
-        (device / name).write_text(value + "\n")
-    result = run("doctor", "--system-root", str(root), "--json")
+    usbfs, device = "sys/module/usbcore/parameters/usbfs_memory_mb", "sys/bus/usb/devices/2-1/"
+    write_files(tmp_path, {usbfs: "16\n", device + "idVendor": "2a7c\n", device + "busnum": "2\n",
+                           device + "devnum": "7\n", device + "speed": "480\n"})
+    result = run("doctor", "--system-root", str(tmp_path), "--json")
     findings = {finding["check"]: finding for finding in json.loads(result.stdout)}
     assert result.returncode == 1
     assert findings["usbfs_memory_mb"]["status"] == "problem" and "usbfs_memory_mb" in findings["usbfs_memory_mb"]["advice"]
@@ -190,13 +189,9 @@ def test_doctor_says_what_to_do_for_each_problem(tmp_path):
     for finding in findings.values():
         assert finding["status"] == "ok" or finding["advice"]
 
-    (root / "sys/module/usbcore/parameters/usbfs_memory_mb").write_text("1000\n")
-    (root / "etc/udev/rules.d").mkdir(parents=True)
-    (root / "etc/udev/rules.d/60-cameras.rules").write_text('ATTRS{idVendor}=="2A7C", MODE="0666"\n')
-    (root / "dev/bus/usb/002").mkdir(parents=True)
-    (root / "dev/bus/usb/002/007").write_text("")
-    (device / "speed").write_text("5000\n")
-    result = run("doctor", "--system-root", str(root))
+    write_files(tmp_path, {usbfs: "1000\n", device + "speed": "5000\n", "dev/bus/usb/002/007": "",
+                           "etc/udev/rules.d/60-cameras.rules": 'ATTRS{idVendor}=="2A7C", MODE="0666"\n'})
+    result = run("doctor", "--system-root", str(tmp_path))
     assert result.returncode == 0, result.stdout
     assert "what to do" not in result.stdout
 
