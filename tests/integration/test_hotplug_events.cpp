@@ -94,20 +94,26 @@ TEST_F(hotplug_events, a_camera_moved_to_another_port_gives_both_events_in_order
     EXPECT_EQ(recorder.take_events(), expected);
 }
 
+// Counts the frames delivered, and names the thread that delivered them.
 struct frame_counter {
     std::mutex mutex;
     std::condition_variable arrived;
-    int frames = 0;  // guarded by mutex
+    int frames = 0;      // guarded by mutex
+    std::string thread;  // guarded by mutex
 
     static void on_frame(void*, unsigned short*, int, unsigned char*, int, void* context) {
         auto* self = static_cast<frame_counter*>(context);
+        const std::string name = qx::test::name_of_this_thread();
         std::lock_guard<std::mutex> lock(self->mutex);
         ++self->frames;
+        self->thread = name;
         self->arrived.notify_all();
     }
 };
 
-TEST_F(hotplug_events, a_camera_unplugged_while_its_frame_loop_runs_closes_without_a_hang) {
+// The worker threads carry their names where a debugger or `top -H` looks
+// for them.
+TEST_F(hotplug_events, a_camera_unplugged_while_its_named_frame_loop_runs_closes_without_a_hang) {
     ASSERT_EQ(recorder.register_callbacks(), 0);
     const std::string path = plug("qv", "QV-L");
     ASSERT_TRUE(recorder.wait_for(1));
@@ -122,7 +128,9 @@ TEST_F(hotplug_events, a_camera_unplugged_while_its_frame_loop_runs_closes_witho
         std::unique_lock<std::mutex> lock(counter.mutex);
         ASSERT_TRUE(
             counter.arrived.wait_for(lock, std::chrono::seconds(20), [&] { return counter.frames > 0; }));
+        EXPECT_EQ(counter.thread, qx::test::name_as_the_system_keeps_it("ACQUISITION FRAME LOOP"));
     }
+    EXPECT_EQ(count_threads_named("ACQUISITION PACKET LOOP"), 1u);
     ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), QX_EMU_OK);
     ASSERT_TRUE(recorder.wait_for(2));
     EXPECT_EQ(recorder.take_events().back(), "disconnect QV-L");
