@@ -23,12 +23,12 @@ const replies table_0_to_3 = {
 const std::vector<std::string> range_queries = {"get gain.min", "get gain.max"};
 
 TEST_F(gain, index_get_set_and_range) {
-    run_reply_cases("gain",
-                    {
-                        {reading(qx_camera_get_gain), "gain", "g", fails_with("invalid stoi argument")},
-                        {reading_pair(qx_camera_get_gain_range), "gain.min", "Invalid command",
-                         fails_with(not_supported)},
-                    });
+    run_reply_cases(
+        "gain",
+        {
+            {reading(qx_camera_get_gain), "gain", "g", fails_with("invalid stoi argument")},
+            {reading(qx_camera_get_gain_range), "gain.min", "Invalid command", fails_with(not_supported)},
+        });
     run_send_cases("gain", {
                                {writing(qx_camera_set_gain, 0), "gain 0", yields("")},
                            });

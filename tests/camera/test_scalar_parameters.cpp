@@ -114,7 +114,7 @@ TEST_F(scalar_parameters, missing_features_fail_before_anything_is_sent) {
                            {writing(qx_camera_set_is_frame_rate_control_enabled, 1), "", no_sfr},
                            {reading(qx_camera_get_frame_rate_control_value), "", no_sfr},
                            {writing(qx_camera_set_frame_rate_control_value, 0.0), "", no_sfr},
-                           {reading_pair(qx_camera_get_frame_rate_control_value_range), "", no_sfr},
+                           {reading(qx_camera_get_frame_rate_control_value_range), "", no_sfr},
                        });
     // Features are whole words of the "discover" reply.
     run_send_cases("blklvl.min sfr2 statustec_x", {{reading(qx_camera_get_black_level), "", no_black_level}});
@@ -145,18 +145,15 @@ TEST_F(scalar_parameters, ranges_ask_min_then_max) {
         std::string maximum;
         expected_outcome expected;
     } ranges[] = {
-        {reading_pair(qx_camera_get_exposure_time_range), "exp", "10", "10000000000",
-         yields("10 10000000000")},
-        {reading_pair(qx_camera_get_exposure_time_range), "exp", "10", "x",
-         fails_with("invalid stoll argument")},
-        {reading_pair(qx_camera_get_frames_per_trigger_range), "nframes", "0", "-1", yields("0 -1")},
-        {reading_pair(qx_camera_get_frames_per_trigger_range), "nframes", "0", "4294967296",
+        {reading(qx_camera_get_exposure_time_range), "exp", "10", "10000000000", yields("10 10000000000")},
+        {reading(qx_camera_get_exposure_time_range), "exp", "10", "x", fails_with("invalid stoll argument")},
+        {reading(qx_camera_get_frames_per_trigger_range), "nframes", "0", "-1", yields("0 -1")},
+        {reading(qx_camera_get_frames_per_trigger_range), "nframes", "0", "4294967296",
          fails_with("stoul argument out of range")},
-        {reading_pair(qx_camera_get_frame_rate_control_value_range), "sfr", "1000", "120500",
-         yields("1 120.5")},
-        {reading_pair(qx_camera_get_binx_range), "hbin", "1", "4", yields("1 4")},
-        {reading_pair(qx_camera_get_biny_range), "vbin", "1", "8", yields("1 8")},
-        {reading_pair(qx_camera_get_gain_range), "gain", "0", "480", yields("0 480")},
+        {reading(qx_camera_get_frame_rate_control_value_range), "sfr", "1000", "120500", yields("1 120.5")},
+        {reading(qx_camera_get_binx_range), "hbin", "1", "4", yields("1 4")},
+        {reading(qx_camera_get_biny_range), "vbin", "1", "8", yields("1 8")},
+        {reading(qx_camera_get_gain_range), "gain", "0", "480", yields("0 480")},
     };
     for (const auto& range : ranges) {
         run_case({range.word + " range",
@@ -169,7 +166,7 @@ TEST_F(scalar_parameters, ranges_ask_min_then_max) {
     run_case({"an unknown minimum stops there",
               "",
               {{"exp.min", "Invalid command"}},
-              reading_pair(qx_camera_get_exposure_time_range),
+              reading(qx_camera_get_exposure_time_range),
               {"get exp.min"},
               fails_with(not_supported)});
 }
