@@ -10,47 +10,38 @@
 #include <string>
 #include <vector>
 
-#include "quendral_vko_camera_emulator.h"
-#include "quendral_vko_camera_sdk.h"
 #include "support/hotplug_recorder.h"
+#include "support/sdk_camera_fixture.h"
 
 namespace {
 
 using qx::test::count_threads_named;
 using qx::test::hotplug_recorder;
 
-std::string camera_json(const std::string& family, const std::string& serial) {
-    return R"({"family":")" + family + R"(","id":"ID-)" + serial + R"(","serial":")" + serial +
-           R"(","sensor_width":64,"sensor_height":8,"pacing":"fast"})";
-}
-
-class hotplug_events : public ::testing::Test {
+class hotplug_events : public qx::test::sdk_camera_fixture {
   protected:
     void SetUp() override {
-        ASSERT_EQ(qx_emu_reset("0"), QX_EMU_OK) << qx_emu_get_last_error();
+        qx::test::configure_emulator("0");
         ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
+        sdk_open = true;
     }
     void TearDown() override {
-        if (camera != nullptr) {
-            EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
-        }
-        EXPECT_EQ(qx_camera_close_sdk(), 0) << qx_camera_get_last_error();
+        sdk_camera_fixture::TearDown();
         qx_camera_set_camera_connect_callback(nullptr, nullptr);
         qx_camera_set_camera_disconnect_callback(nullptr, nullptr);
-        qx_emu_reset("0");
     }
 
     std::string plug(const std::string& family, const std::string& serial) {
         char path[256] = {};
-        EXPECT_EQ(qx_emu_plug_camera(camera_json(family, serial).c_str(), path, sizeof path), QX_EMU_OK)
-            << qx_emu_get_last_error();
+        const std::string json =
+            qx::test::small_camera_json("ID-" + serial, serial, R"("family":")" + family + '"');
+        EXPECT_EQ(qx_emu_plug_camera(json.c_str(), path, sizeof path), QX_EMU_OK) << qx_emu_get_last_error();
         return path;
     }
 
     int open_camera(std::string serial) { return qx_camera_open_camera(serial.data(), &camera); }
 
     hotplug_recorder recorder;
-    void* camera = nullptr;
 };
 
 TEST_F(hotplug_events, each_family_reports_arrival_and_removal_on_its_own_listener) {
