@@ -137,13 +137,11 @@ inline std::string context_of(const std::string& command) {
     return context_of(command, command.size() + 1, 0, 1024);
 }
 
-// The text with every "{handle}" replaced by the camera's address in decimal.
+// The text with its "{handle}" replaced by the camera's address in decimal.
 inline std::string with_handle(std::string text, void* camera) {
     const std::string marker = "{handle}";
-    const std::string address = std::to_string(reinterpret_cast<std::uintptr_t>(camera));
-    for (auto at = text.find(marker); at != std::string::npos; at = text.find(marker, at + address.size())) {
-        text.replace(at, marker.size(), address);
-    }
+    if (const auto at = text.find(marker); at != std::string::npos)
+        text.replace(at, marker.size(), std::to_string(reinterpret_cast<std::uintptr_t>(camera)));
     return text;
 }
 
@@ -214,10 +212,6 @@ class parameter_fixture : public kit_fixture {
             for (std::string value; values >> value;) EXPECT_EQ(value, "untouched");
         }
         close_camera(camera);
-    }
-
-    void run_cases(const std::vector<parameter_case>& cases) {
-        for (const auto& entry : cases) run_case(entry);
     }
 
     // The cases' commands are gets, or sets when `direction` is "set".
