@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -13,18 +12,6 @@
 namespace {
 
 using namespace qx::camera;
-
-// A conversion's result as text, or its failure as "invalid: <text>" or
-// "range: <text>".
-std::string outcome(const std::function<std::string()>& convert) {
-    try {
-        return convert();
-    } catch (const std::out_of_range& failure) {
-        return std::string("range: ") + failure.what();
-    } catch (const std::invalid_argument& failure) {
-        return std::string("invalid: ") + failure.what();
-    }
-}
 
 template <class Value>
 std::string as_text(Value value) {
@@ -39,8 +26,10 @@ struct conversion_case {
     const char* expected;
 };
 
+// A conversion's result as text, or its failure as "invalid: <text>" or
+// "range: <text>".
 std::string convert(const std::string& conversion, const std::string& reply) {
-    return outcome([&] {
+    try {
         if (conversion == "stoi")
             return as_text(to_int(reply));
         if (conversion == "stoll")
@@ -52,7 +41,11 @@ std::string convert(const std::string& conversion, const std::string& reply) {
         if (conversion == "stod")
             return as_text(to_double(reply));
         return as_text(to_int_or_zero(reply));
-    });
+    } catch (const std::out_of_range& failure) {
+        return std::string("range: ") + failure.what();
+    } catch (const std::invalid_argument& failure) {
+        return std::string("invalid: ") + failure.what();
+    }
 }
 
 TEST(number_conversion, each_conversion_reads_stops_and_fails_with_its_own_text) {

@@ -64,7 +64,6 @@ TEST_F(scalar_parameters, switches_read_their_own_words) {
                                          {hot_pixels, "hot_pixel_correction", "off ", yields("1")},
                                          {led, "statusled", "off", yields("0")},
                                          {led, "statusled", "OFF", yields("1")},
-                                         {led, "statusled", "on", yields("1")},
                                          {cooling, "statustec", "on", yields("1")},
                                          {cooling, "statustec", "on ", yields("0")},
                                          {cooling, "statustec", "off", yields("0")},

@@ -144,7 +144,6 @@ TEST_F(trigger_and_modes, data_rate) {
     run_send_cases("", {{rate, "", fails_with("Neither fps nor readout frequency is supported.")}});
     run_send_cases("readout_frequency", {
                                             {set(0), "readout_frequency 0", yields("")},
-                                            {set(1), "readout_frequency 1", yields("")},
                                             {set(2), "", fails_with("FPS is not supported.")},
                                             {set(4), "", fails_with("Unexpected data rate.")},
                                             {supported(0), "", yields("1")},

@@ -45,13 +45,11 @@ class hotplug_events : public qx::test::sdk_camera_fixture {
 };
 
 TEST_F(hotplug_events, each_family_reports_arrival_and_removal_on_its_own_listener) {
-    struct row {
+    const struct {
         const char* family;
         const char* serial;
         const char* listener;
-    };
-    const row rows[] = {{"qv", "QV-7", "QV_CONNECT_DISCONNECT"},
-                        {"ralto", "RT-7", "RALTO_CONNECT_DISCONNECT"}};
+    } rows[] = {{"qv", "QV-7", "QV_CONNECT_DISCONNECT"}, {"ralto", "RT-7", "RALTO_CONNECT_DISCONNECT"}};
     ASSERT_EQ(recorder.register_callbacks(), 0) << qx_camera_get_last_error();
     std::size_t seen = 0;
     for (const auto& entry : rows) {
