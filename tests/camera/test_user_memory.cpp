@@ -79,7 +79,6 @@ TEST_F(user_memory, reads_in_chunks_of_256) {
             {four, "nvstor rb 0 4", "Error", fails_with("Error")},
             {four, "nvstor rb 0 4", "nvstor rb 0 4 abcd", no_colon},
             {four, "nvstor rb 0 4", "nvstor rb 0 4", no_colon},
-            {four, "nvstor rb 0 4", "Invalid command", fails_with(not_supported)},
             {reading(qx_camera_get_user_memory_maximum_size), "nvstor size", "1048576", yields("1048576")},
             {reading(qx_camera_get_user_memory_maximum_size), "nvstor size", "big",
              fails_with("invalid stoll argument")},
