@@ -215,10 +215,8 @@ TEST_F(scalar_parameters, frame_rate_value_travels_in_thousandths) {
                               {set(2147483.0), "sfr 2147483000", yields("")},
                               // Passes the check but overflows the thousandths.
                               {set(2147484.0), "sfr -2147483648", yields("")},
-                              {set(2147483647.0), "sfr -2147483648", yields("")},
                               {set(2147483648.0), "", out_of_range},
                               {set(0.0), "", out_of_range},
-                              {set(-5.0), "", out_of_range},
                               {set(std::numeric_limits<double>::quiet_NaN()), "", out_of_range},
                           });
 }
