@@ -6,11 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <iomanip>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -46,24 +48,15 @@ std::string values_text(const Values& values) {
     return text;
 }
 
-// A getter of one value.
-template <class Value>
-parameter_call reading(int (*getter)(void*, Value*)) {
+// A getter of one or more values of one type (a range reads "minimum
+// maximum").
+template <class Value, class... Same>
+parameter_call reading(int (*getter)(void*, Value*, Same*...)) {
     return [getter](void* camera) {
-        Value value = static_cast<Value>(untouched_marker);
-        const int status = getter(camera, &value);
-        return call_outcome{status, value_text(value)};
-    };
-}
-
-// A getter of a pair (a range): the value reads "minimum maximum".
-template <class Value>
-parameter_call reading_pair(int (*getter)(void*, Value*, Value*)) {
-    return [getter](void* camera) {
-        Value minimum = static_cast<Value>(untouched_marker);
-        Value maximum = static_cast<Value>(untouched_marker);
-        const int status = getter(camera, &minimum, &maximum);
-        return call_outcome{status, value_text(minimum) + " " + value_text(maximum)};
+        std::array<Value, 1 + sizeof...(Same)> values;
+        values.fill(static_cast<Value>(untouched_marker));
+        const int status = std::apply([&](auto&... value) { return getter(camera, &value...); }, values);
+        return call_outcome{status, values_text(values)};
     };
 }
 
@@ -83,8 +76,10 @@ parameter_call writing(int (*setter)(void*, Value), Value value) {
     return [setter, value](void* camera) { return call_outcome{setter(camera, value), ""}; };
 }
 
+using camera_call = std::function<int(void*)>;
+
 // Any call whose outcome is only its status.
-inline parameter_call status_of(std::function<int(void*)> call) {
+inline parameter_call status_of(camera_call call) {
     return [call](void* camera) { return call_outcome{call(camera), ""}; };
 }
 
@@ -126,36 +121,6 @@ struct send_case {
     expected_outcome expected;
 };
 
-using camera_call = std::function<int(void*)>;
-
-// A call that must fail with the name of a missing output or a refused
-// argument (or another fixed text) before anything is sent.
-struct named_failure {
-    camera_call call;
-    std::string name;
-};
-
-template <class Value>
-camera_call without_output(int (*getter)(void*, Value*)) {
-    return [getter](void* camera) { return getter(camera, nullptr); };
-}
-
-template <class Value>
-camera_call without_minimum(int (*getter)(void*, Value*, Value*)) {
-    return [getter](void* camera) {
-        Value maximum{};
-        return getter(camera, nullptr, &maximum);
-    };
-}
-
-template <class Value>
-camera_call without_maximum(int (*getter)(void*, Value*, Value*)) {
-    return [getter](void* camera) {
-        Value minimum{};
-        return getter(camera, &minimum, nullptr);
-    };
-}
-
 // The text put in front of every failure of an exchange, with the handle's
 // address left as "{handle}" (see with_handle). By default the sizes are
 // those of a parameter method: the command with its NUL, no data, the
@@ -172,13 +137,11 @@ inline std::string context_of(const std::string& command) {
     return context_of(command, command.size() + 1, 0, 1024);
 }
 
-// The text with every "{handle}" replaced by the camera's address in decimal.
+// The text with its "{handle}" replaced by the camera's address in decimal.
 inline std::string with_handle(std::string text, void* camera) {
     const std::string marker = "{handle}";
-    const std::string address = std::to_string(reinterpret_cast<std::uintptr_t>(camera));
-    for (auto at = text.find(marker); at != std::string::npos; at = text.find(marker, at + address.size())) {
-        text.replace(at, marker.size(), address);
-    }
+    if (const auto at = text.find(marker); at != std::string::npos)
+        text.replace(at, marker.size(), std::to_string(reinterpret_cast<std::uintptr_t>(camera)));
     return text;
 }
 
@@ -251,10 +214,6 @@ class parameter_fixture : public kit_fixture {
         close_camera(camera);
     }
 
-    void run_cases(const std::vector<parameter_case>& cases) {
-        for (const auto& entry : cases) run_case(entry);
-    }
-
     // The cases' commands are gets, or sets when `direction` is "set".
     void run_reply_cases(const std::string& features, const std::vector<reply_case>& cases,
                          const std::string& direction = "get") {
@@ -280,19 +239,6 @@ class parameter_fixture : public kit_fixture {
                       sent,
                       entry.expected});
         }
-    }
-
-    // Runs each call on a camera with these features; each must fail with its
-    // text before anything is sent.
-    void expect_named_failures(const std::string& features, const std::vector<named_failure>& cases) {
-        void* camera = open_scripted_camera(features, {});
-        ASSERT_NE(camera, nullptr);
-        for (const auto& entry : cases) {
-            EXPECT_EQ(entry.call(camera), 1004) << entry.name;
-            EXPECT_EQ(last_error(), entry.name + " Error: Invalid operation.");
-        }
-        EXPECT_TRUE(sent_commands().empty());
-        close_camera(camera);
     }
 };
 

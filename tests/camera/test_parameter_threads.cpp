@@ -63,16 +63,19 @@ TEST_F(parameter_threads, replies_reach_their_callers_while_another_camera_opens
         if (!condition)
             ++mismatches;
     };
+    // A raw command on the shared camera, whose reply must name it.
+    const auto echoes = [&](std::string command) {
+        char response[128] = {};
+        return _internal_command(shared_camera, command.data(), static_cast<int>(command.size() + 1),
+                                 response, sizeof response) == 0 &&
+               response == "answer to " + command + " on id-1";
+    };
 
     std::thread exposure_reader([&] {
         for (int round = 0; round < rounds; ++round) {
             long long exposure = 0;
             expect(qx_camera_get_exposure_time(shared_camera, &exposure) == 0 && exposure == 1001);
-            std::string command = "echo first " + std::to_string(round);
-            char response[128] = {};
-            expect(_internal_command(shared_camera, command.data(), static_cast<int>(command.size() + 1),
-                                     response, sizeof response) == 0 &&
-                   response == "answer to " + command + " on id-1");
+            expect(echoes("echo first " + std::to_string(round)));
             expect(qx_camera_get_exposure_time(shared_camera, nullptr) == 1004 &&
                    last_error() == "exposure Error: Invalid operation.");
         }
@@ -85,11 +88,7 @@ TEST_F(parameter_threads, replies_reach_their_callers_while_another_camera_opens
             expect(qx_camera_get_model(shared_camera, model, sizeof model) == 0 &&
                    std::string(model) == "model of id-1");
             expect(qx_camera_set_exposure_time(shared_camera, round) == 0);
-            std::string command = "echo second " + std::to_string(round);
-            char response[128] = {};
-            expect(_internal_command(shared_camera, command.data(), static_cast<int>(command.size() + 1),
-                                     response, sizeof response) == 0 &&
-                   response == "answer to " + command + " on id-1");
+            expect(echoes("echo second " + std::to_string(round)));
             expect(qx_camera_get_frame_time(shared_camera, nullptr) == 1004 &&
                    last_error() == "frame_time_us Error: Invalid operation.");
         }

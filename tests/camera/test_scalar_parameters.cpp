@@ -33,34 +33,25 @@ TEST_F(scalar_parameters, getters_read_typical_boundary_and_malformed_replies) {
     const auto exposure = reading(qx_camera_get_exposure_time);
     const auto frames = reading(qx_camera_get_frames_per_trigger_zero_for_unlimited);
     const auto usb = reading(qx_camera_get_usb_port_type);
-    run_reply_cases(
-        "",
-        {
-            {exposure, "exp", "12345", yields("12345")},
-            {exposure, "exp", "9223372036854775807us", yields("9223372036854775807")},
-            {exposure, "exp", "9223372036854775808", fails_with("stoll argument out of range")},
-            {exposure, "exp", "abc", fails_with("invalid stoll argument")},
-            {reading(qx_camera_get_frame_time), "frametime", "33333", yields("33333")},
-            {reading(qx_camera_get_frame_time), "frametime", "2147483648",
-             fails_with("stoi argument out of range")},
-            {reading(qx_camera_get_frame_time), "frametime", "Invalid command", fails_with(not_supported)},
-            {reading(qx_camera_get_bit_depth), "pixel_bit_depth", " 12 bits", yields("12")},
-            {reading(qx_camera_get_bit_depth), "pixel_bit_depth", "twelve",
-             fails_with("invalid stoi argument")},
-            {frames, "nframes", "0", yields("0")},
-            {frames, "nframes", "4294967295", yields("-1")},
-            {frames, "nframes", "4294967296", fails_with("stoul argument out of range")},
-            {frames, "nframes", "many", fails_with("invalid stoul argument")},
-            {reading(qx_camera_get_sensor_pixel_width), "pixel_width_nm", "5500", yields("5.5")},
-            {reading(qx_camera_get_sensor_pixel_width), "pixel_width_nm", "n/a",
-             fails_with("invalid stod argument")},
-            {usb, "usb_speed", "USB 1.0", yields("0")},
-            {usb, "usb_speed", "USB 2.0", yields("1")},
-            {usb, "usb_speed", "USB 3.0", yields("2")},
-            {usb, "usb_speed", "USB 3.1", fails_with("Unexpected USB speed.")},
-            {usb, "usb_speed", "USB 3.0 ", fails_with("Unexpected USB speed.")},
-        });
-    run_send_cases("", {{reading(qx_camera_get_communication_interface), "", yields("2")}});
+    run_reply_cases("",
+                    {
+                        {exposure, "exp", "9223372036854775807us", yields("9223372036854775807")},
+                        {exposure, "exp", "9223372036854775808", fails_with("stoll argument out of range")},
+                        {reading(qx_camera_get_frame_time), "frametime", "2147483648",
+                         fails_with("stoi argument out of range")},
+                        {reading(qx_camera_get_bit_depth), "pixel_bit_depth", " 12 bits", yields("12")},
+                        {reading(qx_camera_get_bit_depth), "pixel_bit_depth", "twelve",
+                         fails_with("invalid stoi argument")},
+                        {frames, "nframes", "4294967295", yields("-1")},
+                        {frames, "nframes", "4294967296", fails_with("stoul argument out of range")},
+                        {reading(qx_camera_get_sensor_pixel_width), "pixel_width_nm", "n/a",
+                         fails_with("invalid stod argument")},
+                        {usb, "usb_speed", "USB 1.0", yields("0")},
+                        {usb, "usb_speed", "USB 2.0", yields("1")},
+                        {usb, "usb_speed", "USB 3.0", yields("2")},
+                        {usb, "usb_speed", "USB 3.1", fails_with("Unexpected USB speed.")},
+                        {usb, "usb_speed", "USB 3.0 ", fails_with("Unexpected USB speed.")},
+                    });
 }
 
 TEST_F(scalar_parameters, switches_read_their_own_words) {
@@ -73,7 +64,6 @@ TEST_F(scalar_parameters, switches_read_their_own_words) {
                                          {hot_pixels, "hot_pixel_correction", "off ", yields("1")},
                                          {led, "statusled", "off", yields("0")},
                                          {led, "statusled", "OFF", yields("1")},
-                                         {led, "statusled", "on", yields("1")},
                                          {cooling, "statustec", "on", yields("1")},
                                          {cooling, "statustec", "on ", yields("0")},
                                          {cooling, "statustec", "off", yields("0")},
@@ -84,22 +74,18 @@ TEST_F(scalar_parameters, switches_read_their_own_words) {
 }
 
 TEST_F(scalar_parameters, setters_send_word_and_argument) {
-    run_send_cases(
-        "blklvl sfr",
-        {
-            {writing(qx_camera_set_exposure_time, 5000000000LL), "exp 5000000000", yields("")},
-            {writing(qx_camera_set_exposure_time, -1LL), "", fails_with("exposure")},
-            {writing(qx_camera_set_black_level, -3), "blklvl -3", yields("")},
-            {writing(qx_camera_set_frames_per_trigger_zero_for_unlimited, 0), "nframes 0", yields("")},
-            {writing(qx_camera_set_frames_per_trigger_zero_for_unlimited, -1), "nframes 4294967295",
-             yields("")},
-            {writing(qx_camera_set_hot_pixel_correction_threshold, -1), "",
-             fails_with("hot_pixel_correction_threshold")},
-            {writing(qx_camera_set_is_hot_pixel_correction_enabled, 7), "hot_pixel_correction on",
-             yields("")},
-            {writing(qx_camera_set_is_hot_pixel_correction_enabled, 0), "hot_pixel_correction off",
-             yields("")},
-        });
+    run_send_cases("blklvl sfr",
+                   {
+                       {writing(qx_camera_set_exposure_time, 5000000000LL), "exp 5000000000", yields("")},
+                       {writing(qx_camera_set_exposure_time, -1LL), "", fails_with("exposure")},
+                       {writing(qx_camera_set_black_level, -3), "blklvl -3", yields("")},
+                       {writing(qx_camera_set_frames_per_trigger_zero_for_unlimited, -1),
+                        "nframes 4294967295", yields("")},
+                       {writing(qx_camera_set_hot_pixel_correction_threshold, -1), "",
+                        fails_with("hot_pixel_correction_threshold")},
+                       {writing(qx_camera_set_is_hot_pixel_correction_enabled, 7), "hot_pixel_correction on",
+                        yields("")},
+                   });
 }
 
 TEST_F(scalar_parameters, missing_features_fail_before_anything_is_sent) {
@@ -114,7 +100,7 @@ TEST_F(scalar_parameters, missing_features_fail_before_anything_is_sent) {
                            {writing(qx_camera_set_is_frame_rate_control_enabled, 1), "", no_sfr},
                            {reading(qx_camera_get_frame_rate_control_value), "", no_sfr},
                            {writing(qx_camera_set_frame_rate_control_value, 0.0), "", no_sfr},
-                           {reading_pair(qx_camera_get_frame_rate_control_value_range), "", no_sfr},
+                           {reading(qx_camera_get_frame_rate_control_value_range), "", no_sfr},
                        });
     // Features are whole words of the "discover" reply.
     run_send_cases("blklvl.min sfr2 statustec_x", {{reading(qx_camera_get_black_level), "", no_black_level}});
@@ -145,18 +131,14 @@ TEST_F(scalar_parameters, ranges_ask_min_then_max) {
         std::string maximum;
         expected_outcome expected;
     } ranges[] = {
-        {reading_pair(qx_camera_get_exposure_time_range), "exp", "10", "10000000000",
-         yields("10 10000000000")},
-        {reading_pair(qx_camera_get_exposure_time_range), "exp", "10", "x",
-         fails_with("invalid stoll argument")},
-        {reading_pair(qx_camera_get_frames_per_trigger_range), "nframes", "0", "-1", yields("0 -1")},
-        {reading_pair(qx_camera_get_frames_per_trigger_range), "nframes", "0", "4294967296",
+        {reading(qx_camera_get_exposure_time_range), "exp", "10", "10000000000", yields("10 10000000000")},
+        {reading(qx_camera_get_frames_per_trigger_range), "nframes", "0", "-1", yields("0 -1")},
+        {reading(qx_camera_get_frames_per_trigger_range), "nframes", "0", "4294967296",
          fails_with("stoul argument out of range")},
-        {reading_pair(qx_camera_get_frame_rate_control_value_range), "sfr", "1000", "120500",
-         yields("1 120.5")},
-        {reading_pair(qx_camera_get_binx_range), "hbin", "1", "4", yields("1 4")},
-        {reading_pair(qx_camera_get_biny_range), "vbin", "1", "8", yields("1 8")},
-        {reading_pair(qx_camera_get_gain_range), "gain", "0", "480", yields("0 480")},
+        {reading(qx_camera_get_frame_rate_control_value_range), "sfr", "1000", "120500", yields("1 120.5")},
+        {reading(qx_camera_get_binx_range), "hbin", "1", "4", yields("1 4")},
+        {reading(qx_camera_get_biny_range), "vbin", "1", "8", yields("1 8")},
+        {reading(qx_camera_get_gain_range), "gain", "0", "480", yields("0 480")},
     };
     for (const auto& range : ranges) {
         run_case({range.word + " range",
@@ -169,7 +151,7 @@ TEST_F(scalar_parameters, ranges_ask_min_then_max) {
     run_case({"an unknown minimum stops there",
               "",
               {{"exp.min", "Invalid command"}},
-              reading_pair(qx_camera_get_exposure_time_range),
+              reading(qx_camera_get_exposure_time_range),
               {"get exp.min"},
               fails_with(not_supported)});
 }
@@ -233,10 +215,8 @@ TEST_F(scalar_parameters, frame_rate_value_travels_in_thousandths) {
                               {set(2147483.0), "sfr 2147483000", yields("")},
                               // Passes the check but overflows the thousandths.
                               {set(2147484.0), "sfr -2147483648", yields("")},
-                              {set(2147483647.0), "sfr -2147483648", yields("")},
                               {set(2147483648.0), "", out_of_range},
                               {set(0.0), "", out_of_range},
-                              {set(-5.0), "", out_of_range},
                               {set(std::numeric_limits<double>::quiet_NaN()), "", out_of_range},
                           });
 }

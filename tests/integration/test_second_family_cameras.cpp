@@ -9,24 +9,15 @@
 
 namespace {
 
-class second_family_cameras : public ::testing::Test {
+class second_family_cameras : public qx::test::sdk_camera_fixture {
   protected:
     void SetUp() override {
-        ASSERT_EQ(qx_emu_reset(R"({"cameras":[
+        qx::test::configure_emulator(R"({"cameras":[
             {"family":"ralto","serial":"RT-1","sensor_width":64,"sensor_height":8,"pacing":"fast"},
-            {"family":"qv","serial":"QV-1","sensor_width":64,"sensor_height":8,"pacing":"fast"}]})"),
-                  QX_EMU_OK)
-            << qx_emu_get_last_error();
+            {"family":"qv","serial":"QV-1","sensor_width":64,"sensor_height":8,"pacing":"fast"}]})");
         ASSERT_EQ(qx_camera_open_sdk(), 0) << qx_camera_get_last_error();
+        sdk_open = true;
     }
-    void TearDown() override {
-        if (camera != nullptr) {
-            EXPECT_EQ(qx_camera_close_camera(camera), 0) << qx_camera_get_last_error();
-        }
-        EXPECT_EQ(qx_camera_close_sdk(), 0) << qx_camera_get_last_error();
-        qx_emu_reset("0");
-    }
-    void* camera = nullptr;
 };
 
 TEST_F(second_family_cameras, are_listed_after_the_built_in_family_open_answer_and_stream) {
