@@ -86,10 +86,8 @@ QX_SCRIPTED_EXPORT int qx_module_uninitialize(void) {
     return 0;
 }
 
-QX_SCRIPTED_EXPORT void* qx_get_function(const char* name) {
-    if (name != nullptr && std::strcmp(name, "qx_scripted_module_state") == 0) {
-        return reinterpret_cast<void*>(&qx_scripted_module_state);
-    }
+// The kit requires the entry point; nothing is looked up through it.
+QX_SCRIPTED_EXPORT void* qx_get_function(const char*) {
     return nullptr;
 }
 
