@@ -38,7 +38,13 @@ struct polled_frame {
     std::uint32_t frame_count = 0;
     int metadata_size = 0;
     std::vector<unsigned short> pixels;
+    const unsigned short* image = nullptr;  // where the kit's buffer held them
 };
+
+// The frames a stream has delivered or counted lost.
+std::uint64_t accounted(const qx_stream_statistics& stream) {
+    return stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot;
+}
 
 class frame_acquisition : public qx::test::sdk_camera_fixture {
   protected:
@@ -57,6 +63,7 @@ class frame_acquisition : public qx::test::sdk_camera_fixture {
             frame.frame_count = static_cast<std::uint32_t>(count);
             frame.metadata_size = metadata_size;
             frame.pixels.assign(image, image + pixel_count);
+            frame.image = image;
             EXPECT_EQ(reinterpret_cast<unsigned char*>(image), metadata + metadata_size);
             return true;
         }
@@ -102,9 +109,7 @@ class frame_acquisition : public qx::test::sdk_camera_fixture {
     void wait_for_stream_end(std::uint64_t frames) {
         const auto give_up = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < give_up) {
-            const auto stream = statistics();
-            if (stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot >=
-                frames)
+            if (accounted(statistics()) >= frames)
                 return;
             std::this_thread::yield();
         }
@@ -284,8 +289,7 @@ TEST_F(frame_acquisition, ten_thousand_streamed_frames_arrive_in_order_and_intac
     qx_stream_statistics stream = statistics();
     for (int wait = 0; wait < 600 && log.wait_for(frames, std::chrono::milliseconds(100)) < frames; ++wait) {
         stream = statistics();
-        if (stream.frames_delivered + stream.frames_lost_no_free_slot + stream.frames_lost_incomplete >=
-            frames)
+        if (accounted(stream) >= frames)
             break;
     }
     // Every frame the kit delivered reaches the callback before the disarm.
@@ -315,19 +319,13 @@ TEST_F(frame_acquisition, arm_and_disarm_a_thousand_times_reusing_the_buffer) {
         ASSERT_EQ(qx_camera_arm(camera, 2), 0) << "round " << round << ": " << qx_camera_get_last_error();
         if (round % 100 == 0) {
             ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
-            unsigned short* image = nullptr;
-            int count = 0;
-            unsigned char* metadata = nullptr;
-            int size = 0;
-            for (int attempt = 0; attempt < 10 && image == nullptr; ++attempt) {
-                ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &size), 0);
-            }
-            ASSERT_NE(image, nullptr) << "round " << round;
+            polled_frame frame;
+            ASSERT_TRUE(poll(frame, 64 * 8, 10)) << "round " << round;
             // The same buffer serves every arm of the same size: the first
             // slot's pixels are always at the same address.
             if (first_image == nullptr)
-                first_image = image;
-            EXPECT_EQ(image, first_image) << "round " << round;
+                first_image = frame.image;
+            EXPECT_EQ(frame.image, first_image) << "round " << round;
         }
         ASSERT_EQ(qx_camera_disarm(camera), 0) << "round " << round << ": " << qx_camera_get_last_error();
     }
@@ -489,42 +487,34 @@ TEST_F(frame_acquisition, under_mixed_packet_faults_frames_are_whole_or_counted)
 
     std::uint64_t polled = 0;
     std::uint32_t previous_count = 0;
+    polled_frame frame;
     // Polls until every frame is accounted for and every delivered one read;
     // the empty-poll bound only guards against a hang.
     for (int empty_polls = 0; empty_polls < 100;) {
-        unsigned short* image = nullptr;
-        int count = 0;
-        unsigned char* metadata = nullptr;
-        int metadata_size = 0;
-        ASSERT_EQ(qx_camera_get_pending_frame_or_null(camera, &image, &count, &metadata, &metadata_size), 0)
-            << qx_camera_get_last_error();
-        if (image == nullptr) {
+        if (!poll(frame, large_width * large_height, 1)) {
             const auto stream = statistics();
-            if (stream.frames_delivered == polled &&
-                stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot >=
-                    frames)
+            if (stream.frames_delivered == polled && accounted(stream) >= frames)
                 break;
             ++empty_polls;
             continue;
         }
         empty_polls = 0;
-        ASSERT_EQ(gradient_mismatches(image, static_cast<std::uint32_t>(count), large_geometry), 0)
-            << "frame " << count;
+        ASSERT_EQ(gradient_mismatches(frame.pixels.data(), frame.frame_count, large_geometry), 0)
+            << "frame " << frame.frame_count;
         // In order across the counter's wrap-around: each step forward, by
         // at most the run's length.
-        const std::uint32_t step = static_cast<std::uint32_t>(count) - previous_count;
+        const std::uint32_t step = frame.frame_count - previous_count;
         if (polled > 0) {
-            EXPECT_TRUE(step >= 1 && step <= frames) << "frame " << count;
+            EXPECT_TRUE(step >= 1 && step <= frames) << "frame " << frame.frame_count;
         }
-        previous_count = static_cast<std::uint32_t>(count);
+        previous_count = frame.frame_count;
         ++polled;
     }
     const auto emulator = counters();
     const auto stream = statistics();
     EXPECT_EQ(stream.size, sizeof stream);
     EXPECT_EQ(stream.frames_delivered, polled);
-    EXPECT_EQ(stream.frames_delivered + stream.frames_lost_incomplete + stream.frames_lost_no_free_slot,
-              emulator.frames_started);
+    EXPECT_EQ(accounted(stream), emulator.frames_started);
     EXPECT_GT(stream.frames_lost_incomplete, 0u);
     EXPECT_EQ(stream.packets_received, emulator.packets_sent);
     EXPECT_EQ(stream.bytes_received, emulator.packets_sent * 16384);
