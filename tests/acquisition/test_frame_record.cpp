@@ -1,4 +1,6 @@
-// Reading the frame record at the start of a frame slot.
+// Reading the frame record at the start of a frame slot: the records a slot
+// should not hold. A whole record is read end to end by the frame
+// acquisition tests, whose emulated camera writes one into every frame.
 
 #include <gtest/gtest.h>
 
@@ -21,21 +23,6 @@ std::vector<unsigned char> slot_of(const std::vector<std::pair<const char*, std:
         offset += 8;
     }
     return slot;
-}
-
-TEST(frame_record, reads_count_and_pixel_offset_from_the_tags) {
-    auto slot = slot_of({{"VKO\0", 1},
-                         {"FCNT", 4294967295u},
-                         {"IOFF", 7},
-                         {"IFMT", 1},
-                         {"TSLO", 5},
-                         {"TSHI", 0},
-                         {"ENDT", 0}});
-    const auto record = scan_frame_record(slot.data());
-    EXPECT_EQ(record.frame_count, -1);
-    EXPECT_EQ(record.metadata, slot.data());
-    EXPECT_EQ(record.metadata_size, 56);
-    EXPECT_EQ(reinterpret_cast<unsigned char*>(record.image_data), slot.data() + 56);
 }
 
 TEST(frame_record, a_slot_without_the_magic_is_all_pixels) {

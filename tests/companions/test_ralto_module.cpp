@@ -1,6 +1,7 @@
 // The ralto family's device module as the kit loads it: a library with the
 // device-module entry points, listing no camera until a camera source is
-// plugged into it.
+// plugged into it. What the module does with cameras and hot-plug events is
+// checked on its class.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,6 @@
 #include <cstring>
 #include <string>
 
-#include "connect_disconnect_waiter.h"
 #include "quendral_vko_device_module.h"
 #include "support/loaded_library.h"
 #include "support/test_platform.h"
@@ -19,15 +19,9 @@ class ralto_module_test : public testing::Test {
   protected:
     qx::test::loaded_library library{
         qx::test::library_path(QX_TEST_LIB_DIR, "quendral_vko_ralto_camera_device")};
-    qx_module_initialize_t initialize = library.find_function<qx_module_initialize_t>("qx_module_initialize");
-    qx_module_uninitialize_t uninitialize =
-        library.find_function<qx_module_uninitialize_t>("qx_module_uninitialize");
     qx_get_function_t get_function = library.find_function<qx_get_function_t>("qx_get_function");
     qx_get_device_ids_t get_device_ids = library.find_function<qx_get_device_ids_t>("get_device_ids");
     qx_create_t create = library.find_function<qx_create_t>("create");
-    qx_destroy_t destroy = library.find_function<qx_destroy_t>("destroy");
-    qx_device_data_t get_data = library.find_function<qx_device_data_t>("get_data__returns_zero_for_success");
-    qx_device_data_t set_data = library.find_function<qx_device_data_t>("set_data__returns_zero_for_success");
     qx_get_module_data_t get_module_data = library.find_function<qx_get_module_data_t>("qx_get_module_data");
     qx_set_module_data_t set_module_data = library.find_function<qx_set_module_data_t>("qx_set_module_data");
 };
@@ -83,45 +77,6 @@ TEST_F(ralto_module_test, creating_an_unlisted_id_fails_and_clears_the_device) {
     EXPECT_EQ(device, nullptr);
     EXPECT_EQ(create(nullptr, &device), 1);
     EXPECT_EQ(create("RALTO-0001", nullptr), 1);
-}
-
-TEST_F(ralto_module_test, devices_it_did_not_create_are_refused) {
-    int foreign = 0;
-    std::array<char, 1024> response{};
-    for (void* device : {static_cast<void*>(nullptr), static_cast<void*>(&foreign)}) {
-        EXPECT_EQ(get_data(device, "exp", 4, nullptr, 0, response.data(), response.size()), 1);
-        EXPECT_EQ(set_data(device, "exp", 4, nullptr, 0, response.data(), response.size()), 1);
-        EXPECT_EQ(destroy(device), 1);
-    }
-}
-
-qx::test::connect_disconnect_waiter start_wait(qx_get_module_data_t get_module_data,
-                                               qx_set_module_data_t set_module_data) {
-    return {[get_module_data](char* payload) { return get_module_data("connect_disconnect", payload, 0); },
-            [set_module_data] { set_module_data("connect_disconnect_release", nullptr, 0); }};
-}
-
-TEST_F(ralto_module_test, connect_disconnect_blocks_until_released_and_writes_nothing_without_an_event) {
-    auto waiter = start_wait(get_module_data, set_module_data);
-    EXPECT_FALSE(waiter.has_returned());
-    ASSERT_EQ(set_module_data("connect_disconnect_release", nullptr, 0), 0);
-    EXPECT_EQ(waiter.get_payload(), "");
-}
-
-TEST_F(ralto_module_test, a_release_without_a_waiter_is_remembered_once) {
-    ASSERT_EQ(set_module_data("connect_disconnect_release", nullptr, 0), 0);
-    ASSERT_EQ(set_module_data("connect_disconnect_release", nullptr, 0), 0);
-    EXPECT_EQ(start_wait(get_module_data, set_module_data).get_payload(), "");
-    auto second = start_wait(get_module_data, set_module_data);
-    EXPECT_FALSE(second.has_returned());
-}
-
-TEST_F(ralto_module_test, uninitialize_wakes_a_blocked_listener) {
-    qx_hotplug_record host{};
-    ASSERT_EQ(initialize(&host), 0);
-    auto waiter = start_wait(get_module_data, set_module_data);
-    EXPECT_FALSE(waiter.has_returned());
-    EXPECT_NE(waiter.get_payload([this] { ASSERT_EQ(uninitialize(), 0); }), "(blocked)");
 }
 
 }  // namespace

@@ -174,6 +174,27 @@ TEST_F(ralto_module_class_test, an_unknown_event_code_clears_the_pending_event_w
     EXPECT_EQ(next.get_payload(), "1,RALTO-D");
 }
 
+TEST_F(ralto_module_class_test,
+       a_release_without_an_event_ends_one_wait_with_nothing_written_and_is_kept_once) {
+    auto waiter = start_wait(module);
+    EXPECT_FALSE(waiter.has_returned());
+    ASSERT_EQ(module.set_module_data("connect_disconnect_release", nullptr), 0);
+    EXPECT_EQ(waiter.get_payload(), "");
+    // Two releases without a listener wake only the next wait.
+    module.set_module_data("connect_disconnect_release", nullptr);
+    module.set_module_data("connect_disconnect_release", nullptr);
+    EXPECT_EQ(start_wait(module).get_payload(), "");
+    EXPECT_FALSE(start_wait(module).has_returned());
+}
+
+TEST_F(ralto_module_class_test, uninitialize_wakes_a_blocked_listener) {
+    qx_hotplug_record host{};
+    ASSERT_EQ(module.initialize(&host), 0);
+    auto waiter = start_wait(module);
+    EXPECT_FALSE(waiter.has_returned());
+    EXPECT_EQ(waiter.get_payload([this] { module.uninitialize(); }), "");
+}
+
 TEST_F(ralto_module_class_test, events_are_not_queued_and_a_release_repeats_the_last_payload) {
     module.report_hotplug_event(1, "RALTO-A");
     module.report_hotplug_event(2, "RALTO-B");

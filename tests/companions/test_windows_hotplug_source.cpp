@@ -4,35 +4,23 @@
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "hotplug_event_dispatcher_class.h"
+#include "hotplug_test_support.h"
 #include "windows_hotplug_source_class.h"
 
 namespace {
 
-struct received_events {
-    std::mutex mutex;
-    std::condition_variable arrived;
-    std::vector<std::pair<int, std::string>> events;
-
-    static void record(int event_code, const char* device_path, void* context) {
-        auto& self = *static_cast<received_events*>(context);
-        std::lock_guard<std::mutex> guard(self.mutex);
-        self.events.emplace_back(event_code, device_path);
-        self.arrived.notify_all();
-    }
-};
+using qx::test::event_recorder;
 
 TEST(windows_hotplug_source, interface_notices_become_events_with_the_listed_path) {
-    received_events received;
-    std::vector<std::pair<int, std::string>> expected;
+    event_recorder received;
+    std::vector<qx::test::hotplug_event_record> expected;
     {
         qx::hotplug_event_dispatcher_class dispatcher;
-        dispatcher.add_subscriber({0x2A7C, 0x6101, &received_events::record, &received});
+        dispatcher.add_subscriber({0x2A7C, 0x6101, &event_recorder::record, &received});
         qx::windows_hotplug_source_class source(dispatcher);
         const struct {
             bool arrived;
@@ -52,11 +40,10 @@ TEST(windows_hotplug_source, interface_notices_become_events_with_the_listed_pat
                 expected.emplace_back(notice.arrived ? QX_HOTPLUG_EVENT_ARRIVAL : QX_HOTPLUG_EVENT_DEPARTURE,
                                       notice.delivered);
         }
-        std::unique_lock<std::mutex> lock(received.mutex);
-        received.arrived.wait(lock, [&] { return received.events.size() >= expected.size(); });
+        received.wait_for(expected.size());
     }
     // The dispatcher has stopped: nothing more can arrive.
-    EXPECT_EQ(received.events, expected);
+    EXPECT_EQ(received.get_events(), expected);
 }
 
 }  // namespace

@@ -41,10 +41,11 @@ std::string admission_failure(Device_module_manager& manager, const std::string&
 // Every refused admission names its cause and admits nothing.
 TEST(device_module_manager, refusals_name_their_cause_and_admit_nothing) {
     const std::string ralto = "quendral_vko_ralto_camera_device";
+    const std::string manager = "Device_module_manager::Process_device_module ";
     const std::string not_device =
-        "Condition is unexpectedly false: Device_module_manager::Process_device_module get_module_type did "
-        "not "
-        "return 'DEVICE' and is therefore not considered to be a device module.";
+        "Condition is unexpectedly false: " + manager +
+        "get_module_type did not return 'DEVICE' and is therefore not considered to "
+        "be a device module.";
     const struct {
         std::string library;  // in the variant directory unless it is the ralto module
         std::string file_name;
@@ -56,17 +57,11 @@ TEST(device_module_manager, refusals_name_their_cause_and_admit_nothing) {
         {ralto, ralto + ".dll", [](auto& state) { state.module_type = "DEVIC"; }, not_device},
         {ralto, ralto + ".dll", [](auto& state) { state.module_type = ""; }, not_device},
         {ralto, ralto + ".dll", [](auto& state) { state.module_name = "  \t "; },
-         "Trimmed string is empty: Device_module_manager::Process_device_module get_module_name did not "
-         "return "
-         "a name."},
+         "Trimmed string is empty: " + manager + "get_module_name did not return a name."},
         {ralto, "   ", [](auto&) {},
-         "Trimmed string is empty: Device_module_manager::Process_device_module expected a shared-library "
-         "file "
-         "name."},
+         "Trimmed string is empty: " + manager + "expected a shared-library file name."},
         {ralto, "not_loaded_anywhere.dll", [](auto&) {},
-         "Pointer is unexpectedly nullptr: Device_module_manager::Process_device_module expected shared "
-         "library "
-         "to be already loaded."},
+         "Pointer is unexpectedly nullptr: " + manager + "expected shared library to be already loaded."},
         {ralto, ralto + ".dll", [](auto& state) { state.initialize_status = 4; },
          "Condition is unexpectedly false: module_obj::module_obj call to qx_module_initialize returned an "
          "error code."},

@@ -2,6 +2,7 @@
 // call it receives. Built under the second family's library name so that the
 // kit admits it in place of the real module.
 
+#include <algorithm>
 #include <cstring>
 
 #include "support/scripted_module_state.h"
@@ -19,67 +20,48 @@ scripted_module_state& state() {
     return instance;
 }
 
-scripted_call simple_call(const char* function, void* device = nullptr, const char* command = nullptr) {
+// Records a call without command bytes.
+void record(const char* function, void* device = nullptr, const char* command = nullptr) {
     scripted_call call;
     call.function = function;
     call.device = device;
     if (command != nullptr)
         call.command = command;
-    return call;
-}
-
-void record(scripted_call call) {
     std::lock_guard<std::mutex> guard(state().mutex);
     state().calls.push_back(std::move(call));
 }
 
-void write_reply(const std::string& text, char* response, std::uint64_t response_size) {
-    if (response == nullptr || response_size == 0)
-        return;
-    const std::size_t size = static_cast<std::size_t>(response_size);
-    const std::size_t copied = text.size() < size - 1 ? text.size() : size - 1;
-    std::memcpy(response, text.data(), copied);
-    response[copied] = '\0';
-}
-
 int answer(const char* function, void* device, const char* command, std::uint64_t command_size,
-           const void* data, std::uint64_t data_size, char* response, std::uint64_t response_size) {
+           std::uint64_t data_size, char* response, std::uint64_t response_size) {
     scripted_call call;
     call.function = function;
     call.device = device;
-    call.command = command == nullptr ? std::string() : std::string(command);
-    if (command != nullptr)
+    if (command != nullptr) {
+        call.command = command;
         call.command_bytes.assign(command, command + command_size);
-    call.command_size = command_size;
-    call.data = data;
-    call.data_size = data_size;
-    if (data != nullptr && data_size > 0 && std::strcmp(function, "set_data") == 0 && call.command != "arm") {
-        call.data_text =
-            std::string(static_cast<const char*>(data), strnlen(static_cast<const char*>(data), data_size));
     }
+    call.command_size = command_size;
+    call.data_size = data_size;
     call.response_size = response_size;
 
     scripted_module_state::command_handler handler;
-    {
-        std::lock_guard<std::mutex> guard(state().mutex);
-        handler = state().handler;
-    }
-    record(call);
-    int status = 0;
-    if (handler && handler(call, response, response_size, status))
-        return status;
-
     qx::test::scripted_reply reply;
     {
         std::lock_guard<std::mutex> guard(state().mutex);
-        auto scripted = state().replies.find(call.command);
-        if (scripted != state().replies.end()) {
+        state().calls.push_back(call);
+        handler = state().handler;
+        const auto scripted = state().replies.find(call.command);
+        if (scripted != state().replies.end())
             reply = scripted->second;
-        } else {
-            reply = state().default_reply;
-        }
     }
-    write_reply(reply.text, response, response_size);
+    int status = 0;
+    if (handler && handler(call, response, response_size, status))
+        return status;
+    if (response != nullptr && response_size > 0) {
+        const std::size_t copied = std::min<std::size_t>(reply.text.size(), response_size - 1);
+        std::memcpy(response, reply.text.data(), copied);
+        response[copied] = '\0';
+    }
     return reply.status;
 }
 
@@ -104,10 +86,8 @@ QX_SCRIPTED_EXPORT int qx_module_uninitialize(void) {
     return 0;
 }
 
-QX_SCRIPTED_EXPORT void* qx_get_function(const char* name) {
-    if (name != nullptr && std::strcmp(name, "qx_scripted_module_state") == 0) {
-        return reinterpret_cast<void*>(&qx_scripted_module_state);
-    }
+// The kit requires the entry point; nothing is looked up through it.
+QX_SCRIPTED_EXPORT void* qx_get_function(const char*) {
     return nullptr;
 }
 
@@ -130,7 +110,7 @@ QX_SCRIPTED_EXPORT const char* qx_module_get_type(void) {
 
 QX_SCRIPTED_EXPORT int get_device_ids(char* device_ids, int device_ids_size, char* serial_numbers,
                                       int serial_numbers_size) {
-    record(simple_call("get_device_ids"));
+    record("get_device_ids");
     std::lock_guard<std::mutex> guard(state().mutex);
     if (state().get_device_ids_status != 0)
         return state().get_device_ids_status;
@@ -152,7 +132,7 @@ QX_SCRIPTED_EXPORT int get_device_ids(char* device_ids, int device_ids_size, cha
 
 #ifndef QX_SCRIPTED_OMIT_CREATE
 QX_SCRIPTED_EXPORT int create(const char* device_id, void** device) {
-    record(simple_call("create", nullptr, device_id));
+    record("create", nullptr, device_id);
     if (device == nullptr)
         return 1;
     *device = nullptr;
@@ -169,7 +149,7 @@ QX_SCRIPTED_EXPORT int create(const char* device_id, void** device) {
 #endif
 
 QX_SCRIPTED_EXPORT int destroy(void* device) {
-    record(simple_call("destroy", device));
+    record("destroy", device);
     if (device == nullptr)
         return 1;
     delete static_cast<std::string*>(device);
@@ -179,17 +159,17 @@ QX_SCRIPTED_EXPORT int destroy(void* device) {
 }
 
 QX_SCRIPTED_EXPORT int get_data__returns_zero_for_success(void* device, const char* command,
-                                                          std::uint64_t command_size, const void* data,
+                                                          std::uint64_t command_size, const void*,
                                                           std::uint64_t data_size, char* response,
                                                           std::uint64_t response_size) {
-    return answer("get_data", device, command, command_size, data, data_size, response, response_size);
+    return answer("get_data", device, command, command_size, data_size, response, response_size);
 }
 
 QX_SCRIPTED_EXPORT int set_data__returns_zero_for_success(void* device, const char* command,
-                                                          std::uint64_t command_size, const void* data,
+                                                          std::uint64_t command_size, const void*,
                                                           std::uint64_t data_size, char* response,
                                                           std::uint64_t response_size) {
-    return answer("set_data", device, command, command_size, data, data_size, response, response_size);
+    return answer("set_data", device, command, command_size, data_size, response, response_size);
 }
 
 QX_SCRIPTED_EXPORT int qx_get_module_data(const char* key, void* value, std::int32_t) {

@@ -23,9 +23,7 @@ struct scripted_call {
     std::string command;              // up to the NUL
     std::vector<char> command_bytes;  // exactly command_size bytes as passed
     std::uint64_t command_size = 0;
-    const void* data = nullptr;
     std::uint64_t data_size = 0;
-    std::string data_text;  // the data as NUL-terminated text, when data_size > 0
     std::uint64_t response_size = 0;
 };
 
@@ -34,7 +32,8 @@ struct scripted_camera {
     std::string serial;
 };
 
-// What the module answers to one command.
+// What the module answers to one command; an unscripted command gets the
+// empty text and status 0.
 struct scripted_reply {
     std::string text;  // written into the response buffer with its NUL
     int status = 0;    // the module function's return value
@@ -56,7 +55,6 @@ class scripted_module_state {
         get_device_ids_status = 0;
         cameras.clear();
         replies.clear();
-        default_reply = {"", 0};
         handler = nullptr;
         calls.clear();
         initialize_calls = 0;
@@ -101,7 +99,6 @@ class scripted_module_state {
     int get_device_ids_status = 0;                   // guarded by mutex
     std::vector<scripted_camera> cameras;            // guarded by mutex
     std::map<std::string, scripted_reply> replies;   // guarded by mutex
-    scripted_reply default_reply;                    // guarded by mutex
     command_handler handler;                         // guarded by mutex; called without it
     std::vector<scripted_call> calls;                // guarded by mutex
     int initialize_calls = 0;                        // guarded by mutex

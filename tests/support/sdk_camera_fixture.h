@@ -57,15 +57,7 @@ class sdk_camera_fixture : public ::testing::Test {
     bool sdk_open = false;
 };
 
-// The emulator's gradient pattern: (x + 3y + 7f) mod 2^bits, with x and y in
-// sensor coordinates.
-inline std::uint16_t gradient_pixel(int x, int y, std::uint32_t frame_count, int bits) {
-    const std::uint64_t value =
-        static_cast<std::uint64_t>(x) + 3ull * static_cast<std::uint64_t>(y) + 7ull * frame_count;
-    return static_cast<std::uint16_t>(value & ((1u << bits) - 1));
-}
-
-// Counts the pixels of a frame that differ from the gradient pattern.
+// Where a frame lies on the sensor, and its binning and bit depth.
 struct frame_geometry {
     int left = 0;
     int top = 0;
@@ -76,13 +68,17 @@ struct frame_geometry {
     int bits = 12;
 };
 
+// Counts the pixels of a frame that differ from the emulator's gradient
+// pattern: (x + 3y + 7f) mod 2^bits, with x and y in sensor coordinates.
 inline int gradient_mismatches(const unsigned short* pixels, std::uint32_t frame_count,
                                const frame_geometry& g) {
     int mismatches = 0;
     for (int row = 0; row < g.height; ++row) {
         for (int column = 0; column < g.width; ++column) {
+            const std::uint64_t x = g.left + column * g.hbin;
+            const std::uint64_t y = g.top + row * g.vbin;
             const auto expected =
-                gradient_pixel(g.left + column * g.hbin, g.top + row * g.vbin, frame_count, g.bits);
+                static_cast<std::uint16_t>((x + 3 * y + 7ull * frame_count) & ((1u << g.bits) - 1));
             if (pixels[row * g.width + column] != expected)
                 ++mismatches;
         }
