@@ -18,7 +18,6 @@ namespace qx::test {
 // recoveries are counted by a recording transport around it.
 struct emulated_link {
     static constexpr int clears_per_recovery = 1;
-    static constexpr bool write_reports_a_stall = true;
     static constexpr bool holds_a_ring = false;
     // A read reports the lost camera as failed; the stall query that
     // follows throws.

@@ -35,7 +35,6 @@ struct cypress_link {
     static constexpr const char* lost_write_error =
         "cypress_fx3_class::write DeviceIoControl status was zero and GetLastError was not ERROR_IO_PENDING.";
     static constexpr bool holds_a_ring = true;
-    static constexpr bool write_reports_a_stall = true;
 
     cypress_link() {
         char path[256] = {};

@@ -23,7 +23,6 @@ namespace qx::test {
 struct umockdev_link {
     static constexpr int clears_per_recovery = 1;
     static constexpr bool holds_a_ring = true;
-    static constexpr bool write_reports_a_stall = true;
     static constexpr const char* lost_read_errors[] = {
         "libusb_fx3_class::read_image_data libusb_submit_transfer error: LIBUSB_ERROR_NO_DEVICE."};
     static constexpr const char* lost_write_error =
