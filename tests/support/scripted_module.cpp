@@ -20,19 +20,8 @@ scripted_module_state& state() {
     return instance;
 }
 
-// Records a call without command bytes.
-void record(const char* function, void* device = nullptr, const char* command = nullptr) {
-    scripted_call call;
-    call.function = function;
-    call.device = device;
-    if (command != nullptr)
-        call.command = command;
-    std::lock_guard<std::mutex> guard(state().mutex);
-    state().calls.push_back(std::move(call));
-}
-
-int answer(const char* function, void* device, const char* command, std::uint64_t command_size,
-           std::uint64_t data_size, char* response, std::uint64_t response_size) {
+scripted_call make_call(const char* function, void* device, const char* command,
+                        std::uint64_t command_size = 0) {
     scripted_call call;
     call.function = function;
     call.device = device;
@@ -41,6 +30,18 @@ int answer(const char* function, void* device, const char* command, std::uint64_
         call.command_bytes.assign(command, command + command_size);
     }
     call.command_size = command_size;
+    return call;
+}
+
+// Records a call without command bytes.
+void record(const char* function, void* device = nullptr, const char* command = nullptr) {
+    std::lock_guard<std::mutex> guard(state().mutex);
+    state().calls.push_back(make_call(function, device, command));
+}
+
+int answer(const char* function, void* device, const char* command, std::uint64_t command_size,
+           std::uint64_t data_size, char* response, std::uint64_t response_size) {
+    scripted_call call = make_call(function, device, command, command_size);
     call.data_size = data_size;
     call.response_size = response_size;
 

@@ -81,16 +81,6 @@ class scripted_module_state {
         calls.clear();
         return taken;
     }
-    // The commands of the get/set calls received, in order.
-    std::vector<std::string> take_commands() {
-        std::vector<std::string> commands;
-        for (const auto& call : take_calls()) {
-            if (call.function == "get_data" || call.function == "set_data") {
-                commands.push_back(call.function.substr(0, 3) + " " + call.command);
-            }
-        }
-        return commands;
-    }
 
     std::mutex mutex;
     std::string module_name;                         // guarded by mutex
