@@ -4,8 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <string>
+#include <vector>
 
 #include "platform/shared_library.h"
 #include "quendral_vko_camera_sdk.h"

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "quendral_vko_camera_sdk.h"
 #include "support/emulated_camera_fixture.h"
