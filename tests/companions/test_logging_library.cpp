@@ -91,70 +91,67 @@ TEST_F(logging_library_test, every_message_stays_on_one_line_and_missing_texts_s
     free_log(module_name.c_str(), "usb");
 }
 
-struct level_case {
-    const char* level_line;
-    std::set<std::string> written_levels;
-    friend void PrintTo(const level_case& sample, std::ostream* out) { *out << sample.level_line; }
-};
-
-class level_filter_test : public logging_library_test, public testing::WithParamInterface<level_case> {};
-
-TEST_P(level_filter_test, writes_messages_at_or_below_the_configured_level) {
-    void* log = get_configured_log(std::string("output = out.log\n") + GetParam().level_line + "\n");
-    ASSERT_NE(log, nullptr);
-    for (const int level : {QX_LOG_LEVEL_ERROR, QX_LOG_LEVEL_INFORMATION, QX_LOG_LEVEL_TRACE}) {
-        EXPECT_EQ(write_message(log, level, "message"), 0);
+TEST_F(logging_library_test, writes_messages_at_or_below_the_configured_level) {
+    const struct {
+        const char* level_line;
+        std::set<std::string> written_levels;
+    } rows[] = {
+        {"", {"ERROR", "INFO"}},  // the default is 5
+        {"level = 2", {"ERROR"}},
+        {"level=7", {"ERROR", "INFO", "TRACE"}},
+        {"  level   =   5  ", {"ERROR", "INFO"}},
+        {"level = 0", {}},
+        {"# level = 7", {"ERROR", "INFO"}},
+        {"level = 7 # all", {"ERROR", "INFO", "TRACE"}},
+        {"level = 7\nlevel = 2", {"ERROR"}},  // the last one counts
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.level_line);
+        void* log =
+            get_configured_log(std::string("output = out.log\nappend = no\n") + row.level_line + "\n");
+        ASSERT_NE(log, nullptr);
+        for (const int level : {QX_LOG_LEVEL_ERROR, QX_LOG_LEVEL_INFORMATION, QX_LOG_LEVEL_TRACE}) {
+            EXPECT_EQ(write_message(log, level, "message"), 0);
+        }
+        std::set<std::string> written;
+        for (const auto& line : read_log()) written.insert(line.substr(25, line.find(' ', 25) - 25));
+        EXPECT_EQ(written, row.written_levels);
+        ASSERT_EQ(free_log(module_name.c_str(), "usb"), 0);
     }
-    std::set<std::string> written;
-    for (const auto& line : read_log()) written.insert(line.substr(25, line.find(' ', 25) - 25));
-    EXPECT_EQ(written, GetParam().written_levels);
-    free_log(module_name.c_str(), "usb");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    levels, level_filter_test,
-    testing::Values(level_case{"", {"ERROR", "INFO"}},  // the default is 5
-                    level_case{"level = 2", {"ERROR"}}, level_case{"level=7", {"ERROR", "INFO", "TRACE"}},
-                    level_case{"  level   =   5  ", {"ERROR", "INFO"}}, level_case{"level = 0", {}},
-                    level_case{"# level = 7", {"ERROR", "INFO"}},
-                    level_case{"level = 7 # all", {"ERROR", "INFO", "TRACE"}},
-                    level_case{"level = 7\nlevel = 2", {"ERROR"}}));  // the last one counts
-
-struct problem_case {
-    const char* line;
-    const char* warning;
-    friend void PrintTo(const problem_case& sample, std::ostream* out) { *out << sample.line; }
-};
-
-class configuration_problem_test : public logging_library_test,
-                                   public testing::WithParamInterface<problem_case> {};
-
-TEST_P(configuration_problem_test, an_unusable_line_is_reported_once_and_the_rest_applies) {
-    void* log = get_configured_log(std::string("output = out.log\n") + GetParam().line + "\nlevel = 7\n");
-    ASSERT_NE(log, nullptr);
-    void* second = get_log(module_name.c_str(), "second group", configuration_name);
-    ASSERT_NE(second, nullptr);
-    ASSERT_EQ(write_message(log, QX_LOG_LEVEL_TRACE, "still traced"), 0);
-    const auto lines = read_log();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_NE(lines[0].find(" WARNING quendral_vko_logger/configuration quendral_vko_logger.cfg:2 -: " +
-                            std::string(GetParam().warning)),
-              std::string::npos)
-        << lines[0];
-    EXPECT_NE(lines[1].find("still traced"), std::string::npos);
-    free_log(module_name.c_str(), "usb");
-    free_log(module_name.c_str(), "second group");
+TEST_F(logging_library_test, an_unusable_line_is_reported_once_and_the_rest_applies) {
+    const struct {
+        const char* line;
+        const char* warning;
+    } rows[] = {
+        {"colour = red", "unknown key 'colour' ignored"},
+        {"Level = 7", "unknown key 'Level' ignored"},
+        {"level = high", "level 'high' is not a whole number, ignored"},
+        {"level = 7x", "level '7x' is not a whole number, ignored"},
+        {"append = maybe", "append 'maybe' is neither yes nor no, ignored"},
+        {"output =", "empty output ignored"},
+        {"just some text", "expected 'key = value', line ignored"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line);
+        std::filesystem::remove(directory.get_path() / "out.log");
+        void* log = get_configured_log(std::string("output = out.log\n") + row.line + "\nlevel = 7\n");
+        ASSERT_NE(log, nullptr);
+        void* second = get_log(module_name.c_str(), "second group", configuration_name);
+        ASSERT_NE(second, nullptr);
+        ASSERT_EQ(write_message(log, QX_LOG_LEVEL_TRACE, "still traced"), 0);
+        const auto lines = read_log();
+        ASSERT_EQ(lines.size(), 2u);
+        EXPECT_NE(lines[0].find(" WARNING quendral_vko_logger/configuration quendral_vko_logger.cfg:2 -: " +
+                                std::string(row.warning)),
+                  std::string::npos)
+            << lines[0];
+        EXPECT_NE(lines[1].find("still traced"), std::string::npos);
+        ASSERT_EQ(free_log(module_name.c_str(), "usb"), 0);
+        ASSERT_EQ(free_log(module_name.c_str(), "second group"), 0);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    problems, configuration_problem_test,
-    testing::Values(problem_case{"colour = red", "unknown key 'colour' ignored"},
-                    problem_case{"Level = 7", "unknown key 'Level' ignored"},
-                    problem_case{"level = high", "level 'high' is not a whole number, ignored"},
-                    problem_case{"level = 7x", "level '7x' is not a whole number, ignored"},
-                    problem_case{"append = maybe", "append 'maybe' is neither yes nor no, ignored"},
-                    problem_case{"output =", "empty output ignored"},
-                    problem_case{"just some text", "expected 'key = value', line ignored"}));
 
 TEST_F(logging_library_test, append_keeps_or_replaces_what_the_file_held) {
     for (const char* append : {"yes", "no"}) {
