@@ -17,14 +17,14 @@
 
 namespace {
 
-using qx::test::event_recorder;
+using qx::test::hotplug_recorder;
 
 class hotplug_monitor_test : public testing::Test {
   protected:
     // Declared before the monitor so that they outlive its last close.
-    event_recorder subscriber;
-    event_recorder other_subscriber;
-    event_recorder other_ids;
+    hotplug_recorder subscriber;
+    hotplug_recorder other_subscriber;
+    hotplug_recorder other_ids;
     qx::test::hotplug_monitor_library monitor;
     qx_hotplug_open_t open_monitor = monitor.open_monitor;
     qx_hotplug_close_t close_monitor = monitor.close_monitor;
@@ -104,20 +104,20 @@ class hotplug_monitor_emulator_test : public hotplug_monitor_test {
 // subscription of other ids gets nothing.
 TEST_F(hotplug_monitor_emulator_test, reports_arrival_and_departure_once_per_subscription) {
     ASSERT_EQ(open_monitor(), 0);
-    ASSERT_EQ(subscribe(vendor_id, product_id ^ 0x1, event_recorder::record, &other_ids), 0);
-    ASSERT_EQ(subscribe(vendor_id, product_id, event_recorder::record, &subscriber), 0);
-    ASSERT_EQ(subscribe(vendor_id, product_id, event_recorder::record, &subscriber), 0);
-    ASSERT_EQ(subscribe(vendor_id, product_id, event_recorder::record, &other_subscriber), 0);
+    ASSERT_EQ(subscribe(vendor_id, product_id ^ 0x1, hotplug_recorder::on_monitor_event, &other_ids), 0);
+    ASSERT_EQ(subscribe(vendor_id, product_id, hotplug_recorder::on_monitor_event, &subscriber), 0);
+    ASSERT_EQ(subscribe(vendor_id, product_id, hotplug_recorder::on_monitor_event, &subscriber), 0);
+    ASSERT_EQ(subscribe(vendor_id, product_id, hotplug_recorder::on_monitor_event, &other_subscriber), 0);
     const std::string path = plug_camera();
     ASSERT_FALSE(path.empty()) << qx_emu_get_last_error();
     ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
     // Subscribers are served in the order they subscribed, so once the
     // last one has both events, every copy for the earlier ones was sent.
-    const std::vector<qx::test::hotplug_event_record> expected = {{QX_HOTPLUG_EVENT_ARRIVAL, path},
-                                                                  {QX_HOTPLUG_EVENT_DEPARTURE, path}};
-    EXPECT_EQ(other_subscriber.wait_for(2), expected);
-    EXPECT_EQ(subscriber.get_events(), expected) << "no event was delivered twice";
-    EXPECT_TRUE(other_ids.get_events().empty());
+    const std::vector<std::string> expected = {"arrival " + path, "departure " + path};
+    ASSERT_TRUE(other_subscriber.wait_for(2));
+    EXPECT_EQ(other_subscriber.take_events(), expected);
+    EXPECT_EQ(subscriber.take_events(), expected) << "no event was delivered twice";
+    EXPECT_TRUE(other_ids.take_events().empty());
 }
 
 TEST_F(hotplug_monitor_emulator_test, a_subscriber_cannot_close_the_monitor_from_its_callback) {
@@ -125,20 +125,20 @@ TEST_F(hotplug_monitor_emulator_test, a_subscriber_cannot_close_the_monitor_from
         explicit closing_subscriber(qx_hotplug_close_t close) : close_monitor(close) {}
         qx_hotplug_close_t close_monitor;
         std::atomic<int> close_result{0};
-        event_recorder recorder;
+        hotplug_recorder recorder;
         static void on_event(int event_code, const char* device_path, void* self) {
             auto* subscriber = static_cast<closing_subscriber*>(self);
             subscriber->close_result = subscriber->close_monitor();
-            event_recorder::record(event_code, device_path, &subscriber->recorder);
+            hotplug_recorder::on_monitor_event(event_code, device_path, &subscriber->recorder);
         }
     } subscriber(close_monitor);
     ASSERT_EQ(open_monitor(), 0);
     ASSERT_EQ(subscribe(vendor_id, product_id, closing_subscriber::on_event, &subscriber), 0);
     const std::string path = plug_camera();
-    ASSERT_EQ(subscriber.recorder.wait_for(1).size(), 1u);
+    ASSERT_TRUE(subscriber.recorder.wait_for(1));
     EXPECT_NE(subscriber.close_result, 0);
     ASSERT_EQ(qx_emu_unplug_camera(path.c_str()), 0);
-    EXPECT_EQ(subscriber.recorder.wait_for(2).size(), 2u) << "the monitor is still open";
+    EXPECT_TRUE(subscriber.recorder.wait_for(2)) << "the monitor is still open";
     EXPECT_EQ(close_monitor(), 0);
     EXPECT_NE(close_monitor(), 0);
 }

@@ -14,7 +14,7 @@
 
 namespace {
 
-using qx::test::event_recorder;
+using qx::test::hotplug_recorder;
 
 class simulated_usb_bus {
   public:
@@ -69,44 +69,42 @@ class hotplug_monitor_libusb_test : public testing::Test {
 
     simulated_usb_bus bus;
     // Declared before the monitor so that they outlive its last close.
-    event_recorder subscriber;
-    event_recorder other_subscriber;
+    hotplug_recorder subscriber;
+    hotplug_recorder other_subscriber;
     qx::test::hotplug_monitor_library monitor;
 };
 
 TEST_F(hotplug_monitor_libusb_test, reports_a_usb_device_by_bus_and_port_chain_on_arrival_and_departure) {
     ASSERT_EQ(monitor.open_monitor(), 0);
-    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6101, event_recorder::record, &subscriber), 0);
-    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6117, event_recorder::record, &other_subscriber), 0);
+    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6101, hotplug_recorder::on_monitor_event, &subscriber), 0);
+    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6117, hotplug_recorder::on_monitor_event, &other_subscriber), 0);
 
     const std::string device = bus.add_device("3-1.4", 3, 5, 0x2A7C, 0x6101);
     bus.plug(device);
-    ASSERT_EQ(subscriber.wait_for(1).size(), 1u) << "no arrival reported";
+    ASSERT_TRUE(subscriber.wait_for(1)) << "no arrival reported";
     bus.unplug(device);
-    const auto events = subscriber.wait_for(2);
+    ASSERT_TRUE(subscriber.wait_for(2));
     const std::string path = "USB:BUS_003:PORT_1.4:VID_2A7C&PID_6101";
-    ASSERT_EQ(events.size(), 2u);
-    EXPECT_EQ(events[0], std::make_pair(QX_HOTPLUG_EVENT_ARRIVAL, path));
-    EXPECT_EQ(events[1], std::make_pair(QX_HOTPLUG_EVENT_DEPARTURE, path));
+    EXPECT_EQ(subscriber.take_events(), (std::vector<std::string>{"arrival " + path, "departure " + path}));
     // Events are delivered in order, so anything for the other product
     // would have come before the departure.
-    EXPECT_TRUE(other_subscriber.get_events().empty());
+    EXPECT_TRUE(other_subscriber.take_events().empty());
 }
 
 TEST_F(hotplug_monitor_libusb_test, nothing_is_reported_after_the_last_close) {
     ASSERT_EQ(monitor.open_monitor(), 0);
-    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6101, event_recorder::record, &subscriber), 0);
+    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6101, hotplug_recorder::on_monitor_event, &subscriber), 0);
     ASSERT_EQ(monitor.close_monitor(), 0);
     ASSERT_EQ(monitor.open_monitor(), 0);
-    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6210, event_recorder::record, &other_subscriber), 0);
+    ASSERT_EQ(monitor.subscribe(0x2A7C, 0x6210, hotplug_recorder::on_monitor_event, &other_subscriber), 0);
     const std::string first = bus.add_device("3-1.2", 3, 6, 0x2A7C, 0x6101);
     const std::string second = bus.add_device("3-1.3", 3, 7, 0x2A7C, 0x6210);
     bus.plug(first);
     bus.plug(second);
-    const auto events = other_subscriber.wait_for(1);
-    ASSERT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].second, "USB:BUS_003:PORT_1.3:VID_2A7C&PID_6210");
-    EXPECT_TRUE(subscriber.get_events().empty()) << "its subscription ended with the last close";
+    ASSERT_TRUE(other_subscriber.wait_for(1));
+    EXPECT_EQ(other_subscriber.take_events(),
+              std::vector<std::string>{"arrival USB:BUS_003:PORT_1.3:VID_2A7C&PID_6210"});
+    EXPECT_TRUE(subscriber.take_events().empty()) << "its subscription ended with the last close";
 }
 
 }  // namespace

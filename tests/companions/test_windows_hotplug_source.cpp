@@ -13,14 +13,14 @@
 
 namespace {
 
-using qx::test::event_recorder;
+using qx::test::hotplug_recorder;
 
 TEST(windows_hotplug_source, interface_notices_become_events_with_the_listed_path) {
-    event_recorder received;
-    std::vector<qx::test::hotplug_event_record> expected;
+    hotplug_recorder received;
+    std::vector<std::string> expected;
     {
         qx::hotplug_event_dispatcher_class dispatcher;
-        dispatcher.add_subscriber({0x2A7C, 0x6101, &event_recorder::record, &received});
+        dispatcher.add_subscriber({0x2A7C, 0x6101, &hotplug_recorder::on_monitor_event, &received});
         qx::windows_hotplug_source_class source(dispatcher);
         const struct {
             bool arrived;
@@ -37,13 +37,13 @@ TEST(windows_hotplug_source, interface_notices_become_events_with_the_listed_pat
         for (const auto& notice : notices) {
             source.report_interface_change(notice.arrived, notice.link);
             if (notice.delivered != nullptr)
-                expected.emplace_back(notice.arrived ? QX_HOTPLUG_EVENT_ARRIVAL : QX_HOTPLUG_EVENT_DEPARTURE,
-                                      notice.delivered);
+                expected.push_back((notice.arrived ? "arrival " : "departure ") +
+                                   std::string(notice.delivered));
         }
         received.wait_for(expected.size());
     }
     // The dispatcher has stopped: nothing more can arrive.
-    EXPECT_EQ(received.get_events(), expected);
+    EXPECT_EQ(received.take_events(), expected);
 }
 
 }  // namespace

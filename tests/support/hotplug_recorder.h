@@ -1,6 +1,7 @@
 #pragma once
-// Records what the kit's hot-plug callbacks receive, and on which thread, so
-// that tests can wait for a number of events instead of for a time.
+// Records what the kit's hot-plug callbacks, or a hot-plug monitor's
+// subscriber, receive, and on which thread, so that tests can wait for a
+// number of events instead of for a time.
 
 #include <chrono>
 #include <condition_variable>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "quendral_vko_camera_sdk.h"
+#include "quendral_vko_device_module.h"
 #include "support/thread_names.h"
 
 namespace qx::test {
@@ -54,6 +56,16 @@ class hotplug_recorder {
     }
     static void on_disconnect(const char* serial_number, void* context) {
         static_cast<hotplug_recorder*>(context)->add("disconnect " + std::string(serial_number));
+    }
+
+    // A hot-plug monitor's subscriber, with the recorder as its context:
+    // records "arrival <path>" or "departure <path>".
+    static void on_monitor_event(int event_code, const char* device_path, void* context) {
+        const std::string kind = event_code == QX_HOTPLUG_EVENT_ARRIVAL ? "arrival "
+                                 : event_code == QX_HOTPLUG_EVENT_DEPARTURE
+                                     ? "departure "
+                                     : std::to_string(event_code) + " ";
+        static_cast<hotplug_recorder*>(context)->add(kind + device_path);
     }
 
   private:
