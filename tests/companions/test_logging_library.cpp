@@ -167,7 +167,8 @@ TEST_F(logging_library_test, append_keeps_or_replaces_what_the_file_held) {
     }
 }
 
-TEST_F(logging_library_test, a_relative_output_is_beside_the_configuration_file) {
+TEST_F(logging_library_test,
+       a_relative_output_is_beside_the_configuration_and_that_is_also_found_beside_the_library) {
     directory.write_file("settings/logging.cfg", "output = written.log\n");
     void* log = get_log(module_name.c_str(), "usb", "settings/logging.cfg");
     ASSERT_NE(log, nullptr);
@@ -175,11 +176,9 @@ TEST_F(logging_library_test, a_relative_output_is_beside_the_configuration_file)
     EXPECT_EQ(directory.read_lines("settings/written.log").size(), 1u);
     EXPECT_FALSE(directory.has_file("written.log"));
     free_log(module_name.c_str(), "usb");
-}
 
-TEST_F(logging_library_test, the_configuration_is_also_found_beside_the_library) {
-    // A copy of the library in its own directory, with the configuration
-    // beside it and none in the working directory.
+    // The configuration is also found beside the library: a copy of the library in its own directory, with
+    // the configuration beside it and none in the working directory.
     const auto library_directory = directory.get_path() / "lib";
     std::filesystem::create_directories(library_directory);
     const std::string library_file = qx::test::library_file("quendral_vko_logger");
@@ -189,7 +188,7 @@ TEST_F(logging_library_test, the_configuration_is_also_found_beside_the_library)
     directory.write_file("lib/quendral_vko_logger.cfg", "output = " + output.string() + "\n");
     qx::test::loaded_library copy((library_directory / library_file).string());
     const auto copied_get_log = copy.find_function<vko_get_log_t>("vko_get_log");
-    void* log = copied_get_log(module_name.c_str(), "usb", configuration_name);
+    log = copied_get_log(module_name.c_str(), "usb", configuration_name);
     ASSERT_NE(log, nullptr);
     ASSERT_EQ(copy.find_function<vko_log_t>("vko_log")(log, 2, "f.cpp", 1, "f", "found"), 0);
     EXPECT_EQ(directory.read_lines("beside_library.log").size(), 1u);
