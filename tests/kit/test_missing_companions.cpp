@@ -1,6 +1,6 @@
-// Opening the kit when its companion libraries are missing or refuse to
-// start. A copy of the kit library that sits alone in its directory is
-// loaded, so that only the directories named here are searched.
+// The kit when its companion libraries are missing or refuse to start. A
+// copy of the kit library that sits alone in its directory is loaded, so that
+// only the directories named here are searched.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -9,6 +9,8 @@
 #include <filesystem>
 #include <string>
 
+#include "companions/temporary_directory.h"
+#include "quendral_vko_logging.h"
 #include "support/loaded_library.h"
 
 namespace {
@@ -20,6 +22,9 @@ struct isolated_kit {
     int (*open_sdk)() = library.find_function<int (*)()>("qx_camera_open_sdk");
     int (*close_sdk)() = library.find_function<int (*)()>("qx_camera_close_sdk");
     const char* (*last_error)() = library.find_function<const char* (*)()>("qx_camera_get_last_error");
+    decltype(&t_get_logger) get_logger = library.find_function<decltype(&t_get_logger)>("t_get_logger");
+    decltype(&t_free_logger) free_logger = library.find_function<decltype(&t_free_logger)>("t_free_logger");
+    decltype(&t_log_error) log_error = library.find_function<decltype(&t_log_error)>("t_log_error");
 };
 
 isolated_kit& kit() {
@@ -79,6 +84,21 @@ TEST(missing_companions, with_both_companions_the_kit_opens_and_closes) {
     module_directory directory({monitor, second_family});
     EXPECT_EQ(kit().open_sdk(), 0) << kit().last_error();
     EXPECT_EQ(kit().close_sdk(), 0) << kit().last_error();
+}
+
+TEST(missing_companions, without_the_logging_library_loggers_are_silent_and_usable) {
+    // Loggers are kept by the addresses of their names.
+    static const char module_name[] = "front_test";
+    static const char group_name[] = "usb";
+    qx::test::temporary_working_directory directory;
+    directory.write_file("quendral_vko_logger.cfg", "output = out.log\nlevel = 9\n");
+    module_directory no_modules({});
+    void* logger = kit().get_logger(module_name, group_name);
+    ASSERT_NE(logger, nullptr);
+    kit().log_error(logger, "a.cpp", 1, "f", "not written %d", 1);
+    EXPECT_FALSE(directory.has_file("out.log")) << "a logging library was found after all";
+    EXPECT_EQ(kit().free_logger(module_name, group_name), 1);
+    EXPECT_EQ(kit().free_logger(module_name, group_name), 0);
 }
 
 }  // namespace

@@ -9,7 +9,6 @@
 
 #include "companions/temporary_directory.h"
 #include "quendral_vko_logging.h"
-#include "support/loaded_library.h"
 #include "support/test_platform.h"
 
 namespace {
@@ -103,33 +102,6 @@ TEST_F(logger_front_test, a_message_longer_than_any_fixed_buffer_arrives_whole) 
     const std::string expected_end = "f: <" + long_text + "|99>";
     ASSERT_GE(lines[0].size(), expected_end.size());
     EXPECT_EQ(lines[0].substr(lines[0].size() - expected_end.size()), expected_end);
-}
-
-// The kit's exports as seen through a copy of the kit library alone in its
-// directory, so that no logging library is beside it.
-struct isolated_logger_front {
-    qx::test::loaded_library library{qx::test::library_path(QX_ISOLATED_KIT_DIR, "quendral_vko_camera_sdk")};
-    decltype(&t_get_logger) get_logger = library.find_function<decltype(&t_get_logger)>("t_get_logger");
-    decltype(&t_free_logger) free_logger = library.find_function<decltype(&t_free_logger)>("t_free_logger");
-    decltype(&t_log_error) log_error = library.find_function<decltype(&t_log_error)>("t_log_error");
-};
-
-TEST_F(logger_front_test, without_the_logging_library_loggers_are_silent_and_usable) {
-#if defined(_WIN32)
-    GTEST_SKIP() << "Windows looks a bare library name up in the program's directory and on PATH, where the "
-                    "build's logging library lies: a copy of the kit cannot be kept from finding it";
-#endif
-    enable_logging();
-    const auto empty_directory = directory.get_path() / "no_modules";
-    std::filesystem::create_directories(empty_directory);
-    qx::test::set_environment("QX_CAMERA_MODULE_PATH", empty_directory.string().c_str());
-    isolated_logger_front front;
-    void* logger = front.get_logger(module_name, group_name);
-    ASSERT_NE(logger, nullptr);
-    front.log_error(logger, "a.cpp", 1, "f", "not written %d", 1);
-    EXPECT_FALSE(directory.has_file("out.log")) << "a logging library was found after all";
-    EXPECT_EQ(front.free_logger(module_name, group_name), 1);
-    EXPECT_EQ(front.free_logger(module_name, group_name), 0);
 }
 
 }  // namespace
