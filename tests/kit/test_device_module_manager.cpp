@@ -82,34 +82,33 @@ TEST(device_module_manager, refusals_name_their_cause_and_admit_nothing) {
     }
 }
 
-TEST(device_module_manager, a_module_without_create_is_admitted_and_creation_fails) {
-    loaded_module module(QX_TEST_VARIANT_DIR, "scripted_module_without_create");
-    module.state->add_camera("id-1", "SN1");
+// A module without create is admitted, and creating through it fails; a
+// second module of the same name is listed but the first one is reached.
+TEST(device_module_manager, a_module_without_create_is_admitted_and_of_two_same_names_the_first_is_reached) {
+    loaded_module first(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
+    loaded_module second(QX_TEST_VARIANT_DIR, "scripted_module_without_create");
+    second.state->add_camera("id-1", "SN1");
     Device_module_manager manager;
     ASSERT_EQ(admission_failure(manager, "scripted_module_without_create.dll"), "");
     ASSERT_EQ(manager.modules().size(), 1u);
     EXPECT_EQ(manager.modules().front()->create, nullptr);
     EXPECT_NE(manager.modules().front()->get_device_ids, nullptr);
     EXPECT_FALSE(manager.create_device("QUENDRAL_VKO_RALTO_CAMERA_DEVICE", "id-1").has_value());
-}
 
-TEST(device_module_manager, names_list_drops_only_the_final_comma_and_duplicates_reach_the_first) {
-    loaded_module first(QX_TEST_MODULE_DIR, "quendral_vko_ralto_camera_device");
-    loaded_module second(QX_TEST_VARIANT_DIR, "scripted_module_without_create");
     first.state->module_name = "SAME";
     second.state->module_name = "SAME";
     first.state->add_camera("first-id", "SN-FIRST");
-    Device_module_manager manager;
-    manager.Process_device_module(nullptr, "quendral_vko_ralto_camera_device.dll");
-    manager.Process_device_module(nullptr, "scripted_module_without_create.dll");
-    EXPECT_EQ(manager.module_names(), "SAME,SAME,");
-    manager.finish_admission();
-    EXPECT_EQ(manager.module_names(), "SAME,SAME");
-    auto device = manager.create_device("SAME", "first-id");
+    Device_module_manager same_names;
+    same_names.Process_device_module(nullptr, "quendral_vko_ralto_camera_device.dll");
+    same_names.Process_device_module(nullptr, "scripted_module_without_create.dll");
+    EXPECT_EQ(same_names.module_names(), "SAME,SAME,");
+    same_names.finish_admission();
+    EXPECT_EQ(same_names.module_names(), "SAME,SAME");
+    auto device = same_names.create_device("SAME", "first-id");
     ASSERT_TRUE(device.has_value());
     EXPECT_EQ(device->destroy_device(), 0);
-    EXPECT_EQ(manager.find_module("SAME"), manager.modules().front());
-    EXPECT_EQ(manager.find_module("same"), nullptr);
+    EXPECT_EQ(same_names.find_module("SAME"), same_names.modules().front());
+    EXPECT_EQ(same_names.find_module("same"), nullptr);
 }
 
 TEST(device_module_manager, gathers_ids_per_module_and_checks_the_caller_buffers) {
