@@ -48,7 +48,7 @@ std::uint64_t accounted(const qx_stream_statistics& stream) {
 class frame_acquisition : public qx::test::sdk_camera_fixture {
   protected:
     // Polls until a frame arrives or `attempts` polls found nothing.
-    bool poll(polled_frame& frame, std::size_t pixel_count, int attempts = 50) {
+    bool poll(polled_frame& frame, std::size_t pixel_count, int attempts) {
         for (int attempt = 0; attempt < attempts; ++attempt) {
             unsigned short* image = nullptr;
             int count = 0;
@@ -70,10 +70,10 @@ class frame_acquisition : public qx::test::sdk_camera_fixture {
     }
 
     // Arms, triggers `frames` frames and polls every one of them.
-    std::vector<polled_frame> capture(int frames, std::size_t pixel_count, int buffered = 4) {
+    std::vector<polled_frame> capture(int frames, std::size_t pixel_count) {
         command("nframes " + std::to_string(frames));
         EXPECT_EQ(qx_camera_set_image_poll_timeout(camera, 200), 0) << qx_camera_get_last_error();
-        EXPECT_EQ(qx_camera_arm(camera, buffered), 0) << qx_camera_get_last_error();
+        EXPECT_EQ(qx_camera_arm(camera, 4), 0) << qx_camera_get_last_error();
         EXPECT_EQ(qx_camera_issue_software_trigger(camera), 0) << qx_camera_get_last_error();
         std::vector<polled_frame> captured;
         polled_frame frame;
