@@ -42,7 +42,7 @@ TEST_F(call_frame, a_success_keeps_the_previous_failure_text) {
     EXPECT_EQ(last_error(), failure);
 }
 
-TEST_F(call_frame, discovery_reports_its_own_argument_codes) {
+TEST_F(call_frame, discovery_reports_its_own_argument_and_module_failure_codes) {
     open_sdk();
     char buffer[4];
     EXPECT_EQ(qx_camera_discover_available_cameras(nullptr, 10), 1003);
@@ -53,12 +53,8 @@ TEST_F(call_frame, discovery_reports_its_own_argument_codes) {
     EXPECT_EQ(qx_camera_discover_available_cameras(buffer, 0), 1001);
     EXPECT_EQ(last_error(), "Serial numbers string is too short. Error: Insufficient buffer size.");
     EXPECT_EQ(qx_camera_discover_available_cameras(buffer, -5), 1001);
-}
-
-TEST_F(call_frame, discovery_failures_carry_the_bare_text_and_code_8) {
+    // A module that cannot list its cameras: code 8 and the bare text.
     scripted_module().get_device_ids_status = 3;
-    open_sdk();
-    char buffer[64];
     EXPECT_EQ(qx_camera_discover_available_cameras(buffer, sizeof buffer), 8);
     EXPECT_EQ(last_error(), "Error getting camera unique IDs.");
 }

@@ -19,7 +19,10 @@ struct composed_case {
     std::string expected;
 };
 
-TEST(last_error, composes_message_blank_and_code_text) {
+TEST(last_error, composes_message_blank_and_code_text_cut_to_255_characters) {
+    const std::string too_long(400, 'a');
+    // Its composed text is exactly 255 characters, and so is kept whole.
+    const std::string fits(255 - std::string(" Error: Invalid operation.").size(), 'b');
     const composed_case cases[] = {
         // Codes 1001, 1003 and 1004 are read through the exported functions
         // by the call-frame tests.
@@ -37,22 +40,13 @@ TEST(last_error, composes_message_blank_and_code_text) {
         {18, "m", "m Error: Unknown."},
         {-1, "m", "m Error: Unknown."},
         {1004, nullptr, " Error: Invalid operation."},
+        {1004, too_long.c_str(), std::string(255, 'a')},
+        {1004, fits.c_str(), fits + " Error: Invalid operation."},
     };
     for (const auto& entry : cases) {
         EXPECT_EQ(set_last_error(entry.code, entry.message), entry.code);
         EXPECT_EQ(std::string(last_error_text()), entry.expected) << "code " << entry.code;
     }
-}
-
-TEST(last_error, long_texts_are_cut_to_255_characters) {
-    const std::string message(400, 'a');
-    set_last_error(1004, message.c_str());
-    EXPECT_EQ(std::string(last_error_text()), std::string(255, 'a'));
-
-    // A message whose composed text is exactly 255 characters is kept whole.
-    const std::string fits(255 - std::string(" Error: Invalid operation.").size(), 'b');
-    set_last_error(1004, fits.c_str());
-    EXPECT_EQ(std::string(last_error_text()), fits + " Error: Invalid operation.");
 }
 
 TEST(last_error, each_thread_sees_only_its_own_failures) {

@@ -1,8 +1,10 @@
 // Operation mode and trigger polarity through "hwtrig", the I/O setup, EEP,
-// taps, tap balance and the data rate.
+// taps, tap balance and the data rate; sensor type, colour filter array
+// phase, the two matrices, the output colour space and the polarizer phase.
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -12,9 +14,9 @@ namespace {
 
 using namespace qx::test;
 
-using trigger_and_modes = parameter_fixture;
+using modes_and_colour = parameter_fixture;
 
-TEST_F(trigger_and_modes, operation_mode_and_polarity_share_hwtrig) {
+TEST_F(modes_and_colour, operation_mode_and_polarity_share_hwtrig) {
     const auto mode = reading(qx_camera_get_operation_mode);
     const auto polarity = reading(qx_camera_get_trigger_polarity);
     run_reply_cases("",
@@ -59,7 +61,7 @@ TEST_F(trigger_and_modes, operation_mode_and_polarity_share_hwtrig) {
     }
 }
 
-TEST_F(trigger_and_modes, operation_mode_support_from_the_io_setup) {
+TEST_F(modes_and_colour, operation_mode_support_from_the_io_setup) {
     const auto mode = [](int value) { return reading_for(qx_camera_get_is_operation_mode_supported, value); };
     run_send_cases("", {{mode(0), "", yields("1")}, {mode(3), "", yields("0")}, {mode(-1), "", yields("0")}});
     run_reply_cases("", {
@@ -70,7 +72,7 @@ TEST_F(trigger_and_modes, operation_mode_support_from_the_io_setup) {
                         });
 }
 
-TEST_F(trigger_and_modes, eep) {
+TEST_F(modes_and_colour, eep) {
     const auto status = reading(qx_camera_get_eep_status);
     run_reply_cases("eep", {
                                {status, "eep", "off", yields("0")},
@@ -87,7 +89,7 @@ TEST_F(trigger_and_modes, eep) {
                    });
 }
 
-TEST_F(trigger_and_modes, taps_and_tap_balance) {
+TEST_F(modes_and_colour, taps_and_tap_balance) {
     const auto taps = reading(qx_camera_get_taps);
     const auto balance = reading(qx_camera_get_tap_balance_enable);
     run_reply_cases(
@@ -116,7 +118,7 @@ TEST_F(trigger_and_modes, taps_and_tap_balance) {
                        });
 }
 
-TEST_F(trigger_and_modes, data_rate) {
+TEST_F(modes_and_colour, data_rate) {
     const auto rate = reading(qx_camera_get_data_rate);
     const auto set = [](int data_rate) { return writing(qx_camera_set_data_rate, data_rate); };
     const auto supported = [](int data_rate) {
@@ -152,6 +154,98 @@ TEST_F(trigger_and_modes, data_rate) {
                               {supported(3), "", yields("1")},
                               {supported(0), "", yields("0")},
                           });
+}
+
+// A matrix getter given room for twelve floats; the value lists all twelve,
+// so that entries past the ninth show whether they were touched.
+parameter_call reading_matrix(int (*getter)(void*, float*)) {
+    return [getter](void* camera) {
+        std::array<float, 12> matrix;
+        matrix.fill(static_cast<float>(untouched_marker));
+        const int status = getter(camera, matrix.data());
+        return call_outcome{status, values_text(matrix)};
+    };
+}
+
+// The output colour space given a 100-byte buffer: the text up to its
+// terminator, and whether the byte after the documented 64 was touched.
+parameter_call reading_colour_space() {
+    return [](void* camera) {
+        std::array<char, 100> text;
+        text.fill('#');
+        const int status =
+            qx_camera_get_camera_color_correction_matrix_output_color_space(camera, text.data());
+        if (text[0] == '#')
+            return call_outcome{status, "untouched"};
+        return call_outcome{status, std::string(text.data()) + (text[64] == '#' ? "" : " (overrun)")};
+    };
+}
+
+std::string repeated(const std::string& word, int count) {
+    std::string text;
+    for (int index = 0; index < count; ++index) text += (index == 0 ? "" : " ") + word;
+    return text;
+}
+
+TEST_F(modes_and_colour, sensor_type) {
+    const auto type = reading(qx_camera_get_camera_sensor_type);
+    run_send_cases("gain", {{type, "", yields("0")}});
+    run_reply_cases("color", {
+                                 {type, "color", "mono", yields("0")},
+                                 {type, "color", "none", yields("0")},
+                                 {type, "color", "none nir", yields("0")},
+                                 {type, "color", "none polar", yields("2")},
+                                 {type, "color", "bayer", yields("1")},
+                                 {type, "color", "None", yields("1")},
+                                 {type, "color", "Invalid command", fails_with(not_supported)},
+                             });
+}
+
+TEST_F(modes_and_colour, filter_array_and_polar_phases) {
+    const auto filter = reading(qx_camera_get_color_filter_array_phase);
+    const auto polar = reading(qx_camera_get_polar_phase);
+    run_reply_cases("polar_phase",
+                    {
+                        {filter, "color_filter_phase", "red", yields("0")},
+                        {filter, "color_filter_phase", "blue", yields("1")},
+                        {filter, "color_filter_phase", "green_left_of_red", yields("2")},
+                        {filter, "color_filter_phase", "green_left_of_blue", yields("3")},
+                        {filter, "color_filter_phase", "green", fails_with("Unexpected color filter phase.")},
+                        {polar, "polar_phase", "0", yields("0")},
+                        {polar, "polar_phase", "45", yields("1")},
+                        {polar, "polar_phase", "90", yields("2")},
+                        {polar, "polar_phase", "135", yields("3")},
+                        {polar, "polar_phase", "180", fails_with("Polar phase not recognized.")},
+                    });
+    run_send_cases("color", {{polar, "", fails_with("Polar phase is not supported.")}});
+}
+
+TEST_F(modes_and_colour, matrices_fill_at_most_nine_floats_in_order) {
+    const auto correction = reading_matrix(qx_camera_get_color_correction_matrix);
+    const auto white_balance = reading_matrix(qx_camera_get_default_white_balance_matrix);
+    const std::string past_nine = repeated("untouched", 3);
+    run_reply_cases(
+        "", {
+                {correction, "color_correction_matrix", "1.5 -0.25 0 0 1 0 0.125 0 2",
+                 yields("1.5 -0.25 0 0 1 0 0.125 0 2 " + past_nine)},
+                {correction, "color_correction_matrix", repeated("1", 9) + " 2 3 x",
+                 yields(repeated("1", 9) + " " + past_nine)},
+                {white_balance, "default_white_balance_matrix", "2\t0.5\n1 1",
+                 yields("2 0.5 1 1 " + repeated("untouched", 8))},
+                {correction, "color_correction_matrix", "1 2 x 4", fails_with("invalid stof argument")},
+                {white_balance, "default_white_balance_matrix", "1 1e39",
+                 fails_with("stof argument out of range")},
+            });
+}
+
+TEST_F(modes_and_colour, output_colour_space_fits_the_documented_buffer) {
+    run_reply_cases("", {
+                            {reading_colour_space(), "output_color_space", "sRGB", yields("sRGB")},
+                            {reading_colour_space(), "output_color_space", std::string(63, 'c'),
+                             yields(std::string(63, 'c'))},
+                            {reading_colour_space(), "output_color_space", std::string(100, 'c'),
+                             yields(std::string(63, 'c'))},
+                        });
 }
 
 }  // namespace
