@@ -99,11 +99,9 @@ class cypress_fx3_class_test : public testing::Test {
         for (const auto& camera : cameras) list += (list.empty() ? "" : ",") + camera;
         qx::test::configure_emulator(R"({"cameras":[)" + list + "]}");
         for (std::size_t index = 0; index < cameras.size(); ++index) {
-            const std::string emulator_path = qx::test::emulated_path(static_cast<int>(index));
-            emulator_paths.push_back(emulator_path);
             driver_paths.push_back(simulated_cypress_driver_class::interface_path_for(
                 0x2A7C, 0x6101, "qvsim" + std::to_string(index)));
-            driver.add_interface(driver_paths.back(), emulator_path);
+            driver.add_interface(driver_paths.back(), qx::test::emulated_path(static_cast<int>(index)));
         }
     }
 
@@ -115,45 +113,10 @@ class cypress_fx3_class_test : public testing::Test {
         qx_emu_reset("0");
     }
 
-    int get(const char* command, void* data = nullptr, char* reply = nullptr, std::uint64_t reply_size = 0) {
-        return qx::device_qv::dispatch_get(
-            {*camera, command, std::strlen(command) + 1, data, 0, reply, reply_size});
-    }
-
-    // Arms for `frames` frames, triggers, and returns each frame's pixel
-    // mismatches against the gradient. A frame that never comes ends the
-    // wait after 300 empty polls of the poll time-out each.
-    std::vector<int> stream(int frames, int bits) {
-        camera->metadata_enabled = true;
-        char reply[64] = {};
-        EXPECT_EQ(get("acquisition_bytes_per_frame", nullptr, reply, sizeof reply), 0);
-        const std::size_t frame_bytes = std::stoul(reply);
-        buffer.assign(frame_bytes * 4, 0);
-        camera->query("nframes " + std::to_string(frames));
-        camera->acquisition.arm(buffer.data(), static_cast<std::int64_t>(buffer.size()));
-        camera->query("start");
-        std::vector<int> mismatches;
-        for (int polls = 0; static_cast<int>(mismatches.size()) < frames && polls < 300; ++polls) {
-            unsigned char* slot = camera->acquisition.poll_frame();
-            if (slot == nullptr)
-                continue;
-            const auto record = qx::acquisition::scan_frame_record(slot);
-            frame_counts.push_back(static_cast<std::uint32_t>(record.frame_count));
-            mismatches.push_back(qx::test::gradient_mismatches(record.image_data,
-                                                               static_cast<std::uint32_t>(record.frame_count),
-                                                               {0, 0, 64, 8, 1, 1, bits}));
-        }
-        camera->acquisition.stop();
-        return mismatches;
-    }
-
     simulated_cypress_driver_class driver;
-    std::vector<std::string> emulator_paths;
     std::vector<std::string> driver_paths;
     std::unique_ptr<qx::usb::cypress_fx3_class> transport;
     std::unique_ptr<qx::device_qv::qv_camera_class> camera;
-    std::vector<unsigned char> buffer;
-    std::vector<std::uint32_t> frame_counts;
 };
 
 TEST_F(cypress_fx3_class_test, enumeration_lists_the_first_eight_family_interfaces_in_upper_case) {
@@ -222,7 +185,7 @@ TEST_F(cypress_fx3_class_test, the_speed_request_reports_the_camera_speed_and_fa
     plug({camera_json("QVSIM0", R"("usb_speed":"USB 2.0")")});
     transport = std::make_unique<qx::usb::cypress_fx3_class>(driver_paths[0]);
     EXPECT_EQ(transport->get_usb_port_speed(), "USB 2.0");
-    ASSERT_EQ(qx_emu_unplug_camera(emulator_paths[0].c_str()), QX_EMU_OK);
+    ASSERT_EQ(qx_emu_unplug_camera(qx::test::emulated_path(0).c_str()), QX_EMU_OK);
     EXPECT_THROW(transport->get_usb_port_speed(), std::runtime_error);
 }
 
@@ -245,7 +208,32 @@ TEST_F(cypress_fx3_class_test, every_pixel_of_every_frame_is_exact_and_the_ring_
     plug({camera_json("QVSIM0", R"("bit_depth":12,"packing":"12")")});
     transport = std::make_unique<qx::usb::cypress_fx3_class>(driver_paths[0]);
     camera = std::make_unique<qx::device_qv::qv_camera_class>(transport.get());
-    EXPECT_EQ(stream(6, 12), std::vector<int>(6, 0));
+    camera->metadata_enabled = true;
+    char reply[64] = {};
+    ASSERT_EQ(
+        qx::device_qv::dispatch_get({*camera, "acquisition_bytes_per_frame",
+                                     sizeof "acquisition_bytes_per_frame", nullptr, 0, reply, sizeof reply}),
+        0);
+    std::vector<unsigned char> buffer(std::stoul(reply) * 4);
+    camera->query("nframes 6");
+    camera->acquisition.arm(buffer.data(), static_cast<std::int64_t>(buffer.size()));
+    camera->query("start");
+    // Each frame's pixel mismatches against the gradient, in order of
+    // arrival. A frame that never comes ends the wait after 300 empty polls
+    // of the poll time-out each.
+    std::vector<int> mismatches;
+    std::vector<std::uint32_t> frame_counts;
+    for (int polls = 0; mismatches.size() < 6 && polls < 300; ++polls) {
+        unsigned char* slot = camera->acquisition.poll_frame();
+        if (slot == nullptr)
+            continue;
+        const auto record = qx::acquisition::scan_frame_record(slot);
+        frame_counts.push_back(static_cast<std::uint32_t>(record.frame_count));
+        mismatches.push_back(
+            qx::test::gradient_mismatches(record.image_data, frame_counts.back(), {0, 0, 64, 8, 1, 1, 12}));
+    }
+    camera->acquisition.stop();
+    EXPECT_EQ(mismatches, std::vector<int>(6, 0));
     for (std::size_t index = 1; index < frame_counts.size(); ++index)
         EXPECT_EQ(frame_counts[index], frame_counts[index - 1] + 1);
     EXPECT_EQ(driver.image_reads_held(), qx::usb::image_transfers_in_flight);
