@@ -199,8 +199,6 @@ void umockdev_fx3_camera_class::build_testbed() {
     testbed = umockdev_testbed_new();
     handler = umockdev_ioctl_base_new();
     g_signal_connect(handler, "handle-ioctl", G_CALLBACK(&umockdev_fx3_camera_class::on_handle_ioctl), this);
-    g_signal_connect(handler, "client-vanished", G_CALLBACK(&umockdev_fx3_camera_class::on_client_vanished),
-                     this);
     GError* error = nullptr;
     // The handler comes first, so that the node never exists without it.
     if (!umockdev_testbed_attach_ioctl(testbed, camera_node, handler, &error)) {
@@ -236,24 +234,6 @@ gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdev
     if (!reply.completed)
         umockdev_ioctl_client_complete(client, reply.result, reply.error);
     return TRUE;
-}
-
-void umockdev_fx3_camera_class::on_client_vanished(UMockdevIoctlBase*, UMockdevIoctlClient* client,
-                                                   gpointer self_pointer) {
-    auto& self = *static_cast<umockdev_fx3_camera_class*>(self_pointer);
-    std::lock_guard<std::mutex> guard(self.state_lock);
-    // Closing the node releases the interface and drops the client's URBs.
-    const auto of_client = [&](const urb_record& record) { return record.client == client; };
-    for (auto& endpoint : self.endpoints) {
-        for (auto& record : endpoint->take(of_client)) release(record);
-    }
-    for (auto& record : self.finished) {
-        if (of_client(record))
-            release(record);
-    }
-    std::erase_if(self.finished, [](const urb_record& record) { return record.urb == nullptr; });
-    self.interface_claimed = false;
-    self.state_changed.notify_all();
 }
 
 void umockdev_fx3_camera_class::finish(urb_record record, int status, int actual_length) {
