@@ -198,9 +198,7 @@ TEST(image_writers, every_format_reads_back_identical_pixels_and_its_metadata) {
                 for (const auto& text : entry.metadata_holds)
                     EXPECT_NE(back.metadata[n].find(text), std::string::npos)
                         << text << " in " << back.metadata[n];
-            }
-            // Per-frame records carry each frame's own count.
-            for (std::size_t n = 0; n < frames.size(); ++n) {
+                // Per-frame records carry each frame's own count.
                 if (entry.read == read_tiff) {
                     EXPECT_EQ(nlohmann::json::parse(back.metadata[n])["frame_count"], frames[n].frame_count);
                 } else if (entry.read == read_fits && !entry.settings.fits_cube) {

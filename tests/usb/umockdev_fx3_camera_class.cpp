@@ -21,7 +21,6 @@ constexpr const char* camera_node = "/dev/bus/usb/003/003";
 // The name the kernel driver bound to the camera's interface reports.
 constexpr const char* kernel_driver_name = "fx3_camera";
 constexpr unsigned int camera_interface = 0;
-constexpr unsigned char reserved_out_endpoint = 0x04;
 const int image_in_index = camera_endpoint_index(QX_EMU_ENDPOINT_IMAGE_IN);
 // What a current kernel's usbfs offers on an xHCI port.
 constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS_CAP_BULK_CONTINUATION |
@@ -46,12 +45,12 @@ constexpr std::uint32_t usbfs_capabilities = USBDEVFS_CAP_ZERO_PACKET | USBDEVFS
 constexpr unsigned char root_hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0x6B, 0x1D, 0x03, 0x00, 0x09),
                                                   QX_HUB_CONFIGURATION};
 constexpr unsigned char hub_descriptors[] = {QX_DEVICE_DESCRIPTOR(0xE3, 0x05, 0x26, 0x06, 0x09), QX_HUB_CONFIGURATION};
-// The camera: interface 0, vendor class, bulk endpoints 0x02, 0x82, 0x83, 0x04.
+// The camera: interface 0, vendor class, bulk endpoints 0x02, 0x82, 0x83.
 constexpr unsigned char camera_descriptors[] = {
     QX_DEVICE_DESCRIPTOR(0x7C, 0x2A, 0x01, 0x61, 0x00),
-    0x09, 0x02, 0x46, 0x00, 0x01, 0x01, 0x00, 0x80, 0x32,
-    0x09, 0x04, 0x00, 0x00, 0x04, 0xFF, 0x00, 0x00, 0x00,
-    QX_BULK_ENDPOINT(0x02), QX_BULK_ENDPOINT(0x82), QX_BULK_ENDPOINT(0x83), QX_BULK_ENDPOINT(0x04)};
+    0x09, 0x02, 0x39, 0x00, 0x01, 0x01, 0x00, 0x80, 0x32,
+    0x09, 0x04, 0x00, 0x00, 0x03, 0xFF, 0x00, 0x00, 0x00,
+    QX_BULK_ENDPOINT(0x02), QX_BULK_ENDPOINT(0x82), QX_BULK_ENDPOINT(0x83)};
 // clang-format on
 #undef QX_HUB_CONFIGURATION
 #undef QX_BULK_ENDPOINT
@@ -99,20 +98,9 @@ std::string bus_description(const std::string& camera_speed) {
     throw std::runtime_error(text);
 }
 
-// The status a URB ends with after a transfer with this emulator status; the
-// emulator refuses only an image buffer shorter than a packet, for which the
-// controller reports babble.
+// The status a URB ends with after a transfer with this emulator status.
 int urb_status_of(int emulator_status) {
-    switch (emulator_status) {
-        case QX_EMU_OK:
-            return 0;
-        case QX_EMU_STALL:
-            return -EPIPE;
-        case QX_EMU_INVALID:
-            return -EOVERFLOW;
-        default:
-            return -EPROTO;
-    }
+    return emulator_status == QX_EMU_OK ? 0 : emulator_status == QX_EMU_STALL ? -EPIPE : -EPROTO;
 }
 
 usbdevfs_urb& urb_of(UMockdevIoctlData* data) {
@@ -211,8 +199,6 @@ void umockdev_fx3_camera_class::build_testbed() {
     testbed = umockdev_testbed_new();
     handler = umockdev_ioctl_base_new();
     g_signal_connect(handler, "handle-ioctl", G_CALLBACK(&umockdev_fx3_camera_class::on_handle_ioctl), this);
-    g_signal_connect(handler, "client-vanished", G_CALLBACK(&umockdev_fx3_camera_class::on_client_vanished),
-                     this);
     GError* error = nullptr;
     // The handler comes first, so that the node never exists without it.
     if (!umockdev_testbed_attach_ioctl(testbed, camera_node, handler, &error)) {
@@ -248,24 +234,6 @@ gboolean umockdev_fx3_camera_class::on_handle_ioctl(UMockdevIoctlBase*, UMockdev
     if (!reply.completed)
         umockdev_ioctl_client_complete(client, reply.result, reply.error);
     return TRUE;
-}
-
-void umockdev_fx3_camera_class::on_client_vanished(UMockdevIoctlBase*, UMockdevIoctlClient* client,
-                                                   gpointer self_pointer) {
-    auto& self = *static_cast<umockdev_fx3_camera_class*>(self_pointer);
-    std::lock_guard<std::mutex> guard(self.state_lock);
-    // Closing the node releases the interface and drops the client's URBs.
-    const auto of_client = [&](const urb_record& record) { return record.client == client; };
-    for (auto& endpoint : self.endpoints) {
-        for (auto& record : endpoint->take(of_client)) release(record);
-    }
-    for (auto& record : self.finished) {
-        if (of_client(record))
-            release(record);
-    }
-    std::erase_if(self.finished, [](const urb_record& record) { return record.urb == nullptr; });
-    self.interface_claimed = false;
-    self.state_changed.notify_all();
 }
 
 void umockdev_fx3_camera_class::finish(urb_record record, int status, int actual_length) {
@@ -315,16 +283,14 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::control_request(con
     if (setup.bRequestType == 0x82 && setup.bRequest == USB_REQ_GET_STATUS && setup.wValue == 0 &&
         setup.wLength >= 2 && data_length >= 2) {
         int stalled = 0;
-        if (setup.wIndex != reserved_out_endpoint) {
-            const int status = qx_emu_device_get_endpoint_stalled(
-                device, static_cast<unsigned char>(setup.wIndex), &stalled);
-            if (status == QX_EMU_NO_DEVICE) {
-                mark_unplugged();
-                return {-1, ENODEV};
-            }
-            if (status != QX_EMU_OK)
-                return {-1, EPIPE};
+        const int status =
+            qx_emu_device_get_endpoint_stalled(device, static_cast<unsigned char>(setup.wIndex), &stalled);
+        if (status == QX_EMU_NO_DEVICE) {
+            mark_unplugged();
+            return {-1, ENODEV};
         }
+        if (status != QX_EMU_OK)
+            return {-1, EPIPE};
         data[0] = stalled != 0 ? 1 : 0;
         data[1] = 0;
         return {2, 0};
@@ -393,8 +359,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::serve_request(UMock
             });
         case USBDEVFS_CLEAR_HALT:
             return with_argument<unsigned int>(arg, [&](unsigned int& endpoint) {
-                if (endpoint == reserved_out_endpoint)
-                    return answer{0, 0};
                 if (qx_emu_device_clear_stall(device, static_cast<unsigned char>(endpoint)) != QX_EMU_OK)
                     return answer{-1, ENOENT};
                 if (const int index = camera_endpoint_index(endpoint); index >= 0)
@@ -465,10 +429,6 @@ umockdev_fx3_camera_class::answer umockdev_fx3_camera_class::submit_urb(UMockdev
         return refusal;
     }
     interface_claimed = true;
-    if (urb.endpoint == reserved_out_endpoint) {
-        finish(record, 0, length);
-        return {0, 0};
-    }
     const int index = camera_endpoint_index(urb.endpoint);
     if (index < 0) {
         release(record);

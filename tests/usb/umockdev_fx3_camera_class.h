@@ -107,7 +107,6 @@ class umockdev_fx3_camera_class {
     };
 
     static gboolean on_handle_ioctl(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
-    static void on_client_vanished(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
 
     void build_testbed();
     void tear_down();
