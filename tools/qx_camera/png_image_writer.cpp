@@ -26,18 +26,27 @@ struct text_entry {
     std::string value;
 };
 
+// sBIT tells a reader that the significant bits are the top ones and that
+// shifting right recovers the camera's counts. That holds only for shifted
+// samples; raw counts carry no sBIT, and their bit depth stays in the text.
+int significant_bits_of(const capture_settings& capture) {
+    return capture.msb_aligned && capture.bit_depth < 16 ? capture.bit_depth : 0;
+}
+
 // The part that runs under libpng's error jump: plain C data only, so that
 // a jump out of libpng skips no destructor. False on failure.
 bool write_png_image(png_structp png, png_infop info, std::FILE* file, png_uint_32 width, png_uint_32 height,
-                     int bit_depth, png_text* texts, int text_count, png_bytep* rows) {
+                     int significant_bits, png_text* texts, int text_count, png_bytep* rows) {
     if (setjmp(png_jmpbuf(png)) != 0)
         return false;
     png_init_io(png, file);
     png_set_IHDR(png, info, width, height, 16, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_color_8 significant{};
-    significant.gray = static_cast<png_byte>(bit_depth);
-    png_set_sBIT(png, info, &significant);
+    if (significant_bits > 0) {
+        png_color_8 significant{};
+        significant.gray = static_cast<png_byte>(significant_bits);
+        png_set_sBIT(png, info, &significant);
+    }
     png_set_text(png, info, texts, text_count);
     png_write_info(png, info);
     // PNG stores samples big-endian; libpng swaps the host's order as it writes.
@@ -76,9 +85,10 @@ std::string write_png(std::FILE* file, const frame_image& frame) {
             const_cast<std::uint16_t*>(frame.pixels.data() + y * static_cast<std::size_t>(capture.width)));
     }
     const bool written =
-        info != nullptr && write_png_image(png, info, file, static_cast<png_uint_32>(capture.width),
-                                           static_cast<png_uint_32>(capture.height), capture.bit_depth,
-                                           texts.data(), static_cast<int>(texts.size()), rows.data());
+        info != nullptr &&
+        write_png_image(png, info, file, static_cast<png_uint_32>(capture.width),
+                        static_cast<png_uint_32>(capture.height), significant_bits_of(capture), texts.data(),
+                        static_cast<int>(texts.size()), rows.data());
     png_destroy_write_struct(&png, &info);
     if (!written)
         return failure.message.empty() ? "libpng failed" : failure.message;

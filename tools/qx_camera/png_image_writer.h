@@ -1,6 +1,7 @@
 #pragma once
 // PNG through libpng: 16-bit grey with big-endian samples, sBIT carrying the
-// real bit depth, the metadata in tEXt. One frame per file.
+// camera's bit depth when the samples are shifted up to fill 16 bits, the
+// metadata in tEXt. One frame per file.
 
 #include <cstdio>
 #include <string>
