@@ -93,6 +93,8 @@ TEST_F(ralto_module_class_test,
     ASSERT_EQ(list(), 0);
     EXPECT_EQ(module.create_device("RALTO-C", &device), 1);
     source->refused_ids.insert("RALTO-B");
+    int stale = 0;
+    device = &stale;  // a refused creation must clear what the caller passed in
     EXPECT_EQ(module.create_device("RALTO-B", &device), 1);
     EXPECT_EQ(device, nullptr);
     source->set_status = 5;
