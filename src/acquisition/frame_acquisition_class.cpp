@@ -25,6 +25,7 @@ constexpr std::size_t reply_buffer_size = 1024;
 constexpr std::size_t data_text_size = 256;
 constexpr int record_pair_limit = 2048;
 constexpr const char* not_supported_text = "Command is not supported.";
+constexpr char unblock_command[] = "unblock_image_wait_for_frame";
 
 // The frame loops' and the polls' reply buffers. Nothing reads them but the
 // firmware-phrase scan right after each call, so each thread has its own and
@@ -91,56 +92,74 @@ frame_acquisition_class::~frame_acquisition_class() {
 }
 
 void frame_acquisition_class::arm(acquisition_handle_port& handle, int number_of_frames_to_buffer) {
-    handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
-        // Arming restarts the frame loop, which the loop cannot do to itself.
-        kit::check_false(called_from_frame_loop(), "A camera cannot be armed from its own frame callback.");
-        if (number_of_frames_to_buffer < 2)
-            throw std::invalid_argument("number_of_frames_to_buffer");
-        kit::check_false(armed, "Camera is already armed.");
+    for (;;) {
+        std::unique_ptr<std::thread> stopping;
+        handle.run_locked([&]() QX_REQUIRES(handle_mutex) {
+            arm_or_take_stopping_loop(handle, number_of_frames_to_buffer, stopping);
+        });
+        if (!stopping)
+            return;
         // A loop still running (after a disarm from its own callback, or a
-        // refused "stop") hands out no more frames: this arm holds the
-        // handle mutex until it has joined that loop.
-        if (frame_loop)
-            stop_requested.exchange(true);
+        // refused "stop") hands out no more frames. Its callback may still
+        // call this handle, so it is joined without the handle mutex, and
+        // the arm starts over: another thread may have armed meanwhile.
+        stopping->join();
+    }
+}
 
-        auto& channel = handle.channel();
-        const data_text metadata_on("on");
-        channel.set_exchange("image_metadata", 15, metadata_on.bytes, data_text_size, handle.reply_buffer(),
-                             static_cast<std::int32_t>(camera::handle_response_size), false);
+void frame_acquisition_class::arm_or_take_stopping_loop(acquisition_handle_port& handle,
+                                                        int number_of_frames_to_buffer,
+                                                        std::unique_ptr<std::thread>& stopping) {
+    // Arming restarts the frame loop, which the loop cannot do to itself.
+    kit::check_false(called_from_frame_loop(), "A camera cannot be armed from its own frame callback.");
+    if (number_of_frames_to_buffer < 2)
+        throw std::invalid_argument("number_of_frames_to_buffer");
+    kit::check_false(armed, "Camera is already armed.");
+    if (frame_loop) {
+        // A wait for a frame that will not come (a refused "stop") ends too.
+        handle.channel().set_exchange(unblock_command, sizeof unblock_command, nullptr, 0,
+                                      handle.reply_buffer(),
+                                      static_cast<std::int32_t>(camera::handle_response_size), false);
+        stop_requested.exchange(true);
+        stopping = std::move(frame_loop);
+        return;
+    }
 
-        bool supported = true;
-        channel.get_exchange("acquisition_bytes_per_frame", 28, nullptr, 0, handle.reply_buffer(),
-                             camera::handle_response_size, true, supported);
-        kit::check_true(supported, not_supported_text);
-        const int bytes_per_frame = camera::to_int(handle.reply_buffer());
+    auto& channel = handle.channel();
+    const data_text metadata_on("on");
+    channel.set_exchange("image_metadata", 15, metadata_on.bytes, data_text_size, handle.reply_buffer(),
+                         static_cast<std::int32_t>(camera::handle_response_size), false);
 
-        const std::int64_t wanted = static_cast<std::int64_t>(number_of_frames_to_buffer) * bytes_per_frame;
-        if (wanted <= 0 || wanted > INT32_MAX)
-            throw std::out_of_range("Frame buffer size is out of range.");
-        // The old block stays alive until the device has taken the new one,
-        // so no slot of it is written after it is freed. Held frames keep
-        // theirs alive, and a block with held frames is never handed over
-        // again, so no held frame is overwritten.
-        std::shared_ptr<unsigned char[]> replaced;
-        const bool frames_held = held_frames && held_frames->has_held_frames();
-        if (wanted != frame_buffer_size || frames_held) {
-            std::shared_ptr<unsigned char[]> fresh(new unsigned char[static_cast<std::size_t>(wanted)]());
-            replaced = std::exchange(frame_buffer, std::move(fresh));
-            frame_buffer_size = static_cast<std::int32_t>(wanted);
-        }
-        slot_size = bytes_per_frame;
-        if (held_frames)
-            held_frames->begin_arm();
-        channel.set_exchange("arm", 4, frame_buffer.get(), static_cast<std::uint64_t>(frame_buffer_size),
-                             handle.reply_buffer(), static_cast<std::int32_t>(camera::handle_response_size),
-                             false);
+    bool supported = true;
+    channel.get_exchange("acquisition_bytes_per_frame", 28, nullptr, 0, handle.reply_buffer(),
+                         camera::handle_response_size, true, supported);
+    kit::check_true(supported, not_supported_text);
+    const int bytes_per_frame = camera::to_int(handle.reply_buffer());
 
-        if (frame_loop)
-            stop_frame_loop();
-        if (callback != nullptr)
-            start_frame_loop(handle);
-        armed = true;
-    });
+    const std::int64_t wanted = static_cast<std::int64_t>(number_of_frames_to_buffer) * bytes_per_frame;
+    if (wanted <= 0 || wanted > INT32_MAX)
+        throw std::out_of_range("Frame buffer size is out of range.");
+    // The old block stays alive until the device has taken the new one,
+    // so no slot of it is written after it is freed. Held frames keep
+    // theirs alive, and a block with held frames is never handed over
+    // again, so no held frame is overwritten.
+    std::shared_ptr<unsigned char[]> replaced;
+    const bool frames_held = held_frames && held_frames->has_held_frames();
+    if (wanted != frame_buffer_size || frames_held) {
+        std::shared_ptr<unsigned char[]> fresh(new unsigned char[static_cast<std::size_t>(wanted)]());
+        replaced = std::exchange(frame_buffer, std::move(fresh));
+        frame_buffer_size = static_cast<std::int32_t>(wanted);
+    }
+    slot_size = bytes_per_frame;
+    if (held_frames)
+        held_frames->begin_arm();
+    channel.set_exchange("arm", 4, frame_buffer.get(), static_cast<std::uint64_t>(frame_buffer_size),
+                         handle.reply_buffer(), static_cast<std::int32_t>(camera::handle_response_size),
+                         false);
+
+    if (callback != nullptr)
+        start_frame_loop(handle);
+    armed = true;
 }
 
 void frame_acquisition_class::disarm(acquisition_handle_port& handle) {
@@ -262,8 +281,8 @@ void frame_acquisition_class::get_stream_statistics(acquisition_handle_port& han
         device_qv::stream_statistics_record record{};
         bool supported = true;
         char reply[reply_buffer_size] = {};
-        handle.channel().get_exchange("stream_statistics", 18, &record, sizeof record, reply, reply_buffer_size,
-                                      false, supported);
+        handle.channel().get_exchange("stream_statistics", 18, &record, sizeof record, reply,
+                                      reply_buffer_size, false, supported);
         kit::check_true(supported, not_supported_text);
         qx_stream_statistics full{};
         full.size = sizeof full;
@@ -349,15 +368,6 @@ void frame_acquisition_class::start_frame_loop(acquisition_handle_port& handle) 
     platform::scoped_lock_class waiting(handshake_mutex);
     handshake.wait(waiting, [&]() QX_REQUIRES(handshake_mutex) { return loop_started; });
     loop_started = false;
-}
-
-void frame_acquisition_class::stop_frame_loop() {
-    kit::check_pointer_set(frame_loop.get(), "Acquisition thread not running.");
-    stop_requested.exchange(true);
-    // std::thread::join raises the standard errors: not joinable, a join from
-    // the loop itself (would deadlock), or no such thread.
-    frame_loop->join();
-    frame_loop.reset();
 }
 
 void frame_acquisition_class::stop_remaining_frame_loop() noexcept {

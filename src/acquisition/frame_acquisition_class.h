@@ -8,8 +8,8 @@
 // none of them for a frame: what it reads is handed to it when it starts.
 
 #include <atomic>
-#include <cstdint>
 #include <climits>
+#include <cstdint>
 #include <memory>
 #include <thread>
 
@@ -38,7 +38,8 @@ frame_record scan_frame_record(unsigned char* slot, std::int64_t slot_size = INT
 class frame_acquisition_class {
   public:
     // `handle_mutex` is the owning handle's mutex, which guards this state.
-    explicit frame_acquisition_class(platform::recursive_mutex_class& handle_mutex) : handle_mutex(handle_mutex) {}
+    explicit frame_acquisition_class(platform::recursive_mutex_class& handle_mutex)
+        : handle_mutex(handle_mutex) {}
     // Frees the frame buffer; the frame loop must already be stopped.
     ~frame_acquisition_class();
 
@@ -91,8 +92,12 @@ class frame_acquisition_class {
         std::int64_t slot_size;
     };
 
-    void start_frame_loop(acquisition_handle_port& handle) QX_REQUIRES(handle_mutex) QX_EXCLUDES(handshake_mutex);
-    void stop_frame_loop() QX_REQUIRES(handle_mutex);
+    void start_frame_loop(acquisition_handle_port& handle) QX_REQUIRES(handle_mutex)
+        QX_EXCLUDES(handshake_mutex);
+    // Arms the camera, or, while a stopped loop has not ended yet, hands
+    // that loop out in `stopping` for the caller to join and arms nothing.
+    void arm_or_take_stopping_loop(acquisition_handle_port& handle, int number_of_frames_to_buffer,
+                                   std::unique_ptr<std::thread>& stopping) QX_REQUIRES(handle_mutex);
     void run_frame_loop(acquisition_handle_port& handle, frame_loop_settings settings);
 
     platform::recursive_mutex_class& handle_mutex;

@@ -1,10 +1,12 @@
 // Calls that a careless or hostile application makes: closing, disarming or
-// arming a camera from inside its own frame callback. None may crash or hang.
+// arming a camera from inside its own frame callback, or arming it from
+// another thread while that callback still runs. None may crash or hang.
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
 
@@ -87,5 +89,74 @@ INSTANTIATE_TEST_SUITE_P(
                       reentry_case{"arm", [](void* handle) { return qx_camera_arm(handle, 4); }, 1004,
                                    "A camera cannot be armed from its own frame callback.", 1}),
     [](const ::testing::TestParamInfo<reentry_case>& info) { return std::string(info.param.name); });
+
+// The first frame's callback disarms, then goes on reading the camera while
+// another thread arms it again. The arm must wait for the callback without
+// holding the camera, or each would wait for the other for ever.
+struct disarm_then_read {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int frames = 0;           // guarded by mutex
+    bool disarmed = false;    // guarded by mutex
+    bool arm_called = false;  // guarded by mutex
+    int failed_reads = 0;     // guarded by mutex
+    std::string error;        // guarded by mutex
+
+    static void on_frame(void* handle, unsigned short*, int, unsigned char*, int, void* context) {
+        auto* log = static_cast<disarm_then_read*>(context);
+        std::unique_lock<std::mutex> lock(log->mutex);
+        if (log->frames++ > 0)
+            return;
+        lock.unlock();
+        const int status = qx_camera_disarm(handle);
+        lock.lock();
+        log->error = status == 0 ? "" : qx_camera_get_last_error();
+        log->disarmed = true;
+        log->changed.notify_all();
+        log->changed.wait(lock, [&] { return log->arm_called; });
+        lock.unlock();
+        // Camera round trips, so that the arm gets its turn while they go on.
+        int failed = 0;
+        for (int read = 0; read < 100; ++read) {
+            long long exposure = 0;
+            failed += qx_camera_get_exposure_time(handle, &exposure) != 0;
+        }
+        lock.lock();
+        log->failed_reads = failed;
+    }
+};
+
+using callback_after_disarm = qx::test::sdk_camera_fixture;
+
+TEST_F(callback_after_disarm, a_callback_that_disarmed_may_read_the_camera_while_another_thread_arms_it) {
+    open_camera_with(
+        R"({"id":"RE-2","serial":"SN-RE2","sensor_width":64,"sensor_height":8,"pacing":"fast"})");
+    disarm_then_read log;
+    ASSERT_EQ(qx_camera_set_frame_available_callback(camera, &disarm_then_read::on_frame, &log), 0);
+    command("nframes 0");
+    ASSERT_EQ(qx_camera_arm(camera, 4), 0) << qx_camera_get_last_error();
+    ASSERT_EQ(qx_camera_issue_software_trigger(camera), 0);
+    {
+        std::unique_lock<std::mutex> waiting(log.mutex);
+        ASSERT_TRUE(log.changed.wait_for(waiting, 20s, [&] { return log.disarmed; })) << "no frame arrived";
+        EXPECT_EQ(log.error, "");
+    }
+    auto arming = std::async(std::launch::async, [&] {
+        {
+            std::lock_guard<std::mutex> guard(log.mutex);
+            log.arm_called = true;
+        }
+        log.changed.notify_all();
+        return qx_camera_arm(camera, 4) == 0 ? std::string() : qx_camera_get_last_error();
+    });
+    // A hang here fails the test by its time-out.
+    EXPECT_EQ(arming.get(), "");
+    int armed = 0;
+    ASSERT_EQ(qx_camera_get_is_armed(camera, &armed), 0);
+    EXPECT_EQ(armed, 1);
+    ASSERT_EQ(qx_camera_disarm(camera), 0) << qx_camera_get_last_error();
+    std::lock_guard<std::mutex> guard(log.mutex);
+    EXPECT_EQ(log.failed_reads, 0);
+}
 
 }  // namespace
